@@ -1,0 +1,27 @@
+# SPDX-License-Identifier: MIT
+# How every target of this project is compiled: the language level, the
+# warnings (all of them errors) and the sanitizers of LOOMKIT_SANITIZE.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
+endif()
+
+find_program(LOOMKIT_CCACHE ccache)
+if(LOOMKIT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${LOOMKIT_CCACHE})
+endif()
+
+add_library(loomkit_warnings INTERFACE)
+target_compile_options(loomkit_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror
+  # gcc 12 sees overlapping copies in its own std::string (gcc bug 105651).
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+
+if(LOOMKIT_SANITIZE)
+  add_compile_options(-fsanitize=${LOOMKIT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+  add_link_options(-fsanitize=${LOOMKIT_SANITIZE})
+endif()

@@ -1,0 +1,18 @@
+# SPDX-License-Identifier: MIT
+# Each folder of the library names its own files with these two functions;
+# loomkit/CMakeLists.txt then makes the shared and the static library of them.
+
+# loomkit_sources(file...): sources of the calling folder.
+function(loomkit_sources)
+  foreach(file IN LISTS ARGN)
+    set_property(GLOBAL APPEND PROPERTY LOOMKIT_SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+  endforeach()
+endfunction()
+
+# loomkit_public_headers(file...): headers that are installed and that the
+# umbrella header includes. A header not named here stays private.
+function(loomkit_public_headers)
+  foreach(file IN LISTS ARGN)
+    set_property(GLOBAL APPEND PROPERTY LOOMKIT_PUBLIC_HEADERS ${CMAKE_CURRENT_SOURCE_DIR}/${file})
+  endforeach()
+endfunction()

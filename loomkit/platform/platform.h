@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// What the rest of the library may ask of the operating system. One folder
+// beside this header answers for each system (posix/, win32/); CMake picks it,
+// and no other file of the library knows which one it is.
+//
+// Every call that fails sets the calling thread's last error. Its numbers are
+// the same on every machine, whatever the system's own codes are:
+//   2 no such file, 3 no such directory, 5 access denied, 18 no more files,
+//   80 and 183 already there.
+#ifndef LOOMKIT_PLATFORM_PLATFORM_H
+#define LOOMKIT_PLATFORM_PLATFORM_H
+
+#include <string>
+
+namespace loomkit::platform {
+
+/// The calling thread's last error; 0 when nothing has failed yet.
+unsigned lastError() noexcept;
+
+/// Sets the calling thread's last error and forgets the text of an earlier one.
+void setLastError(unsigned code) noexcept;
+
+/// Stores the text of the calling thread's last error, as the system words it,
+/// in `*text`. False, with `*text` untouched, when the system has no text.
+bool lastErrorText(std::string* text);
+
+}  // namespace loomkit::platform
+
+#endif  // LOOMKIT_PLATFORM_PLATFORM_H
