@@ -4,8 +4,17 @@
 #define LOOMKIT_LOOMKIT_H
 
 #include "loomkit/platform/export.h"
+#include "loomkit/text/edit_distance.h"
+#include "loomkit/text/gi_string.h"
+#include "loomkit/text/literal.h"
+#include "loomkit/text/number.h"
 #include "loomkit/text/output.h"
+#include "loomkit/text/path_name.h"
+#include "loomkit/text/pattern.h"
 #include "loomkit/text/str_stream.h"
+#include "loomkit/text/string_util.h"
+#include "loomkit/text/template.h"
+#include "loomkit/text/uri.h"
 #include "loomkit/version.h"
 
 #endif  // LOOMKIT_LOOMKIT_H
