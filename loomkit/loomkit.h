@@ -12,8 +12,17 @@
 #include "loomkit/rpn/param_set.h"
 #include "loomkit/rpn/value.h"
 #include "loomkit/rpn/words.h"
+#include "loomkit/text/edit_distance.h"
+#include "loomkit/text/gi_string.h"
+#include "loomkit/text/literal.h"
+#include "loomkit/text/number.h"
 #include "loomkit/text/output.h"
+#include "loomkit/text/path_name.h"
+#include "loomkit/text/pattern.h"
 #include "loomkit/text/str_stream.h"
+#include "loomkit/text/string_util.h"
+#include "loomkit/text/template.h"
+#include "loomkit/text/uri.h"
 #include "loomkit/version.h"
 
 #endif  // LOOMKIT_LOOMKIT_H

@@ -21,7 +21,9 @@
 namespace loomkit::platform {
 
 #if defined(LOOMKIT_HAS_ASAN)
-inline void poison(const void* begin, std::size_t size) { __asan_poison_memory_region(begin, size); }
+inline void poison(const void* begin, std::size_t size) {
+  __asan_poison_memory_region(begin, size);
+}
 inline void unpoison(const void* begin, std::size_t size) {
   __asan_unpoison_memory_region(begin, size);
 }

@@ -4,7 +4,6 @@
 #include <array>
 #include <new>
 
-
 #include "loomkit/rpn/eval_frame.h"
 #include "loomkit/rpn/free_list.h"
 #include "loomkit/text/output.h"
@@ -118,8 +117,8 @@ void* GRpnEval::EvalFrame::operator new(std::size_t) { return Pool::frames.take(
 void GRpnEval::EvalFrame::operator delete(void* block) noexcept { Pool::frames.give(block); }
 
 void GRpnEval::pushFrame(const char* expr, const char* end) {
-  frame = new EvalFrame{frame, stack.size(), EvalFrame::noArgc, {}, expr, end, nullptr,
-                        stack.size(), 0, nullptr};
+  frame = new EvalFrame{frame, stack.size(), EvalFrame::noArgc, {}, expr,
+                        end,   nullptr,      stack.size(),      0,  nullptr};
   ++depth;
 }
 
@@ -275,9 +274,9 @@ bool GRpnEval::eval(const char* expr, std::vector<GRpnValue>* results) {
 bool GRpnEval::oneResult(const char* expr, std::size_t before) {
   if (!eval(expr)) return false;
   if (stack.size() == before + 1) return true;
-  resultError(expr, nullptr,
-              stack.size() == before ? "stack underflow (no result)"
-                                     : "too many result values on stack");
+  resultError(
+      expr, nullptr,
+      stack.size() == before ? "stack underflow (no result)" : "too many result values on stack");
   return false;
 }
 

@@ -32,8 +32,7 @@ void GRpnMapParamSet::clear() { values.clear(); }
 
 std::size_t GRpnMapParamSet::size() const { return values.size(); }
 
-bool GRpnMapParamSet::lookup(const char* name, unsigned length, GRpnValue* value,
-                             GRpnErrMsg* err) {
+bool GRpnMapParamSet::lookup(const char* name, unsigned length, GRpnValue* value, GRpnErrMsg* err) {
   const auto found = values.find(std::string_view(name, length));
   if (found == values.end()) {
     err->append("unknown parameter");

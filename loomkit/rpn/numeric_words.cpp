@@ -77,8 +77,7 @@ bool GRpnEval::f_tanh(const char* pos) {
 bool GRpnEval::f_acos(const char* pos) {
   double x = 0;
   if (!pop(pos, &x)) return false;
-  if (!(x >= -1 && x <= 1))
-    return error(pos, "stack[0] out of range ([-1.0, +1.0])") != nullptr;
+  if (!(x >= -1 && x <= 1)) return error(pos, "stack[0] out of range ([-1.0, +1.0])") != nullptr;
   push(std::acos(x));
   return true;
 }
@@ -86,8 +85,7 @@ bool GRpnEval::f_acos(const char* pos) {
 bool GRpnEval::f_asin(const char* pos) {
   double x = 0;
   if (!pop(pos, &x)) return false;
-  if (!(x >= -1 && x <= 1))
-    return error(pos, "stack[0] out of range ([-1.0, +1.0])") != nullptr;
+  if (!(x >= -1 && x <= 1)) return error(pos, "stack[0] out of range ([-1.0, +1.0])") != nullptr;
   push(std::asin(x));
   return true;
 }

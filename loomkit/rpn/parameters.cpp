@@ -15,7 +15,7 @@ constexpr unsigned maxDepth = 100;  // of frames, where a word may still run
 bool startsName(char c) { return loomkit::isAsciiAlpha(c) || c == '_'; }
 
 const char* nameEnd(const char* p) {
-  while (loomkit::isAsciiAlnum(*p) || *p == '_') ++p;
+  while (loomkit::isAsciiWord(*p)) ++p;
   return p;
 }
 
@@ -73,8 +73,7 @@ bool GRpnEval::f_argc(const char* pos) {
   if (!pop(pos, &count)) return false;
   const EvalFrame* const caller = frame->previous;
   const std::size_t callers = caller != nullptr ? frame->stackBase - caller->stackBase : 0;
-  if (count == 0)
-    return error(pos, "the number of arguments must be greater than 0") != nullptr;
+  if (count == 0) return error(pos, "the number of arguments must be greater than 0") != nullptr;
   if (count > callers) return error(pos, "too few arguments on local caller stack") != nullptr;
   frame->args.assign(stack.end() - static_cast<std::ptrdiff_t>(count), stack.end());
   drop(count);

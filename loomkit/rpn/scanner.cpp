@@ -8,9 +8,9 @@
 #include "loomkit/text/number.h"
 
 using loomkit::isAsciiAlpha;
-using loomkit::isAsciiAlnum;
 using loomkit::isAsciiDigit;
 using loomkit::isAsciiSpace;
+using loomkit::isAsciiWord;
 
 namespace {
 
@@ -107,8 +107,8 @@ bool GRpnEval::octalEscape(const char** s, std::string* text) {
 bool GRpnEval::hexEscape(const char** s, std::string* text) {
   const char* p = *s;
   unsigned value = 0;
-  for (; value < largestByte && loomkit::hexDigitValue(*p) >= 0; ++p)
-    value = value * 16 + static_cast<unsigned>(loomkit::hexDigitValue(*p));
+  for (; value < largestByte && loomkit::isAsciiXDigit(*p); ++p)
+    value = value * 16 + loomkit::hexDigitValue(*p);
   if (p == *s) return error(p, "invalid hexadeximal character escape") != nullptr;
   *s = p;
   if (value > largestByte) return error(p, "hexadeximal character escape out of range") != nullptr;
@@ -148,7 +148,7 @@ const char* GRpnEval::constSymbol(const char* s) {
   const char* const name = s + 1;
   if (!isAsciiAlpha(*name) && *name != '_') return error(name, "invalid symbol");
   const char* p = name + 1;
-  while (isAsciiAlnum(*p) || *p == '_') ++p;
+  while (isAsciiWord(*p)) ++p;
   const loomkit::CreatorRef<GRpnString> text(new GRpnString(true));
   text->assign(name, p);
   stack.emplace_back(text.get());

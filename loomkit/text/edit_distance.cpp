@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: MIT
+// The table of distances, computed 64 cells at a time: neighbouring cells
+// differ by -1, 0 or 1, so a column of the table is two bit vectors (where the
+// value rises and where it falls). H. Hyyrö, "A bit-vector algorithm for
+// computing Levenshtein and Damerau edit distances", 2003.
+//
+// The shorter text lies along the columns ("rows" below are its characters) and
+// is cut into blocks of 64 rows; the longer one is streamed past in tiles, so
+// that what a block has to remember between two tiles is three words, and what
+// one block hands to the next is one byte for each character of the tile.
+#include "loomkit/text/edit_distance.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace {
+
+using Word = std::uint64_t;
+constexpr std::size_t blockRows = 64;
+constexpr std::size_t tileColumns = 1024;
+
+constexpr unsigned char byteOf(char c) { return static_cast<unsigned char>(c); }
+
+// The last column of a block: where the value rises and falls from row to row,
+// and where a cell equals its diagonal predecessor.
+struct Block {
+  Word rises;
+  Word falls;
+  Word diagonal;
+};
+
+// What crosses the lower edge of a block in one column.
+enum Carry : unsigned char {
+  risesRight = 1,    // the value rises from the column before
+  fallsRight = 2,    // it falls
+  exchangeable = 4,  // the last row could be the first half of an exchange
+};
+
+// For each character, the rows of a block that hold it. Only the entries of
+// characters that occur are ever set.
+using RowsOf = std::array<Word, 256>;
+
+// One column step of a block. `rows` are those that hold the column's
+// character, `previousRows` those that hold the character before it; `carry`
+// comes from above and goes below, out of the row of bit `lastRow`.
+inline void step(Block& block, Word rows, Word previousRows, unsigned& carry, unsigned lastRow) {
+  const Word fromAbove = carry & fallsRight ? 1 : 0;
+  const Word exchangeFirst = ~block.diagonal & rows;
+  const Word exchange = (exchangeFirst << 1 | carry >> 2) & previousRows;
+  const Word matches = rows | fromAbove;
+  const Word diagonal =
+      (((matches & block.rises) + block.rises) ^ block.rises) | matches | block.falls | exchange;
+  const Word right = block.falls | ~(diagonal | block.rises);
+  const Word left = diagonal & block.rises;
+  const Word rightIn = right << 1 | (carry & risesRight);
+  const Word leftIn = left << 1 | fromAbove;
+  block.diagonal = diagonal;
+  block.rises = leftIn | ~(diagonal | rightIn);
+  block.falls = rightIn & diagonal;
+  carry = static_cast<unsigned>((right >> lastRow & 1) | (left >> lastRow & 1) << 1 |
+                                (exchangeFirst >> lastRow & 1) << 2);
+}
+
+// What is to be computed: the table of `rows` by `columns`, whose top row and
+// left column rise by one a step or are all 0.
+struct Table {
+  std::string_view rows;
+  std::string_view columns;
+  bool topRises;
+  bool leftRises;
+
+  [[nodiscard]] unsigned topCarry() const { return topRises ? risesRight : 0; }
+  [[nodiscard]] Block leftColumn() const { return {leftRises ? ~Word{0} : Word{0}, 0, 0}; }
+  [[nodiscard]] int lowerLeft() const { return leftRises ? static_cast<int>(rows.size()) : 0; }
+  [[nodiscard]] unsigned lastRow() const {
+    return static_cast<unsigned>((rows.size() - 1) % blockRows);
+  }
+  [[nodiscard]] std::size_t blocks() const { return (rows.size() + blockRows - 1) / blockRows; }
+};
+
+// The lowest row of the table: its last value and its least one.
+class LowestRow {
+ public:
+  explicit LowestRow(int lowerLeft) : value(lowerLeft), least(lowerLeft) {}
+  void move(unsigned carry) {
+    value += static_cast<int>(carry & risesRight) - static_cast<int>(carry >> 1 & 1);
+    least = std::min(least, value);
+  }
+  int value;
+  int least;
+};
+
+void setRows(RowsOf& rowsOf, std::string_view rows) {
+  Word row = 1;
+  for (const char c : rows) {
+    rowsOf[byteOf(c)] |= row;
+    row <<= 1;
+  }
+}
+
+// The whole table, when its rows fit into one block.
+LowestRow sweepOneBlock(const Table& table, Block& block) {
+  RowsOf rowsOf;
+  if (table.columns.size() < rowsOf.size() / 2) {
+    for (const char c : table.rows) rowsOf[byteOf(c)] = 0;
+    for (const char c : table.columns) rowsOf[byteOf(c)] = 0;
+  } else {
+    rowsOf.fill(0);
+  }
+  setRows(rowsOf, table.rows);
+
+  LowestRow lowest(table.lowerLeft());
+  const unsigned lastRow = table.lastRow();
+  Word previousRows = 0;
+  block = table.leftColumn();
+  for (const char c : table.columns) {
+    const Word rows = rowsOf[byteOf(c)];
+    unsigned carry = table.topCarry();
+    step(block, rows, previousRows, carry, lastRow);
+    previousRows = rows;
+    lowest.move(carry);
+  }
+  return lowest;
+}
+
+// The whole table, tile by tile, with the blocks of one tile from top to bottom.
+LowestRow sweep(const Table& table, Block* blocks) {
+  const std::size_t blockCount = table.blocks();
+  std::fill_n(blocks, blockCount, table.leftColumn());
+  LowestRow lowest(table.lowerLeft());
+  std::array<unsigned char, tileColumns> carries;
+  RowsOf rowsOf;
+  for (std::size_t first = 0; first < table.columns.size(); first += tileColumns) {
+    const std::string_view tile = table.columns.substr(first, tileColumns);
+    carries.fill(static_cast<unsigned char>(table.topCarry()));
+    for (std::size_t i = 0; i < blockCount; ++i) {
+      rowsOf.fill(0);
+      setRows(rowsOf, table.rows.substr(i * blockRows, blockRows));
+      const unsigned lastRow = i + 1 < blockCount ? blockRows - 1 : table.lastRow();
+      Word previousRows = first == 0 ? 0 : rowsOf[byteOf(table.columns[first - 1])];
+      Block block = blocks[i];
+      for (std::size_t column = 0; column < tile.size(); ++column) {
+        const Word rows = rowsOf[byteOf(tile[column])];
+        unsigned carry = carries[column];
+        step(block, rows, previousRows, carry, lastRow);
+        carries[column] = static_cast<unsigned char>(carry);
+        previousRows = rows;
+      }
+      blocks[i] = block;
+    }
+    for (std::size_t column = 0; column < tile.size(); ++column) lowest.move(carries[column]);
+  }
+  return lowest;
+}
+
+// The least value of the last column, which begins with `top` in row 0.
+int leastOfLastColumn(const Table& table, const Block* blocks, int top) {
+  int value = top;
+  int least = top;
+  for (std::size_t row = 0; row < table.rows.size(); ++row) {
+    const Block& block = blocks[row / blockRows];
+    const std::size_t bit = row % blockRows;
+    value += static_cast<int>(block.rises >> bit & 1) - static_cast<int>(block.falls >> bit & 1);
+    least = std::min(least, value);
+  }
+  return least;
+}
+
+// The distance asked for, out of the swept table.
+int result(const Table& table, const Block* blocks, const LowestRow& lowest) {
+  if (table.topRises && table.leftRises) return lowest.value;
+  if (table.leftRises) return lowest.least;
+  return leastOfLastColumn(table, blocks, static_cast<int>(table.columns.size()));
+}
+
+// The block states live on the call stack, in the smallest of a few frames that
+// holds them; not inlined, so that each call takes only the frame it needs.
+template <std::size_t capacity>
+[[gnu::noinline]] int solveOnStack(const Table& table) {
+  Block blocks[capacity];
+  return result(table, blocks, sweep(table, blocks));
+}
+
+int solve(const Table& table) {
+  const std::size_t blocks = table.blocks();
+  if (blocks == 1) {
+    Block block;
+    const LowestRow lowest = sweepOneBlock(table, block);
+    return result(table, &block, lowest);
+  }
+  if (blocks <= 16) return solveOnStack<16>(table);
+  if (blocks <= 1U << 10) return solveOnStack<1U << 10>(table);
+  if (blocks <= 1U << 13) return solveOnStack<1U << 13>(table);
+  if (blocks <= 1U << 16) return solveOnStack<1U << 16>(table);
+  if (blocks <= 1U << 19) return solveOnStack<1U << 19>(table);
+  return solveOnStack<1U << 25>(table);
+}
+
+// A common start and end changes nothing in the distance of two whole texts.
+void dropCommonEnds(std::string_view& a, std::string_view& b) {
+  while (!a.empty() && !b.empty() && a.front() == b.front()) {
+    a.remove_prefix(1);
+    b.remove_prefix(1);
+  }
+  while (!a.empty() && !b.empty() && a.back() == b.back()) {
+    a.remove_suffix(1);
+    b.remove_suffix(1);
+  }
+}
+
+}  // namespace
+
+int gEditDistance(const char* a, const char* b, bool anywhere) {
+  std::string_view from(a);
+  std::string_view to(b);
+  if (!anywhere) dropCommonEnds(from, to);
+  if (from.empty()) return anywhere ? 0 : static_cast<int>(to.size());
+  if (to.empty()) return static_cast<int>(from.size());
+  // Along `to` the table begins with 0 everywhere if the match may begin anywhere.
+  const bool alongTo = !anywhere;
+  return from.size() <= to.size() ? solve({from, to, alongTo, true})
+                                  : solve({to, from, true, alongTo});
+}
