@@ -80,7 +80,7 @@ class Matcher {
   bool skipToLiteral() {
     const char first = *starPattern;
     if (first != '?' && first != '[' && first != '\\') {
-      int nearby = 16;  // characters that are looked at before strchr() pays off
+      int nearby = 4;  // characters that are looked at before strchr() pays off
       while (*starText != first) {
         if (*starText == '\0' || (*starText == '/' && pathName)) return false;
         ++starText;
