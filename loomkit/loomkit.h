@@ -4,6 +4,14 @@
 #define LOOMKIT_LOOMKIT_H
 
 #include "loomkit/platform/export.h"
+#include "loomkit/rpn/err_msg.h"
+#include "loomkit/rpn/eval.h"
+#include "loomkit/rpn/extern_funcs.h"
+#include "loomkit/rpn/function_table.h"
+#include "loomkit/rpn/map_param_set.h"
+#include "loomkit/rpn/param_set.h"
+#include "loomkit/rpn/value.h"
+#include "loomkit/rpn/words.h"
 #include "loomkit/text/edit_distance.h"
 #include "loomkit/text/gi_string.h"
 #include "loomkit/text/literal.h"

@@ -23,11 +23,13 @@ constexpr std::size_t tileColumns = 1024;
 
 constexpr unsigned char byteOf(char c) { return static_cast<unsigned char>(c); }
 
-// The last column of a block: where the value rises and falls from row to row,
-// and where a cell equals its diagonal predecessor.
+// The last column of a block: where the value rises from row to row, where it
+// does not fall, and where a cell equals its diagonal predecessor. (Falls are
+// kept negated, as are steps to the right below: it saves two operations in the
+// chain from one column to the next, and that chain is what the time goes to.)
 struct Block {
   Word rises;
-  Word falls;
+  Word notFalls;
   Word diagonal;
 };
 
@@ -46,20 +48,20 @@ using RowsOf = std::array<Word, 256>;
 // character, `previousRows` those that hold the character before it; `carry`
 // comes from above and goes below, out of the row of bit `lastRow`.
 inline void step(Block& block, Word rows, Word previousRows, unsigned& carry, unsigned lastRow) {
-  const Word fromAbove = carry & fallsRight ? 1 : 0;
+  const Word fallsAbove = carry >> 1 & 1;
   const Word exchangeFirst = ~block.diagonal & rows;
   const Word exchange = (exchangeFirst << 1 | carry >> 2) & previousRows;
-  const Word matches = rows | fromAbove;
-  const Word diagonal =
-      (((matches & block.rises) + block.rises) ^ block.rises) | matches | block.falls | exchange;
-  const Word right = block.falls | ~(diagonal | block.rises);
+  const Word matches = rows | fallsAbove;
+  const Word diagonal = (((matches & block.rises) + block.rises) ^ block.rises) |
+                        (matches | ~block.notFalls | exchange);
+  const Word notRight = block.notFalls & (diagonal | block.rises);
   const Word left = diagonal & block.rises;
-  const Word rightIn = right << 1 | (carry & risesRight);
-  const Word leftIn = left << 1 | fromAbove;
+  const Word notRightIn = notRight << 1 | (~carry & risesRight);
+  const Word leftIn = left << 1 | fallsAbove;
   block.diagonal = diagonal;
-  block.rises = leftIn | ~(diagonal | rightIn);
-  block.falls = rightIn & diagonal;
-  carry = static_cast<unsigned>((right >> lastRow & 1) | (left >> lastRow & 1) << 1 |
+  block.rises = leftIn | (~diagonal & notRightIn);
+  block.notFalls = notRightIn | ~diagonal;
+  carry = static_cast<unsigned>((~notRight >> lastRow & 1) | (left >> lastRow & 1) << 1 |
                                 (exchangeFirst >> lastRow & 1) << 2);
 }
 
@@ -72,7 +74,7 @@ struct Table {
   bool leftRises;
 
   [[nodiscard]] unsigned topCarry() const { return topRises ? risesRight : 0; }
-  [[nodiscard]] Block leftColumn() const { return {leftRises ? ~Word{0} : Word{0}, 0, 0}; }
+  [[nodiscard]] Block leftColumn() const { return {leftRises ? ~Word{0} : Word{0}, ~Word{0}, 0}; }
   [[nodiscard]] int lowerLeft() const { return leftRises ? static_cast<int>(rows.size()) : 0; }
   [[nodiscard]] unsigned lastRow() const {
     return static_cast<unsigned>((rows.size() - 1) % blockRows);
@@ -125,31 +127,49 @@ LowestRow sweepOneBlock(const Table& table, Block& block) {
   return lowest;
 }
 
+// What crosses the lower edge of the blocks done so far, for each column of a tile.
+using Carries = std::array<unsigned char, tileColumns>;
+
+// Streams a tile past `count` blocks, from block `first` of the table on. Side
+// by side they fill the time that each would wait for its own last column.
+template <std::size_t count>
+void passBlocks(const Table& table, std::size_t first, std::string_view tile, Block* blocks,
+                Carries& carries) {
+  std::array<RowsOf, count> rowsOf;
+  std::array<Word, count> previousRows{};
+  std::array<Block, count> current;
+  for (std::size_t k = 0; k < count; ++k) {
+    rowsOf[k].fill(0);
+    setRows(rowsOf[k], table.rows.substr((first + k) * blockRows, blockRows));
+    if (tile.data() != table.columns.data()) previousRows[k] = rowsOf[k][byteOf(tile.data()[-1])];
+    current[k] = blocks[first + k];
+  }
+  constexpr unsigned lowest = blockRows - 1;
+  const unsigned lastRow = first + count < table.blocks() ? lowest : table.lastRow();
+  for (std::size_t column = 0; column < tile.size(); ++column) {
+    unsigned carry = carries[column];
+    for (std::size_t k = 0; k < count; ++k) {
+      const Word rows = rowsOf[k][byteOf(tile[column])];
+      step(current[k], rows, previousRows[k], carry, k + 1 < count ? lowest : lastRow);
+      previousRows[k] = rows;
+    }
+    carries[column] = static_cast<unsigned char>(carry);
+  }
+  std::copy(current.begin(), current.end(), blocks + first);
+}
+
 // The whole table, tile by tile, with the blocks of one tile from top to bottom.
 LowestRow sweep(const Table& table, Block* blocks) {
   const std::size_t blockCount = table.blocks();
   std::fill_n(blocks, blockCount, table.leftColumn());
   LowestRow lowest(table.lowerLeft());
-  std::array<unsigned char, tileColumns> carries;
-  RowsOf rowsOf;
+  Carries carries;
   for (std::size_t first = 0; first < table.columns.size(); first += tileColumns) {
     const std::string_view tile = table.columns.substr(first, tileColumns);
     carries.fill(static_cast<unsigned char>(table.topCarry()));
-    for (std::size_t i = 0; i < blockCount; ++i) {
-      rowsOf.fill(0);
-      setRows(rowsOf, table.rows.substr(i * blockRows, blockRows));
-      const unsigned lastRow = i + 1 < blockCount ? blockRows - 1 : table.lastRow();
-      Word previousRows = first == 0 ? 0 : rowsOf[byteOf(table.columns[first - 1])];
-      Block block = blocks[i];
-      for (std::size_t column = 0; column < tile.size(); ++column) {
-        const Word rows = rowsOf[byteOf(tile[column])];
-        unsigned carry = carries[column];
-        step(block, rows, previousRows, carry, lastRow);
-        carries[column] = static_cast<unsigned char>(carry);
-        previousRows = rows;
-      }
-      blocks[i] = block;
-    }
+    std::size_t i = 0;
+    for (; i + 2 <= blockCount; i += 2) passBlocks<2>(table, i, tile, blocks, carries);
+    if (i < blockCount) passBlocks<1>(table, i, tile, blocks, carries);
     for (std::size_t column = 0; column < tile.size(); ++column) lowest.move(carries[column]);
   }
   return lowest;
@@ -162,7 +182,8 @@ int leastOfLastColumn(const Table& table, const Block* blocks, int top) {
   for (std::size_t row = 0; row < table.rows.size(); ++row) {
     const Block& block = blocks[row / blockRows];
     const std::size_t bit = row % blockRows;
-    value += static_cast<int>(block.rises >> bit & 1) - static_cast<int>(block.falls >> bit & 1);
+    value +=
+        static_cast<int>(block.rises >> bit & 1) - static_cast<int>(~block.notFalls >> bit & 1);
     least = std::min(least, value);
   }
   return least;

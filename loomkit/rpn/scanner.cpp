@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: MIT
+// The literals of the expression language: numbers, strings and symbols.
+#include <cerrno>
+#include <string>
+
+#include "loomkit/rpn/eval_frame.h"
+#include "loomkit/text/char_class.h"
+#include "loomkit/text/number.h"
+
+using loomkit::isAsciiAlpha;
+using loomkit::isAsciiDigit;
+using loomkit::isAsciiSpace;
+using loomkit::isAsciiWord;
+
+namespace {
+
+// An integer of at most eight digits, which is what most numbers are. Null
+// where anything follows that the full readers have a say in.
+const char* shortInteger(const char* s, double* value) {
+  unsigned sum = 0;
+  const char* p = s;
+  for (; isAsciiDigit(*p); ++p) {
+    if (p - s == 8) return nullptr;
+    sum = sum * 10 + static_cast<unsigned>(*p - '0');
+  }
+  if (p == s || *p == '.' || *p == 'e' || *p == 'E' || *p == 'x' || *p == 'X') return nullptr;
+  if (*s == '0' && p - s > 1) return nullptr;  // perhaps an octal number
+  *value = sum;
+  return p;
+}
+
+}  // namespace
+
+const char* GRpnEval::constNumber(const char* s) {
+  double value = 0;
+  if (const char* end = shortInteger(s, &value)) {
+    push(value);
+    return end;
+  }
+  const char* end = s;
+  bool converted = false;
+  errno = 0;
+  // The looser test for the capital is relied upon: "5X" is the number 5,
+  // followed by a word that begins with X.
+  if ((s[0] == '0' && s[1] == 'x') || s[1] == 'X') {
+    value = loomkit::parseUnsignedLong32(s, &end, 16);
+    converted = true;
+  } else if (s[0] == '0' && isAsciiDigit(s[1])) {
+    value = loomkit::parseUnsignedLong32(s, &end, 8);
+    converted = at(end) == '\0' || isAsciiSpace(*end);  // else "017+" is decimal
+    if (!converted) errno = 0;
+  }
+  if (!converted) value = gParseCDouble(s, &end);
+  if (end == s) return syntaxError(s);
+  if (errno == ERANGE && value != 0) return error(s, "numeric overflow");
+  push(value);
+  return end;
+}
+
+namespace {
+
+// The character that an escape letter stands for, or NUL.
+char simpleEscape(char letter) {
+  switch (letter) {
+    case '"':
+    case '\'':
+    case '?':
+    case '\\':
+      return letter;
+    case 'a':
+      return '\a';
+    case 'b':
+      return '\b';
+    case 'f':
+      return '\f';
+    case 'n':
+      return '\n';
+    case 'r':
+      return '\r';
+    case 't':
+      return '\t';
+    case 'v':
+      return '\v';
+    default:
+      return '\0';
+  }
+}
+
+constexpr unsigned largestByte = 255;
+
+}  // namespace
+
+// *s is at the first digit; behind the digits afterwards.
+bool GRpnEval::octalEscape(const char** s, std::string* text) {
+  const char* p = *s;
+  unsigned value = 0;
+  for (; p - *s < 3 && *p >= '0' && *p <= '7'; ++p)
+    value = value * 8 + static_cast<unsigned>(*p - '0');
+  *s = p;
+  if (value > largestByte) return error(p, "octal character escape out of range") != nullptr;
+  *text += static_cast<char>(value);
+  return true;
+}
+
+// *s is behind the x; behind the digits afterwards. Both texts are spelled as
+// hosts know them.
+bool GRpnEval::hexEscape(const char** s, std::string* text) {
+  const char* p = *s;
+  unsigned value = 0;
+  for (; value < largestByte && loomkit::isAsciiXDigit(*p); ++p)
+    value = value * 16 + loomkit::hexDigitValue(*p);
+  if (p == *s) return error(p, "invalid hexadeximal character escape") != nullptr;
+  *s = p;
+  if (value > largestByte) return error(p, "hexadeximal character escape out of range") != nullptr;
+  *text += static_cast<char>(value);
+  return true;
+}
+
+const char* GRpnEval::constString(const char* s) {
+  const loomkit::CreatorRef<GRpnString> text(new GRpnString(false));
+  for (const char* p = s + 1;;) {
+    const char* const plain = p;
+    while (at(p) != '\0' && *p != '"' && *p != '\\') ++p;
+    text->append(plain, p);
+    if (at(p) == '\0') return error(p, "unexpected end of expression");
+    if (*p == '"') {
+      stack.emplace_back(text.get());
+      return p + 1;
+    }
+    const char* const backslash = p++;
+    const char letter = at(p);
+    if (letter >= '0' && letter <= '7') {
+      if (!octalEscape(&p, text.get())) return nullptr;
+    } else if (letter == 'x') {
+      if (!hexEscape(&++p, text.get())) return nullptr;
+    } else if (const char c = simpleEscape(letter); c != '\0') {
+      // p stays on the letter, which is then read once more as an ordinary
+      // character: "\n" is a line feed and an n, and "\"" ends the literal.
+      // Expressions in the field rely on it.
+      *text.get() += c;
+    } else {
+      return error(backslash, "invalid character escape");
+    }
+  }
+}
+
+const char* GRpnEval::constSymbol(const char* s) {
+  const char* const name = s + 1;
+  if (!isAsciiAlpha(*name) && *name != '_') return error(name, "invalid symbol");
+  const char* p = name + 1;
+  while (isAsciiWord(*p)) ++p;
+  const loomkit::CreatorRef<GRpnString> text(new GRpnString(true));
+  text->assign(name, p);
+  stack.emplace_back(text.get());
+  return p;
+}

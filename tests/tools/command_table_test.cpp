@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+// The command table and everything that is made from it; what holds for every
+// command alike: exit codes, streams, colours, closed pipes, full disks.
+#include "tools/loom/command.h"
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "run_program.h"
+#include "sessions.h"
+
+namespace {
+
+using namespace loomkit::testing;
+using Json = nlohmann::json;
+
+std::vector<std::string> wordsOf(const loom::Family& family, const loom::Command& command) {
+  std::vector<std::string> words;
+  if (!family.name.empty()) words.emplace_back(family.name);
+  words.emplace_back(command.name);
+  return words;
+}
+
+template <typename Check>
+void forEachCommand(Check check) {
+  for (const loom::Family* family : loom::families()) {
+    for (const loom::Command& command : family->commands) check(*family, command);
+  }
+}
+
+TEST(CommandTable, EveryRowIsComplete) {
+  std::set<std::string> names;
+  forEachCommand([&](const loom::Family& family, const loom::Command& command) {
+    const std::string name = fullName(family, command);
+    EXPECT_TRUE(names.insert(name).second) << name << " is there twice";
+    EXPECT_NE(command.run, nullptr) << name;
+    EXPECT_FALSE(command.summary.empty()) << name;
+    EXPECT_LT(command.summary.size(), 60U) << name;
+    EXPECT_FALSE(command.description.empty()) << name;
+    EXPECT_TRUE(command.example.starts_with("$ ")) << name;
+    for (const loom::Option& option : command.options) {
+      EXPECT_TRUE(keyOf(option).starts_with("--")) << name << " " << option.names;
+      EXPECT_FALSE(option.help.empty()) << name << " " << option.names;
+    }
+  });
+}
+
+TEST(CommandTable, EveryCommandHasHelpWithItsExample) {
+  forEachCommand([&](const loom::Family& family, const loom::Command& command) {
+    std::vector<std::string> words = wordsOf(family, command);
+    words.emplace_back("--help");
+    const Ended ended = runLoom(words);
+    EXPECT_EQ(ended.code, 0) << ended;
+    EXPECT_EQ(ended.err, "");
+    const std::string firstLine(command.example.substr(0, command.example.find('\n')));
+    for (const std::string& part : {std::string("Usage: loom "), firstLine, std::string("--json"),
+                                    std::string("Exit codes:")}) {
+      EXPECT_NE(ended.out.find(part), std::string::npos) << part << "\n" << ended.out;
+    }
+    for (const std::string& line : linesOf(ended.out)) {
+      EXPECT_LE(line.size(), 120U) << line;
+    }
+    words.pop_back();
+    words.insert(words.begin(), "help");
+    EXPECT_EQ(runLoom(words).out, ended.out);
+  });
+}
+
+TEST(CommandTable, AnUnknownOptionIsAUsageErrorOfEveryCommand) {
+  forEachCommand([&](const loom::Family& family, const loom::Command& command) {
+    std::vector<std::string> words = wordsOf(family, command);
+    words.emplace_back("--no-such-option");
+    const Ended ended = runLoom(words);
+    EXPECT_EQ(ended.code, 2) << fullName(family, command) << ended;
+    EXPECT_EQ(ended.out, "");
+    EXPECT_TRUE(ended.err.starts_with("loom: ")) << ended.err;
+  });
+}
+
+TEST(CommandTable, TheHelpAsJsonHoldsEveryCommand) {
+  const Json json = Json::parse(runLoom({"help", "--json"}).out);
+  std::size_t count = 0;
+  forEachCommand([&](const loom::Family&, const loom::Command&) { ++count; });
+  EXPECT_EQ(json.size(), count);
+  for (const Json& row : json) EXPECT_TRUE(row.contains("usage"));
+}
+
+TEST(CommandLine, TakesTheOptionsThatStandForCommands) {
+  EXPECT_EQ(runLoom({"--version"}).out, runLoom({"version"}).out);
+  EXPECT_EQ(runLoom({"-V"}).out, runLoom({"version"}).out);
+  EXPECT_EQ(runLoom({"--help"}).out, runLoom({"help"}).out);
+  EXPECT_EQ(runLoom({"-h"}).out, runLoom({"help"}).out);
+  EXPECT_EQ(runLoom({"--man", "text"}).out, runLoom({"man", "text"}).out);
+  EXPECT_EQ(Json::parse(runLoom({"--version", "--json"}).out).count("version"), 1U);
+}
+
+TEST(CommandLine, WithoutACommandTheHelpGoesToStandardError) {
+  const Ended nothing = runLoom({});
+  EXPECT_EQ(nothing.code, 2);
+  EXPECT_EQ(nothing.out, "");
+  EXPECT_NE(nothing.err.find("Usage: loom"), std::string::npos);
+  const Ended family = runLoom({"text"});
+  EXPECT_EQ(family.code, 2);
+  EXPECT_EQ(family.out, "");
+  EXPECT_EQ(runLoom({"text", "--help"}).out, runLoom({"help", "text"}).out);
+}
+
+TEST(CommandLine, NamesTheNearestCommand) {
+  EXPECT_EQ(runLoom({"versoin"}), (Ended{2, "",
+                                         "loom: there is no command 'versoin'; did you mean "
+                                         "'version'?\n"}));
+  EXPECT_EQ(runLoom({"text", "quot"}), (Ended{2, "",
+                                              "loom: text: there is no command 'quot'; did you "
+                                              "mean 'quote'?\n"}));
+  EXPECT_EQ(runLoom({"xyzzyxyzzy"}), (Ended{2, "", "loom: there is no command 'xyzzyxyzzy'\n"}));
+  EXPECT_EQ(runLoom({"help", "text", "match", "more"}).code, 2);
+  EXPECT_EQ(runLoom({"text", "match", "--color", "blue", "a", "a"}).code, 2);
+}
+
+TEST(CommandLine, ACrowdedDiskIsCannotWrite) {
+  for (const char* const command : {"loom --version", "loom help", "loom text quote a",
+                                    "loom text quote --json a", "loom man"}) {
+    const Ended ended = shell(std::string(command) + " >/dev/full");
+    EXPECT_EQ(ended, (Ended{6, "", "loom: cannot write: No space left on device\n"})) << command;
+  }
+}
+
+TEST(CommandLine, AClosedPipeEndsItQuietly) {
+  // First as a shell leaves it, then with the signal ignored.
+  for (const char* const before : {"", "trap '' PIPE; "}) {
+    const Ended ended =
+        shell(std::string(before) + "yes | head -1000000 | loom text quote - | head -1");
+    EXPECT_EQ(ended.out, "\"y\"\n");
+    EXPECT_EQ(ended.err.find("loom"), std::string::npos) << ended.err;
+  }
+  EXPECT_EQ(shell("loom text quote a >&-").code, 6);
+}
+
+TEST(CommandLine, AnInputThatCannotBeReadIsCannotOpen) {
+  const Ended ended = shell("loom text quote - </");
+  EXPECT_EQ(ended, (Ended{3, "", "loom: standard input: Is a directory\n"}));
+}
+
+TEST(CommandLine, AnswersEachLineAsItComes) {
+  // Both sides wait for each other: a tool that held its answer would hang.
+  const Ended ended = shell(
+      "cd $(mktemp -d); mkfifo in out; loom text quote - <in >out & exec 3>in 4<out; "
+      "echo a >&3; read x <&4; echo b >&3; read y <&4; exec 3>&-; wait; echo $x $y; rm in out");
+  EXPECT_EQ(ended.out, "\"a\" \"b\"\n");
+}
+
+TEST(Manual, FormatsWithoutAWarning) {
+  const Ended ended =
+      shell("command -v groff >/dev/null || exit 0; loom man | groff -man -Tutf8 -wall -z 2>&1");
+  EXPECT_EQ(ended, (Ended{0, "", ""}));
+}
+
+TEST(Manual, HoldsEveryCommand) {
+  const std::string page = runLoom({"man"}).out;
+  forEachCommand([&](const loom::Family& family, const loom::Command& command) {
+    EXPECT_NE(page.find(".SS loom " + fullName(family, command) + "\n"), std::string::npos);
+  });
+}
+
+TEST(Completion, ScriptsParseInTheShellsThatAreHere) {
+  for (const char* const shellName : {"bash", "zsh", "fish"}) {
+    const std::string name = shellName;
+    const Ended ended =
+        shell("command -v " + name + " >/dev/null || exit 0; loom completion " + name +
+              " >script; " + name + " -n script; code=$?; rm script; exit $code");
+    EXPECT_EQ(ended, (Ended{0, "", ""})) << name;
+  }
+}
+
+std::string completed(const std::string& line) {
+  const std::string script =
+      "command -v bash >/dev/null || exit 0\nbash -c 'source <(loom completion bash)\n"
+      "COMP_WORDS=(" +
+      line +
+      " \"\")\n"
+      "COMP_CWORD=$((${#COMP_WORDS[@]}-1))\n_loom\necho ${COMPREPLY[@]}'";
+  return shell(script).out;
+}
+
+TEST(Completion, OffersCommandsMembersAndChoicesInBash) {
+  if (shell("command -v bash").code != 0) GTEST_SKIP() << "no bash here";
+  EXPECT_NE(completed("loom").find("text"), std::string::npos);
+  EXPECT_NE(completed("loom text").find("basename"), std::string::npos);
+  EXPECT_EQ(completed("loom text quote --color"), "auto always never\n");
+  EXPECT_EQ(completed("loom completion"), "bash zsh fish\n");
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#include "console.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+namespace loom {
+
+namespace {
+
+enum class Colors { byTerminal, always, never };
+Colors colors = Colors::byTerminal;
+
+constexpr std::string_view codes[] = {"31", "32", "33", "36", "1", "2"};
+
+}  // namespace
+
+void print(std::string_view text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) throw WriteFailure{errno};
+}
+
+void printLine(std::string_view text) {
+  print(text);
+  print("\n");
+}
+
+void flushResults() {
+  if (std::fflush(stdout) != 0) throw WriteFailure{errno};
+}
+
+void complain(std::string_view text) { complainPlainly(std::string("loom: ").append(text)); }
+
+void complainPlainly(std::string_view text) {
+  // Where both streams end in one place, a message stands behind the results
+  // it follows. Failing to write those is reported at the end, not here.
+  std::fflush(stdout);
+  std::string line(text);
+  line += '\n';
+  std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void setColors(std::string_view when) {
+  colors = when == "always" ? Colors::always : when == "never" ? Colors::never : Colors::byTerminal;
+}
+
+bool colorsOn(StandardStream stream) {
+  if (colors != Colors::byTerminal) return colors == Colors::always;
+  const char* const noColor = std::getenv("NO_COLOR");
+  if (noColor != nullptr && *noColor != '\0') return false;
+  const char* const terminal = std::getenv("TERM");
+  if (terminal == nullptr || std::string_view(terminal) == "dumb") return false;
+  return isTerminal(stream);
+}
+
+std::string colored(StandardStream stream, Color color, std::string_view text) {
+  if (text.empty() || !colorsOn(stream)) return std::string(text);
+  std::string result = "\033[";
+  result.append(codes[static_cast<int>(color)]).append("m").append(text).append("\033[0m");
+  return result;
+}
+
+void ConsoleOutput::output(GOutputLevel level, const std::string& /*sys*/, const char* text) {
+  // A system's error text may end in a line end; one is enough.
+  std::string_view line(text);
+  while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
+  const std::string_view kind = level == Warning ? "warning: " : level == Message ? "note: " : "";
+  complain(std::string(kind).append(line));
+}
+
+}  // namespace loom

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: MIT
+// Where loom's words go: results to standard output, everything else to
+// standard error. A failed write of a result ends the command (exit code 6);
+// when the reader has merely gone away it ends without a word.
+#ifndef LOOM_CONSOLE_H
+#define LOOM_CONSOLE_H
+
+#include <string>
+#include <string_view>
+
+#include "loomkit/text/output.h"
+#include "terminal.h"
+
+namespace loom {
+
+/// Thrown when standard output takes no more.
+struct WriteFailure {
+  int error;  ///< an errno value
+};
+
+/// Prints a result. Throws WriteFailure.
+void print(std::string_view text);
+/// Prints a result and a line end. Throws WriteFailure.
+void printLine(std::string_view text);
+/// Brings everything printed out of the buffer. Throws WriteFailure.
+void flushResults();
+
+/// Prints "loom: TEXT" and a line end on standard error, after the results
+/// that were printed before.
+void complain(std::string_view text);
+/// The same without the "loom: ".
+void complainPlainly(std::string_view text);
+
+/// Chooses colours: "auto", "always" or "never".
+void setColors(std::string_view when);
+/// True when text on the stream is to be coloured: on a terminal that is not
+/// dumb, unless NO_COLOR is set to something (https://no-color.org), or as
+/// setColors decided.
+[[nodiscard]] bool colorsOn(StandardStream stream);
+
+enum class Color { red, green, yellow, cyan, bold, dim };
+/// The text in the colour when the stream has colours, else as it is.
+[[nodiscard]] std::string colored(StandardStream stream, Color color, std::string_view text);
+
+/// The library's message channel while loom runs: all levels go to standard
+/// error, and a fatal message comes back to its sender instead of waiting for
+/// a key.
+class ConsoleOutput : public GOutput {
+ public:
+  using GOutput::output;
+  void output(GOutputLevel level, const std::string& sys, const char* text) override;
+};
+
+}  // namespace loom
+
+#endif  // LOOM_CONSOLE_H

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+// The list of command families, in the order of the help. One line each.
+#include "families.h"
+
+namespace loom {
+
+namespace {
+
+constexpr const Family* list[] = {
+    &textFamily,
+    &aboutFamily,
+};
+
+}  // namespace
+
+std::span<const Family* const> families() { return list; }
+
+}  // namespace loom

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+// Every command family, each defined in its own NAME_commands.cpp.
+#ifndef LOOM_FAMILIES_H
+#define LOOM_FAMILIES_H
+
+#include "command.h"
+
+namespace loom {
+
+extern const Family aboutFamily;
+extern const Family textFamily;
+
+}  // namespace loom
+
+#endif  // LOOM_FAMILIES_H

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include "json_writer.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "console.h"
+
+namespace loom {
+
+namespace {
+
+// The length of the well-formed UTF-8 sequence at the start of `text`, or 0
+// (Unicode 15, table 3-7: no overlong forms, no surrogates, at most U+10FFFF).
+std::size_t utf8Length(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+  const unsigned first = byte(0);
+  if (first < 0x80) return 1;
+  if (first < 0xC2 || first > 0xF4) return 0;
+  const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+  if (text.size() < length) return 0;
+  const unsigned least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
+  const unsigned most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
+  if (byte(1) < least || byte(1) > most) return 0;
+  for (std::size_t i = 2; i < length; ++i) {
+    if ((byte(i) & 0xC0U) != 0x80) return 0;
+  }
+  return length;
+}
+
+void appendEscaped(std::string* out, char c) {
+  constexpr std::string_view letters = "btnvfr";  // 8 to 13; JSON has no \v
+  constexpr std::string_view digits = "0123456789abcdef";
+  if (c == '"' || c == '\\') {
+    out->append(1, '\\').append(1, c);
+  } else if (c >= 8 && c <= 13 && c != 11) {
+    out->append(1, '\\').append(1, letters[static_cast<std::size_t>(c - 8)]);
+  } else if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+    out->append("\\u00").append(1, digits[static_cast<unsigned char>(c) >> 4U]);
+    out->append(1, digits[static_cast<unsigned char>(c) & 15U]);
+  } else {
+    out->append(1, c);
+  }
+}
+
+}  // namespace
+
+std::string jsonString(std::string_view text) {
+  std::string result = "\"";
+  while (!text.empty()) {
+    const std::size_t length = utf8Length(text);
+    if (length == 0) {
+      result += "\xEF\xBF\xBD";
+    } else if (length == 1) {
+      appendEscaped(&result, text[0]);
+    } else {
+      result.append(text.substr(0, length));
+    }
+    text.remove_prefix(length == 0 ? 1 : length);
+  }
+  return result += '"';
+}
+
+JsonWriter::JsonWriter() : sink(print) {}
+
+JsonWriter& JsonWriter::key(std::string_view name) {
+  separate();
+  sink(jsonString(name));
+  sink(":");
+  afterKey = true;
+  return *this;
+}
+
+JsonWriter& JsonWriter::value(std::string_view text) { return raw(jsonString(text)); }
+
+JsonWriter& JsonWriter::value(double number) {
+  if (std::isnan(number)) return value("nan");
+  if (std::isinf(number)) return value(number < 0 ? "-inf" : "inf");
+  char buffer[32];
+  const std::to_chars_result end = std::to_chars(buffer, buffer + sizeof buffer, number);
+  return raw(std::string_view(buffer, static_cast<std::size_t>(end.ptr - buffer)));
+}
+
+JsonWriter& JsonWriter::begin(char bracket) {
+  separate();
+  sink(std::string_view(&bracket, 1));
+  if (used.empty()) outermostIsArray = bracket == '[';
+  used.push_back(false);
+  return *this;
+}
+
+JsonWriter& JsonWriter::end(char bracket) {
+  const bool outermost = used.size() == 1;
+  if (outermost && outermostIsArray && used.back()) sink("\n");
+  used.pop_back();
+  sink(std::string_view(&bracket, 1));
+  if (outermost) sink("\n");
+  return *this;
+}
+
+JsonWriter& JsonWriter::raw(std::string_view text) {
+  separate();
+  sink(text);
+  if (used.empty()) sink("\n");
+  return *this;
+}
+
+void JsonWriter::separate() {
+  if (afterKey) {
+    afterKey = false;
+    return;
+  }
+  if (used.empty()) return;
+  if (used.back()) sink(",");
+  used.back() = true;
+  // Programs that read line by line get an element at a time.
+  if (used.size() == 1 && outermostIsArray) sink("\n");
+}
+
+}  // namespace loom

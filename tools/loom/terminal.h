@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// What loom asks of the machine beside the C++ library. posix/ holds the answer.
+#ifndef LOOM_TERMINAL_H
+#define LOOM_TERMINAL_H
+
+#include <cstdio>
+#include <string>
+
+namespace loom {
+
+/// The three standard streams.
+enum class StandardStream { input = 0, output = 1, error = 2 };
+
+/// True when a person sits at the other end of the stream.
+[[nodiscard]] bool isTerminal(StandardStream stream);
+
+/// Reads what is there, at least one byte, waiting only for the first; past
+/// the file's own buffer, so do not mix with other reads. 0 at the end; below
+/// 0 after an error, which errno then holds.
+[[nodiscard]] long readSome(std::FILE* file, char* buffer, std::size_t size);
+
+/// Makes a folder that only its owner may enter; true when it is there.
+bool makePrivateFolder(const std::string& path);
+/// Lets only its owner read and write the file.
+void keepFilePrivate(const std::string& path);
+
+}  // namespace loom
+
+#endif  // LOOM_TERMINAL_H
