@@ -33,11 +33,20 @@ struct Block {
   Word diagonal;
 };
 
-// What crosses the lower edge of a block in one column.
-enum Carry : unsigned char {
-  risesRight = 1,    // the value rises from the column before
-  fallsRight = 2,    // it falls
-  exchangeable = 4,  // the last row could be the first half of an exchange
+// What crosses the lower edge of a block in one column, each 0 or 1: the value
+// rises or falls from the column before; the last row could be the first half of
+// an exchange.
+struct Edge {
+  Word rises;
+  Word falls;
+  Word exchangeable;
+
+  [[nodiscard]] unsigned char packed() const {
+    return static_cast<unsigned char>(rises | falls << 1 | exchangeable << 2);
+  }
+  static Edge unpacked(unsigned char bits) {
+    return {Word{bits} & 1, Word{bits} >> 1 & 1, Word{bits} >> 2};
+  }
 };
 
 // For each character, the rows of a block that hold it. Only the entries of
@@ -45,24 +54,22 @@ enum Carry : unsigned char {
 using RowsOf = std::array<Word, 256>;
 
 // One column step of a block. `rows` are those that hold the column's
-// character, `previousRows` those that hold the character before it; `carry`
+// character, `previousRows` those that hold the character before it; `edge`
 // comes from above and goes below, out of the row of bit `lastRow`.
-inline void step(Block& block, Word rows, Word previousRows, unsigned& carry, unsigned lastRow) {
-  const Word fallsAbove = carry >> 1 & 1;
+inline void step(Block& block, Word rows, Word previousRows, Edge& edge, unsigned lastRow) {
   const Word exchangeFirst = ~block.diagonal & rows;
-  const Word exchange = (exchangeFirst << 1 | carry >> 2) & previousRows;
-  const Word matches = rows | fallsAbove;
+  const Word exchange = (exchangeFirst << 1 | edge.exchangeable) & previousRows;
+  const Word matches = rows | edge.falls;
   const Word diagonal = (((matches & block.rises) + block.rises) ^ block.rises) |
                         (matches | ~block.notFalls | exchange);
   const Word notRight = block.notFalls & (diagonal | block.rises);
   const Word left = diagonal & block.rises;
-  const Word notRightIn = notRight << 1 | (~carry & risesRight);
-  const Word leftIn = left << 1 | fallsAbove;
+  const Word notRightIn = notRight << 1 | (edge.rises ^ 1);
+  const Word leftIn = left << 1 | edge.falls;
   block.diagonal = diagonal;
   block.rises = leftIn | (~diagonal & notRightIn);
   block.notFalls = notRightIn | ~diagonal;
-  carry = static_cast<unsigned>((~notRight >> lastRow & 1) | (left >> lastRow & 1) << 1 |
-                                (exchangeFirst >> lastRow & 1) << 2);
+  edge = {~notRight >> lastRow & 1, left >> lastRow & 1, exchangeFirst >> lastRow & 1};
 }
 
 // What is to be computed: the table of `rows` by `columns`, whose top row and
@@ -73,7 +80,7 @@ struct Table {
   bool topRises;
   bool leftRises;
 
-  [[nodiscard]] unsigned topCarry() const { return topRises ? risesRight : 0; }
+  [[nodiscard]] Edge topEdge() const { return {Word{topRises}, 0, 0}; }
   [[nodiscard]] Block leftColumn() const { return {leftRises ? ~Word{0} : Word{0}, ~Word{0}, 0}; }
   [[nodiscard]] int lowerLeft() const { return leftRises ? static_cast<int>(rows.size()) : 0; }
   [[nodiscard]] unsigned lastRow() const {
@@ -86,8 +93,8 @@ struct Table {
 class LowestRow {
  public:
   explicit LowestRow(int lowerLeft) : value(lowerLeft), least(lowerLeft) {}
-  void move(unsigned carry) {
-    value += static_cast<int>(carry & risesRight) - static_cast<int>(carry >> 1 & 1);
+  void move(const Edge& edge) {
+    value += static_cast<int>(edge.rises) - static_cast<int>(edge.falls);
     least = std::min(least, value);
   }
   int value;
@@ -119,22 +126,22 @@ LowestRow sweepOneBlock(const Table& table, Block& block) {
   block = table.leftColumn();
   for (const char c : table.columns) {
     const Word rows = rowsOf[byteOf(c)];
-    unsigned carry = table.topCarry();
-    step(block, rows, previousRows, carry, lastRow);
+    Edge edge = table.topEdge();
+    step(block, rows, previousRows, edge, lastRow);
     previousRows = rows;
-    lowest.move(carry);
+    lowest.move(edge);
   }
   return lowest;
 }
 
-// What crosses the lower edge of the blocks done so far, for each column of a tile.
-using Carries = std::array<unsigned char, tileColumns>;
+// The packed lower edges of the blocks done so far, for each column of a tile.
+using Edges = std::array<unsigned char, tileColumns>;
 
 // Streams a tile past `count` blocks, from block `first` of the table on. Side
 // by side they fill the time that each would wait for its own last column.
 template <std::size_t count>
 void passBlocks(const Table& table, std::size_t first, std::string_view tile, Block* blocks,
-                Carries& carries) {
+                Edges& edges) {
   std::array<RowsOf, count> rowsOf;
   std::array<Word, count> previousRows{};
   std::array<Block, count> current;
@@ -147,13 +154,13 @@ void passBlocks(const Table& table, std::size_t first, std::string_view tile, Bl
   constexpr unsigned lowest = blockRows - 1;
   const unsigned lastRow = first + count < table.blocks() ? lowest : table.lastRow();
   for (std::size_t column = 0; column < tile.size(); ++column) {
-    unsigned carry = carries[column];
+    Edge edge = Edge::unpacked(edges[column]);
     for (std::size_t k = 0; k < count; ++k) {
       const Word rows = rowsOf[k][byteOf(tile[column])];
-      step(current[k], rows, previousRows[k], carry, k + 1 < count ? lowest : lastRow);
+      step(current[k], rows, previousRows[k], edge, k + 1 < count ? lowest : lastRow);
       previousRows[k] = rows;
     }
-    carries[column] = static_cast<unsigned char>(carry);
+    edges[column] = edge.packed();
   }
   std::copy(current.begin(), current.end(), blocks + first);
 }
@@ -163,14 +170,15 @@ LowestRow sweep(const Table& table, Block* blocks) {
   const std::size_t blockCount = table.blocks();
   std::fill_n(blocks, blockCount, table.leftColumn());
   LowestRow lowest(table.lowerLeft());
-  Carries carries;
+  Edges edges;
   for (std::size_t first = 0; first < table.columns.size(); first += tileColumns) {
     const std::string_view tile = table.columns.substr(first, tileColumns);
-    carries.fill(static_cast<unsigned char>(table.topCarry()));
+    std::fill_n(edges.begin(), tile.size(), table.topEdge().packed());
     std::size_t i = 0;
-    for (; i + 2 <= blockCount; i += 2) passBlocks<2>(table, i, tile, blocks, carries);
-    if (i < blockCount) passBlocks<1>(table, i, tile, blocks, carries);
-    for (std::size_t column = 0; column < tile.size(); ++column) lowest.move(carries[column]);
+    for (; i + 2 <= blockCount; i += 2) passBlocks<2>(table, i, tile, blocks, edges);
+    if (i < blockCount) passBlocks<1>(table, i, tile, blocks, edges);
+    for (std::size_t column = 0; column < tile.size(); ++column)
+      lowest.move(Edge::unpacked(edges[column]));
   }
   return lowest;
 }
