@@ -16,15 +16,16 @@ namespace {
 std::atomic<long> allocations{0};
 }
 
-// Counted for the whole test program; one test looks at the difference.
-void* operator new(std::size_t size) {
+// Counted for the whole test program; one test looks at the difference. Not
+// inlined: gcc would take a free() for the wrong way to end a new.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   ++allocations;
   void* const memory = std::malloc(size != 0 ? size : 1);
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
