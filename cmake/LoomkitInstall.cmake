@@ -1,0 +1,37 @@
+# SPDX-License-Identifier: MIT
+# What `cmake --install` lays down: both libraries, the public headers, the
+# CMake package, loomkit.pc, and the tool where it is built.
+include(CMakePackageConfigHelpers)
+
+set(package ${CMAKE_INSTALL_LIBDIR}/cmake/loomkit)
+install(TARGETS loomkit EXPORT loomkitTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT loomkitTargets NAMESPACE loomkit:: DESTINATION ${package})
+# Apart, because only who links statically needs zlib's development files.
+install(TARGETS loomkit_static EXPORT loomkitStaticTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT loomkitStaticTargets NAMESPACE loomkit:: DESTINATION ${package})
+
+get_property(headers GLOBAL PROPERTY LOOMKIT_PUBLIC_HEADERS)
+foreach(header IN LISTS headers)
+  cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
+  cmake_path(GET header PARENT_PATH folder)
+  install(FILES ${PROJECT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${folder})
+endforeach()
+
+configure_package_config_file(cmake/loomkitConfig.cmake.in loomkitConfig.cmake
+  INSTALL_DESTINATION ${package})
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/loomkitConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/loomkitConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/loomkitConfigVersion.cmake
+  DESTINATION ${package})
+
+configure_file(packaging/loomkit.pc.in loomkit.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/loomkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "The loomkit authors <loomkit@example.org>")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+include(CPack)

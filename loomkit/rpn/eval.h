@@ -32,7 +32,10 @@
 /// in pools that all evaluators share, so that all evaluators of a process are
 /// used from one thread at a time. Once the pools are filled, evaluating
 /// numbers allocates nothing.
-class LOOMKIT_API GRpnEval {
+///
+/// Only the public operations are exported, so that the engine's own calls stay
+/// direct.
+class GRpnEval {
  public:
   /// Receives the text of each error. Freed by the evaluator as plain memory,
   /// without a destructor call: a subclass must hold nothing that needs one.
@@ -43,57 +46,57 @@ class LOOMKIT_API GRpnEval {
   };
 
   /// An empty stack, the default handler, no parameters and no functions.
-  GRpnEval();
+  LOOMKIT_API GRpnEval();
 
   /// Memberwise: the handler, the sets and the frames are shared without a
   /// count. An evaluator is used in place, never beside its copy.
-  GRpnEval(const GRpnEval&);
-  GRpnEval& operator=(const GRpnEval&);
+  LOOMKIT_API GRpnEval(const GRpnEval&);
+  LOOMKIT_API GRpnEval& operator=(const GRpnEval&);
 
-  ~GRpnEval();
+  LOOMKIT_API ~GRpnEval();
 
   /// Frees the old handler and owns the new one. Requires: not null, allocated
   /// with new.
-  void setErrorHandler(ErrorHandler* handler);
+  LOOMKIT_API void setErrorHandler(ErrorHandler* handler);
 
   /// Takes a reference on the new object and drops the one on the old. Null
   /// removes the object.
-  void setParamSet(GRpnParamSet* params);
-  void setExternFuncs(GRpnExternFuncs* functions);
+  LOOMKIT_API void setParamSet(GRpnParamSet* params);
+  LOOMKIT_API void setExternFuncs(GRpnExternFuncs* functions);
 
   /// The name that begins each error text; empty at first.
-  void setExprName(const std::string& name);
-  void resetExprName();
+  LOOMKIT_API void setExprName(const std::string& name);
+  LOOMKIT_API void resetExprName();
 
   /// Evaluates; the results stay on the stack. After a failure whatever was
   /// pushed stays as well.
-  bool eval(const char* expr);
+  LOOMKIT_API bool eval(const char* expr);
 
   /// Appends all results to `*results`, the deepest first, and takes them off
   /// the stack. This form and those below leave the stack at its old size,
   /// whatever happens, and touch their result only on success.
-  bool eval(const char* expr, std::vector<GRpnValue>* results);
+  LOOMKIT_API bool eval(const char* expr, std::vector<GRpnValue>* results);
 
   /// Demands exactly one result.
-  bool eval(const char* expr, GRpnValue* result);
+  LOOMKIT_API bool eval(const char* expr, GRpnValue* result);
 
   /// Demands exactly one result, a number.
-  bool evalFloat(const char* expr, double* result);
+  LOOMKIT_API bool evalFloat(const char* expr, double* result);
 
   /// As evalFloat(); true for a number less or greater than 0, so false for a
   /// NaN.
-  bool evalBool(const char* expr, bool* result);
+  LOOMKIT_API bool evalBool(const char* expr, bool* result);
 
   /// Demands that there is no result.
-  bool evalVoid(const char* expr);
+  LOOMKIT_API bool evalVoid(const char* expr);
 
   /// For external functions, while an evaluation runs: takes the top value of
   /// the innermost evaluation off the stack. Too few values append "stack
   /// underflow" to `*err` and give false.
-  bool pop(GRpnValue* value, GRpnErrMsg* err);
+  LOOMKIT_API bool pop(GRpnValue* value, GRpnErrMsg* err);
 
   /// Appends the top `count` values to `*values`, the deepest first.
-  bool pop(std::vector<GRpnValue>* values, unsigned count, GRpnErrMsg* err);
+  LOOMKIT_API bool pop(std::vector<GRpnValue>* values, unsigned count, GRpnErrMsg* err);
 
   /// Pushes a copy.
   void push(const GRpnValue& value) { stack.push_back(value); }
@@ -135,8 +138,7 @@ class LOOMKIT_API GRpnEval {
   const char* syntaxError(const char* position);
   void resultError(const char* expr, const char* exprEnd, const char* message);
 
-  void push(double number) { stack.emplace_back(number); }
-  void push(const std::string& text);
+  void pushText(const std::string& text);
 
   // Operand checks and the typed pops. A pop removes its values only when all
   // its checks have passed.

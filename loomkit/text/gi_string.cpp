@@ -7,8 +7,8 @@
 
 #include "loomkit/text/char_class.h"
 
-// Ready before any static initialiser runs.
-constinit const std::string gEmptyString;
+// Before every other static object, like the channel in output.cpp.
+[[gnu::init_priority(200)]] const std::string gEmptyString;
 
 GiString::GiString(const std::string& s, unsigned pos) : std::string(s, pos) {}
 GiString::GiString(const std::string& s, unsigned pos, unsigned n) : std::string(s, pos, n) {}

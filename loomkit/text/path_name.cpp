@@ -64,7 +64,8 @@ std::string gBasename(const std::string& path, const char* suffix) {
 std::string gDirname(const std::string& path) {
   const std::size_t prefixLength = rootPrefixLength(path);
   const std::string_view directory = directoryName(std::string_view(path).substr(prefixLength));
-  // A share alone is a directory; a drive alone is not, it needs the ".".
+  // A share alone is a directory; a drive alone is not, it needs the ".", and so
+  // does a bare "//", which is no longer than a drive.
   if (prefixLength > 2 && directory == ".") return path.substr(0, prefixLength);
   return path.substr(0, prefixLength).append(directory);
 }

@@ -34,17 +34,12 @@ class Matcher {
   bool run() {
     for (;;) {
       if (*pattern == '*') {
-        switch (takeStar()) {
-          case Star::matches:
-            return true;
-          case Star::fails:
-            return false;
-          case Star::goesOn:
-            break;
-        }
-      } else if (*pattern == '\0' && *text == '\0') {
-        return true;
-      } else if (*pattern == '\0' || *text == '\0' || !takeOne()) {
+        const Star star = takeStar();
+        if (star != Star::goesOn) return star == Star::matches;
+      } else if (*text == '\0') {
+        // An item is left without a character; from a later place more would be.
+        return *pattern == '\0';
+      } else if (*pattern == '\0' || !takeOne()) {
         if (!moveLastStar()) return false;
       }
     }
@@ -85,9 +80,14 @@ class Matcher {
   bool skipToLiteral() {
     const char first = *starPattern;
     if (first != '?' && first != '[' && first != '\\') {
+      int nearby = 4;  // characters that are looked at before strchr() pays off
       while (*starText != first) {
         if (*starText == '\0' || (*starText == '/' && pathName)) return false;
         ++starText;
+        if (--nearby == 0 && !pathName) {
+          starText = std::strchr(starText, first);
+          if (starText == nullptr) return false;
+        }
       }
     }
     pattern = starPattern;

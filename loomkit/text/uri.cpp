@@ -56,27 +56,38 @@ constexpr auto hexValues = [] {
   return values;
 }();
 
-char* writeEscape(char* out, unsigned char byte) {
-  out[0] = '%';
-  out[1] = hexDigits[byte >> 4];
-  out[2] = hexDigits[byte & 15];
-  return out + escapeLength;
+// What each byte is written as, so that the writer need not branch: [0] as it
+// is, [1] escaped.
+constexpr std::size_t slot = 4;
+constexpr auto written = [] {
+  std::array<std::array<std::array<char, slot>, 256>, 2> forms{};
+  for (unsigned c = 0; c < 256; ++c) {
+    forms[0][c] = {static_cast<char>(c)};
+    forms[1][c] = {'%', hexDigits[c >> 4], hexDigits[c & 15]};
+  }
+  return forms;
+}();
+
+// Writes one byte in either form and returns the place behind it. Requires:
+// room for a whole slot.
+inline char* write(char* out, unsigned char byte, std::size_t width) {
+  std::memcpy(out, written[width >> 1][byte].data(), slot);
+  return out + width;
 }
 
 std::string escape(std::string_view text, const Widths& widths) {
-  std::size_t length = 0;
-  for (const char c : text) length += widths[indexOf(c)];
+  constexpr std::size_t chunk = 256;
+  char buffer[chunk * escapeLength + slot];
   std::string escaped;
-  escaped.reserve(std::max(length, text.size() + 16));
-  escaped.resize(length);
-  char* out = escaped.data();
-  for (const char c : text) {
-    if (widths[indexOf(c)] == 1) {
-      *out++ = c;
-    } else {
-      out = writeEscape(out, indexOf(c));
-    }
-  }
+  do {
+    const std::string_view part = text.substr(0, chunk);
+    text.remove_prefix(part.size());
+    char* out = buffer;
+    for (const char c : part) out = write(out, indexOf(c), widths[indexOf(c)]);
+    const auto length = static_cast<std::size_t>(out - buffer);
+    if (escaped.empty()) escaped.reserve(std::max(length, part.size() + 16) + text.size());
+    escaped.append(buffer, length);
+  } while (!text.empty());
   return escaped;
 }
 
@@ -107,23 +118,17 @@ std::string unescape(std::string_view text, std::size_t firstPercent) {
 }
 
 std::string normalize(std::string_view uri) {
-  std::string normalized;
-  normalized.resize(uri.size() * escapeLength);
+  std::string normalized(uri.size() * escapeLength + slot, '\0');
   char* out = normalized.data();
   const char* end = uri.data() + uri.size();
   for (const char* s = uri.data(); s != end;) {
-    unsigned char byte = 0;
-    if (uriWidths[indexOf(*s)] == 1) {
-      *out++ = *s++;
-    } else if (*s == '%' && readEscape(s, end, byte)) {
-      if (unreservedWidths[byte] == 1) {
-        *out++ = static_cast<char>(byte);
-      } else {
-        out = writeEscape(out, byte);
-      }
+    unsigned char byte = indexOf(*s);
+    if (*s == '%' && readEscape(s, end, byte)) {
+      out = write(out, byte, unreservedWidths[byte]);
       s += escapeLength;
     } else {
-      out = writeEscape(out, indexOf(*s++));
+      byte = indexOf(*s++);
+      out = write(out, byte, uriWidths[byte]);
     }
   }
   normalized.resize(static_cast<std::size_t>(out - normalized.data()));

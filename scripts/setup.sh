@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: MIT
+# Installs the Debian packages that are missing. setup.sh run|test|ci|bench
+# Each word includes the ones before it, but for bench, which adds the peers
+# that the benchmarks compare with.
+set -euo pipefail
+
+run="g++ cmake ninja-build ccache pkg-config zlib1g-dev libcli11-dev libedit-dev nlohmann-json3-dev"
+test="googletest python3 binutils"
+ci="clang clang-format clang-tidy libclang-rt-14-dev g++-multilib lib32z1-dev"
+bench="libbenchmark-dev python3 libmuparser-dev liblua5.4-dev"
+
+case "${1:-run}" in
+  run) wanted=$run ;;
+  test) wanted="$run $test" ;;
+  ci) wanted="$run $test $ci" ;;
+  bench) wanted="$run $bench" ;;
+  *) echo "usage: setup.sh run|test|ci|bench" >&2; exit 2 ;;
+esac
+
+missing=()
+for package in $wanted; do
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)" = installed ] ||
+    missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "installing: ${missing[*]}" >&2
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  command -v sudo >/dev/null || { echo "install these packages as root, then run this again" >&2; exit 1; }
+  as_root=(sudo)
+fi
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+export DEBIAN_FRONTEND=noninteractive
+if ! { "${as_root[@]}" apt-get update &&
+  "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+  cat "$log" >&2
+  exit 1
+fi
