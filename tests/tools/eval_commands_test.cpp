@@ -34,15 +34,16 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Row{{"1 2 +"}, {0, "3\n", ""}}, Row{{"1 2", "3"}, {0, "1\n2\n3\n", ""}},
         Row{{""}, {0, "", ""}}, Row{{"-1 2 -"}, {0, "-3\n", ""}},
-        Row{{"-.5", "- 1", "2"}, {5, "-0.5\n2\n", "rpn error: stack underflow:\n >!< - 1\n"}},
+        Row{{"-.5", "- 1", "2"}, {5, "-0.5\n2\n", "loom: rpn error: stack underflow:\n >!< - 1\n"}},
         Row{{"\"a\\012b\""}, {0, "a\nb\n", ""}}, Row{{"\"a\" 1 2 ]"}, {0, "[\"a\" 1]\n", ""}},
         Row{{"NULL", "@s"}, {0, "NULL\ns\n", ""}},
         Row{{"--digits", "3", "M_PI"}, {0, "3.14\n", ""}},
         Row{{"--digits", "17", "0.1"}, {0, "0.10000000000000001\n", ""}},
-        Row{{"1 +"}, {5, "", "rpn error: stack underflow:\n1  >!< +\n"}},
-        Row{{"-n", "price", "1 +"}, {5, "", "price: rpn error: stack underflow:\n1  >!< +\n"}},
-        Row{{"${a:-1 2}"}, {5, "", "rpn error: too many result values on stack\nin: 1 2\n"}},
-        Row{{"foo"}, {5, "", "rpn error: unknown function:\n >!< foo\n"}}));
+        Row{{"1 +"}, {5, "", "loom: rpn error: stack underflow:\n1  >!< +\n"}},
+        Row{{"-n", "price", "1 +"},
+            {5, "", "loom: price: rpn error: stack underflow:\n1  >!< +\n"}},
+        Row{{"${a:-1 2}"}, {5, "", "loom: rpn error: too many result values on stack\nin: 1 2\n"}},
+        Row{{"foo"}, {5, "", "loom: rpn error: unknown function:\n >!< foo\n"}}));
 
 INSTANTIATE_TEST_SUITE_P(
     Parameters, EvalCommand,
@@ -50,16 +51,16 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{{"-p", "x=abc", "$x size"}, {0, "3\n", ""}},
                       Row{{"-p", "x=1", "-s", "y=1", "$x $y"}, {0, "1\n1\n", ""}},
                       Row{{"-s", "y=1", "$y 1 +"},
-                          {5, "", "rpn error: stack[1] is not a number:\n$y 1  >!< +\n"}},
+                          {5, "", "loom: rpn error: stack[1] is not a number:\n$y 1  >!< +\n"}},
                       Row{{"-p", "x=", "$x empty"}, {0, "1\n", ""}},
                       Row{{"-p", "x=a=b", "$x"}, {0, "a=b\n", ""}},
                       Row{{"-p", "x=-1", "$x"}, {0, "-1\n", ""}},
-                      Row{{"$x"}, {5, "", "rpn error: unknown parameter:\n >!< $x\n"}},
+                      Row{{"$x"}, {5, "", "loom: rpn error: unknown parameter:\n >!< $x\n"}},
                       Row{{"-d", "f=1 argc $0 $0 *", "3 f f"}, {0, "81\n", ""}},
                       Row{{"-d", "f=1 argc $0 0 /", "1 f"},
                           {5, "",
-                           "rpn error: division by zero:\n1 argc $0 0  >!< /\n"
-                           "rpn error: error in local function \"f\":\n1 f >!< \n"}},
+                           "loom: rpn error: division by zero:\n1 argc $0 0  >!< /\n"
+                           "loom: rpn error: error in local function \"f\":\n1 f >!< \n"}},
                       Row{{"-d", "f=2 argc $1 $0", "1 2 f"}, {0, "2\n1\n", ""}}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -67,34 +68,37 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         Row{{"-"}, {0, "3\n4\n", ""}, "1 2 +\n\n  # note\n4"},
         Row{{"-"}, {0, "3\n", ""}, "1 2 +\r\n"}, Row{{"0", "-", "9"}, {0, "0\n1\n9\n", ""}, "1"},
-        Row{{"-"}, {5, "7\n", "line 2: rpn error: syntax error:\n1  >!< =\n"}, "\n1 =\n7\n"},
-        Row{{"-n", "in", "-"}, {5, "", "in:1: rpn error: syntax error:\n >!< ?\n"}, "?"},
+        Row{{"-"}, {5, "7\n", "loom: line 2: rpn error: syntax error:\n1  >!< =\n"}, "\n1 =\n7\n"},
+        Row{{"-n", "in", "-"}, {5, "", "loom: in:1: rpn error: syntax error:\n >!< ?\n"}, "?"},
         Row{{"-"},
             {5, "",
-             "line 1: rpn error: zero byte in the expression:\n1 >!< " + std::string(1, '\0') +
-                 "\n"},
+             "loom: line 1: rpn error: zero byte in the expression:\n1 >!< " +
+                 std::string(1, '\0') + "\n"},
             std::string("1\0\n", 3)},
         Row{{"--file", "/nonexistent"}, {3, "", "loom: /nonexistent: No such file or directory\n"}},
         Row{{"--file", "/"}, {3, "", "loom: /: Is a directory\n"}}));
 
 INSTANTIATE_TEST_SUITE_P(
     Map, EvalCommand,
-    ::testing::Values(
-        Row{{"-m", "$f1 $f2 +"}, {0, "3\n7\n", ""}, "1 2\n 3\t4 \n"},
-        Row{{"-m", "$line", "$nr $nf"}, {0, "a b\t1\t2\n\t2\t0\n", ""}, "a b\n\n"},
-        Row{{"-m", "-F", ":", "$f2"}, {0, "\nb\n", ""}, "a::c\na:b\n"},
-        Row{{"-m", "--fs", ", ", "$f2 $nf"}, {0, "b\t3\n", ""}, "a, b, c\n"},
-        Row{{"-m", "-F:", "${f3:-\"none\"}"}, {0, "none\n", ""}, "a:b\n"},
-        Row{{"-m", "${prev:-0} $f1 +"}, {0, "1\n3\n6\n", ""}, "1\n2\n3\n"},
-        Row{{"-m", "-w", "$f1 2 >", "$f1"}, {0, "3\n5\n", ""}, "1\n3\n2\n5\n"},
-        Row{{"-m", "$line pop"}, {0, "", ""}, "a\nb\n"},
-        Row{{"-m", "-p", "k=10", "$f1 $k *"}, {0, "20\n", ""}, "2"},
-        Row{{"-m", "$f1 1 +"},
-            {5, "2\n", "line 1: rpn error: stack[1] is not a number:\n$f1 1  >!< +\n"},
-            "x\n1\n"},
-        Row{{"-m", "$f0 1"}, {5, "", "line 1: rpn error: unknown parameter:\n >!< $f0 1\n"}, "x"},
-        Row{{"-m", "-f", "/nonexistent", "1"},
-            {3, "", "loom: /nonexistent: No such file or directory\n"}}));
+    ::testing::Values(Row{{"-m", "$f1 $f2 +"}, {0, "3\n7\n", ""}, "1 2\n 3\t4 \n"},
+                      Row{{"-m", "$line", "$nr $nf"}, {0, "a b\t1\t2\n\t2\t0\n", ""}, "a b\n\n"},
+                      Row{{"-m", "-F", ":", "$f2"}, {0, "\nb\n", ""}, "a::c\na:b\n"},
+                      Row{{"-m", "--fs", ", ", "$f2 $nf"}, {0, "b\t3\n", ""}, "a, b, c\n"},
+                      Row{{"-m", "-F:", "${f3:-\"none\"}"}, {0, "none\n", ""}, "a:b\n"},
+                      Row{{"-m", "${prev:-0} $f1 +"}, {0, "1\n3\n6\n", ""}, "1\n2\n3\n"},
+                      Row{{"-m", "-w", "$f1 2 >", "$f1"}, {0, "3\n5\n", ""}, "1\n3\n2\n5\n"},
+                      Row{{"-m", "$f1", "-"}, {0, "a\n", ""}, "a b\n"},
+                      Row{{"-m", "$line pop"}, {0, "", ""}, "a\nb\n"},
+                      Row{{"-m", "-p", "k=10", "$f1 $k *"}, {0, "20\n", ""}, "2"},
+                      Row{{"-m", "$f1 1 +"},
+                          {5, "2\n",
+                           "loom: line 1: rpn error: stack[1] is not a number:\n$f1 1  >!< +\n"},
+                          "x\n1\n"},
+                      Row{{"-m", "$f0 1"},
+                          {5, "", "loom: line 1: rpn error: unknown parameter:\n >!< $f0 1\n"},
+                          "x"},
+                      Row{{"-m", "-f", "/nonexistent", "1"},
+                          {3, "", "loom: /nonexistent: No such file or directory\n"}}));
 
 INSTANTIATE_TEST_SUITE_P(
     Usage, EvalCommand,

@@ -44,7 +44,9 @@ class Evaluation {
 
   // Every expression once for each line of a file.
   void map(const std::string& path, const Invocation& call) {
-    const std::vector<std::string>& exprs = call.operands("EXPR");
+    // A lone - stands for standard input, as it does without --map.
+    std::vector<std::string> exprs = call.operands("EXPR");
+    std::erase(exprs, "-");
     const Counted<LineParams> params(new LineParams(call.value("--fs"), host.params.get()));
     host.engine.setParamSet(params.get());
     LineSource source(path);

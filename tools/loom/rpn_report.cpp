@@ -53,15 +53,14 @@ RpnReport readReport(const std::string& text, const std::string& name, const std
 
 void printReport(const RpnReport& report) {
   if (!report.position || !colorsOn(StandardStream::error)) {
-    complainPlainly(report.text);
+    complain(report.text);
     return;
   }
   const std::string header = report.text.substr(0, report.text.find('\n'));
   const std::string& expr = report.expression;
-  complainPlainly(colored(StandardStream::error, Color::bold, header) + "\n" +
-                  expr.substr(0, *report.position) +
-                  colored(StandardStream::error, Color::red, marker) +
-                  expr.substr(*report.position));
+  complain(colored(StandardStream::error, Color::bold, header) + "\n" +
+           expr.substr(0, *report.position) + colored(StandardStream::error, Color::red, marker) +
+           expr.substr(*report.position));
 }
 
 std::string caretLine(const RpnReport& report, const std::string& indent) {
