@@ -12,6 +12,7 @@
 #include "loomkit/rpn/param_set.h"
 #include "loomkit/rpn/value.h"
 #include "loomkit/rpn/words.h"
+#include "loomkit/streams/mem_stream.h"
 #include "loomkit/text/edit_distance.h"
 #include "loomkit/text/gi_string.h"
 #include "loomkit/text/literal.h"
