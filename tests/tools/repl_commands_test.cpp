@@ -108,10 +108,14 @@ for line in lines.split(b'|'):
     read(b'> ')
 os.write(fd, b'\x04')
 read(b'@@never@@')
-if os.waitpid(pid, os.WNOHANG)[0] == 0:
-    os.kill(pid, signal.SIGKILL)
-    sys.exit(98)
 sys.stdout.buffer.write(seen)
+for _ in range(100):
+    ended, status = os.waitpid(pid, os.WNOHANG)
+    if ended != 0:
+        sys.exit(os.waitstatus_to_exitcode(status) % 256)
+    time.sleep(0.1)
+os.kill(pid, signal.SIGKILL)
+sys.exit(98)
 )");
   return shell("command -v python3 >/dev/null || exit 99\n" + environment +
                " XDG_STATE_HOME=" + folder + " TERM=xterm python3 " + folder + "/type.py '" +
