@@ -122,7 +122,7 @@ std::string bashCompletion() {
   }
   forEachCommand([&](const CommandRef& ref) { commands += bashCommand(ref); });
   return "# bash completion for loom; made by 'loom completion bash'\n"
-         "_loom() {\n"
+         "_loom_complete() {\n"
          "  local word=\"${COMP_WORDS[COMP_CWORD]}\" previous=\"${COMP_WORDS[COMP_CWORD-1]}\"\n"
          "  local name=\"${COMP_WORDS[1]}\" members='' options='' offer=\"-W ''\" at=2\n"
          "  COMPREPLY=()\n"
@@ -150,14 +150,16 @@ std::string bashCompletion() {
          "    *) eval \"COMPREPLY=( \\$(compgen $offer -- \\\"\\$word\\\") )\" ;;\n"
          "  esac\n"
          "}\n"
-         "complete -o filenames -F _loom loom\n";
+         "complete -o filenames -F _loom_complete loom\n";
 }
 
 std::string zshCompletion() {
   return "#compdef loom\n"
          "# zsh completion for loom; made by 'loom completion zsh'\n"
          "autoload -U +X bashcompinit && bashcompinit\n" +
-         bashCompletion();
+         bashCompletion() +
+         "# Loaded by the first completion, which is then answered as well.\n"
+         "[ \"$funcstack[1]\" = _loom ] && _bash_complete -o filenames -F _loom_complete\n";
 }
 
 std::string fishCompletion() {
