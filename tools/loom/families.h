@@ -8,7 +8,10 @@
 namespace loom {
 
 extern const Family aboutFamily;
+extern const Family evalFamily;
+extern const Family replFamily;
 extern const Family textFamily;
+extern const Family wordsFamily;
 
 }  // namespace loom
 
