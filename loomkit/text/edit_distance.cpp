@@ -49,8 +49,7 @@ struct Edge {
   }
 };
 
-// For each character, the rows of a block that hold it. Only the entries of
-// characters that occur are ever set.
+// For each character, the rows of a block that hold it.
 using RowsOf = std::array<Word, 256>;
 
 // One column step of a block. `rows` are those that hold the column's
@@ -90,8 +89,7 @@ struct Table {
 };
 
 // The lowest row of the table: its last value and its least one.
-class LowestRow {
- public:
+struct LowestRow {
   explicit LowestRow(int lowerLeft) : value(lowerLeft), least(lowerLeft) {}
   void move(const Edge& edge) {
     value += static_cast<int>(edge.rises) - static_cast<int>(edge.falls);
@@ -111,7 +109,7 @@ void setRows(RowsOf& rowsOf, std::string_view rows) {
 
 // The whole table, when its rows fit into one block.
 LowestRow sweepOneBlock(const Table& table, Block& block) {
-  RowsOf rowsOf;
+  RowsOf rowsOf;  // for short texts, only the entries that are looked at are set
   if (table.columns.size() < rowsOf.size() / 2) {
     for (const char c : table.rows) rowsOf[byteOf(c)] = 0;
     for (const char c : table.columns) rowsOf[byteOf(c)] = 0;
@@ -177,8 +175,9 @@ LowestRow sweep(const Table& table, Block* blocks) {
     std::size_t i = 0;
     for (; i + 2 <= blockCount; i += 2) passBlocks<2>(table, i, tile, blocks, edges);
     if (i < blockCount) passBlocks<1>(table, i, tile, blocks, edges);
-    for (std::size_t column = 0; column < tile.size(); ++column)
+    for (std::size_t column = 0; column < tile.size(); ++column) {
       lowest.move(Edge::unpacked(edges[column]));
+    }
   }
   return lowest;
 }
@@ -223,7 +222,7 @@ int solve(const Table& table) {
   if (blocks <= 1U << 10) return solveOnStack<1U << 10>(table);
   if (blocks <= 1U << 13) return solveOnStack<1U << 13>(table);
   if (blocks <= 1U << 16) return solveOnStack<1U << 16>(table);
-  if (blocks <= 1U << 19) return solveOnStack<1U << 19>(table);
+  if (blocks <= 1U << 18) return solveOnStack<1U << 18>(table);
   return solveOnStack<1U << 25>(table);
 }
 
