@@ -37,6 +37,7 @@
 #include "loomkit/system/mem_dbg.h"
 #include "loomkit/system/stop_watch.h"
 #include "loomkit/system/time.h"
+#include "loomkit/streams/mem_stream.h"
 #include "loomkit/text/edit_distance.h"
 #include "loomkit/text/gi_string.h"
 #include "loomkit/text/literal.h"
