@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/platform/system.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <ctime>
+
+namespace loomkit::platform {
+namespace {
+
+constexpr std::int64_t unitsPerSecond = 10'000'000;
+constexpr std::int64_t nanosecondsPerSecond = 1'000'000'000;
+// From 1601 to 1970.
+constexpr std::int64_t epochDistance = 116'444'736'000'000'000;
+
+}  // namespace
+
+const char* environment(const char* name) { return std::getenv(name); }
+
+void setEnvironment(const std::string& name, const std::string& value) {
+  ::setenv(name.c_str(), value.c_str(), 1);
+}
+
+unsigned processId() { return static_cast<unsigned>(::getpid()); }
+
+std::int64_t systemTime() {
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  return epochDistance + now.tv_sec * unitsPerSecond + now.tv_nsec / 100;
+}
+
+std::int64_t counterTicks() {
+  timespec now{};
+  ::clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec * nanosecondsPerSecond + now.tv_nsec;
+}
+
+std::int64_t counterFrequency() { return nanosecondsPerSecond; }
+
+}  // namespace loomkit::platform

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// The process and its surroundings: environment, number, clocks.
+#ifndef LOOMKIT_PLATFORM_SYSTEM_H
+#define LOOMKIT_PLATFORM_SYSTEM_H
+
+#include <cstdint>
+#include <string>
+
+namespace loomkit::platform {
+
+/// The value of an environment variable, or null. Valid until the environment
+/// is changed.
+const char* environment(const char* name);
+
+/// Sets a variable of this process, which children inherit.
+void setEnvironment(const std::string& name, const std::string& value);
+
+/// This process's number.
+unsigned processId();
+
+/// The wall clock: units of 100 nanoseconds since 1601-01-01 00:00 UTC.
+std::int64_t systemTime();
+
+/// The monotonic counter, and how many of its ticks make a second.
+std::int64_t counterTicks();
+std::int64_t counterFrequency();
+
+}  // namespace loomkit::platform
+
+#endif  // LOOMKIT_PLATFORM_SYSTEM_H
