@@ -3,6 +3,7 @@
 #ifndef LOOMKIT_LOOMKIT_H
 #define LOOMKIT_LOOMKIT_H
 
+#include "loomkit/db/csv/csv_database.h"
 #include "loomkit/db/database.h"
 #include "loomkit/db/factory.h"
 #include "loomkit/db/field.h"
@@ -16,6 +17,8 @@
 #include "loomkit/db/sql/sql_query_data.h"
 #include "loomkit/db/sql/sql_query_set.h"
 #include "loomkit/db/sql/sql_table.h"
+#include "loomkit/db/sqlite/sqlite3_database.h"
+#include "loomkit/db/sqlite/sqlite3_query_data.h"
 #include "loomkit/db/status.h"
 #include "loomkit/db/structure.h"
 #include "loomkit/db/table.h"

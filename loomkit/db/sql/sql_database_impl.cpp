@@ -42,13 +42,16 @@ GSqlDatabaseImpl::GSqlDatabaseImpl(const std::string& locator) : GSqlDatabase(lo
   setTransactionHandler(this);
 }
 
-// The cached lookups go while the set of queries, which they leave, still
-// stands: members end in reverse order.
-GSqlDatabaseImpl::~GSqlDatabaseImpl() = default;
+// A query may have been made after the close, and its handle may outlive us.
+GSqlDatabaseImpl::~GSqlDatabaseImpl() { invalidateQueries(); }
 
-GDbStatus GSqlDatabaseImpl::closeDatabase() {
+void GSqlDatabaseImpl::invalidateQueries() {
   queries.forEach([](GSqlQueryData* query) { query->invalidate(); });
   queries.clear();
+}
+
+GDbStatus GSqlDatabaseImpl::closeDatabase() {
+  invalidateQueries();
   return GSqlDatabase::closeDatabase();
 }
 

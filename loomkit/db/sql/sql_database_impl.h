@@ -103,6 +103,8 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   GDbStatus setError(GDbStatus status, const std::string& text);
 
  private:
+  void invalidateQueries();
+
   struct Lookup {
     std::string table;
     std::string where;
