@@ -7,7 +7,7 @@ namespace loom {
 namespace {
 
 constexpr const Family* list[] = {
-    &evalFamily, &replFamily, &wordsFamily, &textFamily, &aboutFamily,
+    &evalFamily, &replFamily, &wordsFamily, &textFamily, &dbFamily, &sqlFamily, &aboutFamily,
 };
 
 }  // namespace
