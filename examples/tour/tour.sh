@@ -8,7 +8,7 @@ set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 root=$(cd "$here/../.." && pwd)
 : "${LOOM:=loom}"
-loom() { "$LOOM" "$@"; }
+loom() { command "$LOOM" "$@"; }
 
 if [ -t 1 ] && [ -z "${NO_COLOR:-}" ] && [ "${TERM:-dumb}" != dumb ]; then
   bold=$(printf '\033[1m') dim=$(printf '\033[2m') plain=$(printf '\033[0m')
@@ -49,7 +49,7 @@ show_example() {
 }
 
 cd "$root"
-printf '%s\n' "loomkit $("$LOOM" --version | cut -d' ' -f2): a tour on this machine's own files"
+printf '%s\n' "loomkit $(loom --version | cut -d' ' -f2): a tour on this machine's own files"
 
 title 'A file of expressions: a loan, a great circle, unit conversions, texts'
 echo "(examples/tour/expressions.rpn explains each line)"

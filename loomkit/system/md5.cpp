@@ -133,7 +133,7 @@ struct GMD5Checker::Context {
     if (rest != 0) std::memcpy(block, data + (size - rest), rest);
   }
 
-  void finish(unsigned char* digest) {
+  void finish(unsigned char* result) {
     std::size_t used = filled();
     block[used++] = 0x80;
     if (used > lengthOffset) {
@@ -145,7 +145,7 @@ struct GMD5Checker::Context {
     loomkit::storeLe32(block + lengthOffset, bits[0]);
     loomkit::storeLe32(block + lengthOffset + 4, bits[1]);
     transform(state, block, 1);
-    for (std::size_t i = 0; i < state.size(); ++i) loomkit::storeLe32(digest + 4 * i, state[i]);
+    for (std::size_t i = 0; i < state.size(); ++i) loomkit::storeLe32(result + 4 * i, state[i]);
     state[0] = 0;  // the next use without reset() is wrong for all to see
   }
 };

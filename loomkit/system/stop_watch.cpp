@@ -3,7 +3,7 @@
 
 #include <iostream>
 
-#include "loomkit/platform/clock.h"
+#include "loomkit/platform/system.h"
 
 GStopWatch::GStopWatch(const std::string& watchName, bool startNow) : name(watchName) {
   if (startNow) start();
@@ -19,12 +19,12 @@ GStopWatch::~GStopWatch() {
 
 void GStopWatch::start() {
   if (depth++ != 0) return;
-  startTicks = loomkit::platform::monotonicTicks();
+  startTicks = loomkit::platform::counterTicks();
   ++calls;
 }
 
 void GStopWatch::stop() {
-  if (depth-- == 1) totalTicks += loomkit::platform::monotonicTicks() - startTicks;
+  if (depth-- == 1) totalTicks += loomkit::platform::counterTicks() - startTicks;
 }
 
 void GStopWatch::reset() {
@@ -34,8 +34,8 @@ void GStopWatch::reset() {
 
 double GStopWatch::get() const {
   std::int64_t ticks = totalTicks;
-  if (depth != 0) ticks += loomkit::platform::monotonicTicks() - startTicks;
-  return static_cast<double>(ticks) / static_cast<double>(loomkit::platform::monotonicFrequency());
+  if (depth != 0) ticks += loomkit::platform::counterTicks() - startTicks;
+  return static_cast<double>(ticks) / static_cast<double>(loomkit::platform::counterFrequency());
 }
 
 GStopWatch::Timer::Timer(GStopWatch* timed) : watch(timed) { watch->start(); }

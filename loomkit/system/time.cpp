@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/system/time.h"
 
+#include <cstdint>
 #include <ostream>
 
-#include "loomkit/platform/clock.h"
+#include "loomkit/platform/system.h"
 
 namespace {
 
@@ -14,7 +15,7 @@ constexpr long microSecondsPerSecond = 1'000'000;
 }  // namespace
 
 GTime::GTime() {
-  const std::int64_t units = loomkit::platform::wallClock() - from1601To1970;
+  const std::int64_t units = loomkit::platform::systemTime() - from1601To1970;
   seconds = static_cast<long>(units / unitsPerSecond);
   microSeconds = static_cast<long>(units % unitsPerSecond / 10);
 }

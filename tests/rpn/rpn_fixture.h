@@ -3,6 +3,7 @@
 #ifndef LOOMKIT_TESTS_RPN_RPN_FIXTURE_H
 #define LOOMKIT_TESTS_RPN_RPN_FIXTURE_H
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -28,6 +29,7 @@ inline std::string show(const GRpnValue& value) {
     case GRpnValue::Void:
       return "void";
     case GRpnValue::Number: {
+      if (std::isnan(value.getNumber())) return "nan";  // of either sign
       char text[40];
       std::snprintf(text, sizeof text, "%.17g", value.getNumber());
       return text;

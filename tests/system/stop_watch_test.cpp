@@ -7,7 +7,7 @@
 #include <regex>
 #include <sstream>
 
-#include "loomkit/platform/clock.h"
+#include "loomkit/platform/system.h"
 
 namespace {
 

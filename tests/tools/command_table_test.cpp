@@ -180,7 +180,7 @@ std::string completed(const std::string& line) {
       "COMP_WORDS=(" +
       line +
       " \"\")\n"
-      "COMP_CWORD=$((${#COMP_WORDS[@]}-1))\n_loom\necho ${COMPREPLY[@]}'";
+      "COMP_CWORD=$((${#COMP_WORDS[@]}-1))\n_loom_complete\necho ${COMPREPLY[@]}'";
   return shell(script).out;
 }
 

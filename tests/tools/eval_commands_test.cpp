@@ -150,4 +150,14 @@ TEST(EvalHostile, NeitherCrashesNorHangs) {
   EXPECT_EQ(defaults.code, 5);
 }
 
+TEST(EvalHostile, MemoryThatRunsOutIsAnInternalErrorWithAWord) {
+#ifdef __SANITIZE_ADDRESS__
+  GTEST_SKIP() << "the sanitizer needs the address space itself";
+#endif
+  const Ended ended = shell(
+      "ulimit -v 500000; e='\"01234567\"'; for i in $(seq 40); do e=\"$e dup +\"; done; "
+      "loom eval \"$e size\"");
+  EXPECT_EQ(ended, (Ended{70, "", "loom: out of memory\n"}));
+}
+
 }  // namespace

@@ -30,10 +30,16 @@ class ReplWords : public GRpnExternFuncs {
   ReplWords(const Stack* values, GRpnExternFuncs* others) : stack(values), rest(others->incRef()) {}
 
   bool call(const char* name, unsigned length, GRpnEval* eval, GRpnErrMsg* err) override {
-    if (std::string_view(name, length) != restoreWord) return rest->call(name, length, eval, err);
+    if (restored || std::string_view(name, length) != restoreWord) {
+      return rest->call(name, length, eval, err);
+    }
     for (const GRpnValue& value : *stack) eval->push(value);
+    restored = true;
     return true;
   }
+
+  // Lets the word be run once more: it is for the start of a line only.
+  void beginLine() { restored = false; }
 
  protected:
   ~ReplWords() override { rest->decRef(); }
@@ -41,6 +47,7 @@ class ReplWords : public GRpnExternFuncs {
  private:
   const Stack* stack;
   GRpnExternFuncs* rest;
+  bool restored = false;
 };
 
 constexpr const char* helpText =
@@ -136,9 +143,14 @@ class Repl {
     return all;
   }
 
+  bool evaluateOnStack(const std::string& expr, Stack* results) {
+    words->beginLine();
+    return host.evaluate(std::string(linePrefix) + expr, results);
+  }
+
   void evaluate(const std::string& line) {
     Stack results;
-    const bool good = host.evaluate(std::string(linePrefix) + line, &results);
+    const bool good = evaluateOnStack(line, &results);
     if (good) {
       undo.push_back(std::move(stack));
       if (undo.size() > keptStacks) undo.erase(undo.begin());
@@ -246,7 +258,7 @@ class Repl {
     const auto [name, expr] = firstWord(text);
     if (!isIdentifier(name)) throw Failure(ExitCode::usage, ":set needs a name and an expression");
     Stack results;
-    if (!host.evaluate(std::string(linePrefix) + expr, &results)) return fail(expr);
+    if (!evaluateOnStack(expr, &results)) return fail(expr);
     if (results.size() != stack.size() + 1) {
       throw Failure(ExitCode::usage, ":set needs an expression with one result");
     }

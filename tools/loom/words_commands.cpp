@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // loom words: what the words of the expression language do.
-#include <optional>
+#include <algorithm>
 
 #include "console.h"
+#include "did_you_mean.h"
 #include "families.h"
 #include "json_writer.h"
-#include "loomkit/text/edit_distance.h"
 #include "word_list.h"
 
 namespace loom {
@@ -59,17 +59,11 @@ const WordRow* rowOf(const std::string& name) {
 }
 
 void complainUnknown(const std::string& name) {
-  const WordRow* nearest = nullptr;
-  int least = 3;
+  std::vector<std::string> names;
   for (const WordRow& row : wordList()) {
-    if (name.size() > 20) break;
-    const int distance = gEditDistance(name.c_str(), std::string(row.name).c_str(), false);
-    if (distance >= least || !isWord(row.name)) continue;
-    least = distance;
-    nearest = &row;
+    if (isWord(row.name)) names.emplace_back(row.name);
   }
-  complain("there is no word '" + name + "'" +
-           (nearest == nullptr ? "" : "; did you mean '" + std::string(nearest->name) + "'?"));
+  complain("there is no word '" + name + "'" + didYouMean(name, names));
 }
 
 ExitCode words(const Invocation& call) {
