@@ -32,12 +32,22 @@ struct TextDelete {
 };
 
 bool isAscii(const char* text, std::size_t length) {
-  return std::all_of(text, text + length, [](char c) { return (c & 0x80) == 0; });
+  unsigned char seen = 0;
+  for (std::size_t i = 0; i < length; ++i) seen |= static_cast<unsigned char>(text[i]);
+  return seen < 0x80;
 }
 
 }  // namespace
 
 HulText toUtf8(const char* text, int length, int* utf8Length, const char* logText) {
+  const std::size_t size =
+      length < 0 ? std::strlen(text) : strnlen(text, static_cast<std::size_t>(length));
+  // ASCII is the same in every encoding: a text that runs to its NUL and is that
+  // needs a copy and no conversion.
+  if (length < 0 && isAscii(text, size)) {
+    if (utf8Length != nullptr) *utf8Length = static_cast<int>(size);
+    return HulText(hulStrDup(text));
+  }
   char* converted = nullptr;
   const int status = hulLocaleToUTF8(text, length, 0, utf8Length, nullptr, &converted);
   if (status >= 0) return HulText(converted);
@@ -45,16 +55,13 @@ HulText toUtf8(const char* text, int length, int* utf8Length, const char* logTex
   line << hulStrError(status);
   gOutput->log(0, gDataSysName, line.c_str());
   // The copy ends at the first NUL, whatever length was given.
-  if (utf8Length != nullptr)
-    *utf8Length =
-        length < 0 ? -1 : static_cast<int>(strnlen(text, static_cast<std::size_t>(length)));
+  if (utf8Length != nullptr) *utf8Length = length < 0 ? -1 : static_cast<int>(size);
   return HulText(hulStrDup(text));
 }
 
 void fromUtf8(const char* utf8, int length, std::string* text) {
   const std::size_t size = strnlen(utf8, static_cast<std::size_t>(length));
-  // ASCII is the same in every encoding: most texts need no call at all.
-  if (isAscii(utf8, size)) {
+  if (isAscii(utf8, size)) {  // nearly every text
     text->assign(utf8, size);
     return;
   }
