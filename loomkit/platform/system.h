@@ -25,6 +25,9 @@ std::int64_t systemTime();
 std::int64_t counterTicks();
 std::int64_t counterFrequency();
 
+/// Waits for at least that time.
+void sleepMilliseconds(std::uint64_t milliseconds);
+
 }  // namespace loomkit::platform
 
 #endif  // LOOMKIT_PLATFORM_SYSTEM_H

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 
@@ -37,5 +38,12 @@ std::int64_t counterTicks() {
 }
 
 std::int64_t counterFrequency() { return nanosecondsPerSecond; }
+
+void sleepMilliseconds(std::uint64_t milliseconds) {
+  timespec left{static_cast<std::time_t>(milliseconds / 1000),
+                static_cast<long>(milliseconds % 1000) * 1'000'000};
+  while (::nanosleep(&left, &left) != 0 && errno == EINTR) {
+  }
+}
 
 }  // namespace loomkit::platform
