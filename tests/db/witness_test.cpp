@@ -26,7 +26,7 @@ bool installed(const std::string& program) {
 }
 
 TEST(DbWitness, TheSqlite3ShellReadsWhatWeWrite) {
-  if (!installed("sqlite3")) GTEST_SKIP() << "sqlite3 is not installed";
+  if (!installed("sqlite3")) GTEST_FAIL() << "sqlite3 is not installed: run scripts/setup.sh test";
   const TempDir dir;
   {
     const DatabaseOwner database = openDb("sqlite3:" + dir.file("w.db"));
@@ -53,7 +53,7 @@ TEST(DbWitness, TheSqlite3ShellReadsWhatWeWrite) {
 }
 
 TEST(DbWitness, WeReadWhatTheSqlite3ShellWrites) {
-  if (!installed("sqlite3")) GTEST_SKIP() << "sqlite3 is not installed";
+  if (!installed("sqlite3")) GTEST_FAIL() << "sqlite3 is not installed: run scripts/setup.sh test";
   const TempDir dir;
   std::string output;
   ASSERT_TRUE(run("sqlite3 " + dir.file("r.db") +
@@ -65,7 +65,7 @@ TEST(DbWitness, WeReadWhatTheSqlite3ShellWrites) {
 }
 
 TEST(DbWitness, WeReadWhatPythonsCsvModuleWrites) {
-  if (!installed("python3")) GTEST_SKIP() << "python3 is not installed";
+  if (!installed("python3")) GTEST_FAIL() << "python3 is not installed: run scripts/setup.sh test";
   const TempDir dir;
   for (const char* quoting : {"QUOTE_MINIMAL", "QUOTE_ALL", "QUOTE_NONNUMERIC"}) {
     std::string output;
@@ -104,7 +104,8 @@ GDbStructure unicodeStructure() {
 
 TEST(DbWitness, TheUnicodeTableOpensScansAndLoadsIntoSqlite) {
   const std::string unicode = "/usr/share/unicode/UnicodeData.txt";
-  if (!std::filesystem::exists(unicode)) GTEST_SKIP() << "unicode-data is not installed";
+  if (!std::filesystem::exists(unicode))
+    GTEST_FAIL() << "unicode-data is not installed: run scripts/setup.sh test";
   const TempDir dir;
   std::filesystem::create_symlink(unicode, dir.file("unicode.csv"));
   const DatabaseOwner csv = openDb("csv:" + dir.path());

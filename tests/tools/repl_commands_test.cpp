@@ -130,7 +130,7 @@ sys.exit(98)
 
 TEST(ReplCommand, AtATerminalShowsThePromptTheStackAndTheCaret) {
   const Ended ended = atTerminal("1 2 +\\n|1 0 /\\n", "");
-  if (ended.code == 99) GTEST_SKIP() << "no python3 here";
+  if (ended.code == 99) GTEST_FAIL() << "no python3: run scripts/setup.sh test";
   EXPECT_EQ(ended.code, 0) << ended;
   EXPECT_NE(ended.out.find("[0] \033[0m3"), std::string::npos) << ended;
   EXPECT_NE(ended.out.find("\n      ^ \033[31mdivision by zero\033[0m"), std::string::npos)
@@ -139,14 +139,14 @@ TEST(ReplCommand, AtATerminalShowsThePromptTheStackAndTheCaret) {
 
 TEST(ReplCommand, AtATerminalObeysNoColor) {
   const Ended ended = atTerminal("1 2 +\\n", "NO_COLOR=1");
-  if (ended.code == 99) GTEST_SKIP() << "no python3 here";
+  if (ended.code == 99) GTEST_FAIL() << "no python3: run scripts/setup.sh test";
   EXPECT_NE(ended.out.find("  [0] 3"), std::string::npos) << ended;
   EXPECT_EQ(ended.out.find("\033[2m"), std::string::npos) << ended;
 }
 
 TEST(ReplCommand, AtATerminalCompletesWordsAndKeepsAPrivateHistory) {
   const Ended ended = atTerminal("4 sqr\\t\\n", "NO_COLOR=1");
-  if (ended.code == 99) GTEST_SKIP() << "no python3 here";
+  if (ended.code == 99) GTEST_FAIL() << "no python3: run scripts/setup.sh test";
   if (ended.out.find("HiStOrY") == std::string::npos) GTEST_SKIP() << "built without libedit";
   EXPECT_NE(ended.out.find("  [0] 2"), std::string::npos) << ended;
   EXPECT_NE(ended.out.find("4\\040sqrt"), std::string::npos) << ended;
