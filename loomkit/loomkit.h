@@ -41,6 +41,7 @@
 #include "loomkit/streams/mem_stream.h"
 #include "loomkit/streams/z_stream.h"
 #include "loomkit/system/crc32.h"
+#include "loomkit/system/crc32_stream.h"
 #include "loomkit/system/dyna_lib.h"
 #include "loomkit/system/md5.h"
 #include "loomkit/system/mem_dbg.h"

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "loomkit/platform/crc_fold.h"
+#include "loomkit/system/crc32_stream.h"
 #include "loomkit/text/binary.h"
 
 namespace {
@@ -38,8 +39,10 @@ std::uint32_t sliceCrc32(std::uint32_t state, const unsigned char* p) {
          t[3][high & 0xFF] ^ t[2][high >> 8 & 0xFF] ^ t[1][high >> 16 & 0xFF] ^ t[0][high >> 24];
 }
 
-std::uint32_t crc32(const std::uint32_t* table, const unsigned char* p, std::size_t size) {
-  std::uint32_t state = ~std::uint32_t{0};
+// The state after `size` further bytes. `table` is that of single bytes.
+std::uint32_t advance(std::uint32_t state, const std::uint32_t* table, const void* data,
+                      std::size_t size) {
+  const auto* p = static_cast<const unsigned char*>(data);
   if (size >= loomkit::platform::minCrcFold && loomkit::platform::canFoldCrc32()) {
     const std::size_t folded = size / 16 * 16;
     state = loomkit::platform::foldCrc32(state, p, folded);
@@ -48,8 +51,10 @@ std::uint32_t crc32(const std::uint32_t* table, const unsigned char* p, std::siz
   }
   for (; size >= slices; size -= slices, p += slices) state = sliceCrc32(state, p);
   for (; size != 0; --size, ++p) state = table[(state ^ *p) & 0xFF] ^ state >> 8;
-  return ~state;
+  return state;
 }
+
+constexpr std::uint32_t startState = ~std::uint32_t{0};
 
 }  // namespace
 
@@ -57,10 +62,14 @@ GCRC32::GCRC32() { std::copy(sliceTables[0].begin(), sliceTables[0].end(), table
 
 unsigned long GCRC32::get(const void* data, int size) const {
   if (size <= 0) return 0;
-  return crc32(table, static_cast<const unsigned char*>(data), static_cast<std::size_t>(size));
+  return ~advance(startState, table, data, static_cast<std::size_t>(size));
 }
 
 unsigned long GCRC32::get(const std::string& text) const {
   if (text.empty()) return 0;
-  return crc32(table, reinterpret_cast<const unsigned char*>(text.data()), text.size());
+  return ~advance(startState, table, text.data(), text.size());
+}
+
+void GCRC32Stream::update(const void* data, std::size_t size) {
+  state = advance(state, sliceTables[0].data(), data, size);
 }

@@ -7,6 +7,8 @@
 #include <random>
 #include <vector>
 
+#include "loomkit/system/crc32_stream.h"
+
 namespace {
 
 TEST(Crc32, KnownValues) {
@@ -47,6 +49,23 @@ TEST(Crc32, AgreesWithZlibAtEverySizeAndAlignment) {
   }
   for (unsigned size = 300; size <= data.size(); size += 97)
     ASSERT_EQ(crc.get(data.data(), static_cast<int>(size)), ::crc32(0, data.data(), size)) << size;
+}
+
+TEST(Crc32Stream, PiecesOfAnySizeGiveTheSameChecksum) {
+  std::mt19937 random(3);
+  const GCRC32 crc;
+  EXPECT_EQ(GCRC32Stream().get(), 0U);
+  for (int round = 0; round < 1000; ++round) {
+    std::string text(1 + random() % 600, '\0');
+    for (char& c : text) c = static_cast<char>(random());
+    GCRC32Stream stream;
+    for (std::size_t pos = 0; pos < text.size();) {
+      const std::size_t size = std::min<std::size_t>(random() % 200, text.size() - pos);
+      stream.update(text.data() + pos, size);
+      pos += size;
+    }
+    ASSERT_EQ(stream.get(), crc.get(text)) << "round " << round;
+  }
 }
 
 }  // namespace

@@ -7,7 +7,15 @@ namespace loom {
 namespace {
 
 constexpr const Family* list[] = {
-    &evalFamily, &replFamily, &wordsFamily, &textFamily, &dbFamily, &sqlFamily, &aboutFamily,
+    &evalFamily,   //
+    &replFamily,   //
+    &wordsFamily,  //
+    &textFamily,   //
+    &sumFamily,    //
+    &fileFamily,   //
+    &dbFamily,     //
+    &sqlFamily,    //
+    &aboutFamily,  //
 };
 
 }  // namespace

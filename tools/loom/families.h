@@ -10,8 +10,10 @@ namespace loom {
 extern const Family aboutFamily;
 extern const Family dbFamily;
 extern const Family evalFamily;
+extern const Family fileFamily;
 extern const Family replFamily;
 extern const Family sqlFamily;
+extern const Family sumFamily;
 extern const Family textFamily;
 extern const Family wordsFamily;
 
