@@ -18,6 +18,7 @@
 #include "loomkit/streams/gzip_stream.h"
 #include "loomkit/streams/mem_stream.h"
 #include "loomkit/streams/z_stream.h"
+#include "loomkit/system/process.h"
 #include "loomkit/text/edit_distance.h"
 #include "loomkit/text/gi_string.h"
 #include "loomkit/text/literal.h"
