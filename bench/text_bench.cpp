@@ -208,6 +208,19 @@ const bool registered = [] {
     RegisterBenchmark((name + "/strtod").c_str(), numberStrtod, text);
     RegisterBenchmark((name + "/from_chars").c_str(), numberFromChars, text);
   }
+  // How the cost grows with the text. The texts live as long as the process.
+  static const std::vector<std::string> texts = {std::string(100, '7'), std::string(10000, '7'),
+                                                 std::string(1000000, '7')};
+  for (const std::string& text : texts) {
+    const std::string name = "number-digits/" + std::to_string(text.size());
+    RegisterBenchmark((name + "/ours").c_str(), numberOurs, text.c_str());
+    RegisterBenchmark((name + "/strtod").c_str(), numberStrtod, text.c_str());
+    RegisterBenchmark((name + "/from_chars").c_str(), numberFromChars, text.c_str());
+    const PatternWork late = {nullptr, "*7*7*8", text.c_str()};
+    const std::string search = "pattern-search/" + std::to_string(text.size());
+    RegisterBenchmark((search + "/ours").c_str(), patternOurs, late);
+    RegisterBenchmark((search + "/fnmatch").c_str(), patternFnmatch, late);
+  }
   RegisterBenchmark("uri-escape/ours", escapeOurs);
   RegisterBenchmark("uri-unescape/ours", unescapeOurs);
 #ifdef LOOMKIT_PEER_CURL

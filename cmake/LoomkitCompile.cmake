@@ -21,6 +21,13 @@ target_compile_options(loomkit_warnings INTERFACE
   # gcc 12 sees overlapping copies in its own std::string (gcc bug 105651).
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
+# Results are the same bits on every machine: no fused multiply-add behind our
+# back, and no x87 registers of 80 bits on 32-bit x86.
+add_compile_options(-ffp-contract=off)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|AMD64")
+  add_compile_options(-msse2 -mfpmath=sse)
+endif()
+
 if(LOOMKIT_SANITIZE)
   # The instrumentation makes gcc 12 lose track of what <regex> initialises.
   target_compile_options(loomkit_warnings INTERFACE

@@ -25,6 +25,9 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/loomkitConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/loomkitConfigVersion.cmake
   DESTINATION ${package})
 
+# Relative, so that an installed tree can be moved and --prefix is obeyed.
+file(RELATIVE_PATH LOOMKIT_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" LOOMKIT_PC_TO_PREFIX ${LOOMKIT_PC_TO_PREFIX})
 configure_file(packaging/loomkit.pc.in loomkit.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/loomkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -14,5 +14,5 @@ if ! { cmake -S "$here" --preset "$preset" -DLOOMKIT_BUILD_TESTS=ON && cmake --b
   exit 1
 fi
 ctest --test-dir "$build" --parallel "$(nproc)" --output-on-failure --no-tests=error "$@" >"$log" 2>&1 ||
-  { grep -vE '^ *[0-9]+/[0-9]+ Test .* Passed|^ +Start ' "$log"; exit 1; }
+  { grep -avE '^ *[0-9]+/[0-9]+ Test .* Passed|^ +Start ' "$log"; exit 1; }
 tail -n 4 "$log"

@@ -138,8 +138,7 @@ class GRpnEval {
   const char* syntaxError(const char* position);
   void resultError(const char* expr, const char* exprEnd, const char* message);
 
-  void push(double number) { stack.emplace_back(number); }
-  void push(const std::string& text);
+  void pushText(const std::string& text);
 
   // Operand checks and the typed pops. A pop removes its values only when all
   // its checks have passed.

@@ -26,7 +26,7 @@ bool GRpnEval::checkStackType(GRpnValue::Type t1, GRpnValue::Type t2) const noex
          stack.back().getType() == t2;
 }
 
-void GRpnEval::push(const std::string& text) {
+void GRpnEval::pushText(const std::string& text) {
   const loomkit::CreatorRef<GRpnString> string(new GRpnString(text, false));
   stack.emplace_back(string.get());
 }

@@ -49,7 +49,7 @@ bool GRpnEval::f_insert(const char* pos) {
   unsigned i = 0;
   if (!pop(pos, &text, &i, &inserted)) return false;
   if (i > text.size()) return error(pos, outOfRange) != nullptr;
-  push(text.insert(i, inserted));
+  pushText(text.insert(i, inserted));
   return true;
 }
 
@@ -60,7 +60,7 @@ bool GRpnEval::f_erase(const char* pos) {
   unsigned n = 0;
   if (!pop(pos, &text, &i, &n)) return false;
   if (i > text.size()) return error(pos, outOfRange) != nullptr;
-  push(text.erase(i, n));
+  pushText(text.erase(i, n));
   return true;
 }
 
@@ -72,7 +72,7 @@ bool GRpnEval::f_replace(const char* pos) {
   unsigned n = 0;
   if (!pop(pos, &text, &i, &n, &replacement)) return false;
   if (i > text.size()) return error(pos, outOfRange) != nullptr;
-  push(text.replace(i, n, replacement));
+  pushText(text.replace(i, n, replacement));
   return true;
 }
 
@@ -109,14 +109,14 @@ bool GRpnEval::f_substr(const char* pos) {
   if (checkStackType(GRpnValue::Void)) {
     drop(1);
     if (!pop(pos, &text)) return false;
-    push(text);
+    pushText(text);
     return true;
   }
   unsigned i = 0;
   unsigned n = 0;
   if (!pop(pos, &text, &i, &n)) return false;
   if (i > text.size()) return error(pos, outOfRange) != nullptr;
-  push(text.substr(i, n));
+  pushText(text.substr(i, n));
   return true;
 }
 
@@ -148,6 +148,6 @@ bool GRpnEval::f_string(const char* pos) {
   char text[32];
   const auto end =
       std::to_chars(text, text + sizeof text, number, std::chars_format::general, 15).ptr;
-  push(std::string(text, end));
+  pushText(std::string(text, end));
   return true;
 }

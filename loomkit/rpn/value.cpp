@@ -43,7 +43,7 @@ void GRpnVector::operator delete(void* block) noexcept { vectorPool.give(block);
 
 // Destroying the elements of a vector can end further vectors, to any depth.
 // They are chained up and ended one after the other, not inside each other.
-void GRpnVector::end(GRpnVector* vector) noexcept {
+void GRpnVector::destroy(GRpnVector* vector) noexcept {
   static constinit void* chain = nullptr;
   static constinit bool running = false;
   vector->tail.next = chain;

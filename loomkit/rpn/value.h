@@ -174,7 +174,7 @@ class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
 
   /// Takes a reference away, and with the last one ends the object.
   void decRef() noexcept {
-    if (--tail.refCount == 0) end(this);
+    if (--tail.refCount == 0) destroy(this);
   }
 
   static void* operator new(std::size_t size);
@@ -186,7 +186,7 @@ class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
  private:
   friend class GRpnEval;
 
-  static void end(GRpnVector* vector) noexcept;
+  static void destroy(GRpnVector* vector) noexcept;
 
   union Tail {
     unsigned refCount;

@@ -14,9 +14,10 @@
 /// least distance between `a` and any piece of `b`, the empty one included.
 ///
 /// Uses no heap. The shorter text decides on the stack that is needed: 2 KiB up
-/// to 64 characters, 6 KiB up to 1,000, 200 KiB up to 500,000, 1.5 MiB up to
-/// 4,000,000, and three eighths of its length, rounded up generously, beyond.
-/// The time is the product of the lengths over 64.
+/// to 64 characters, 6 KiB up to 1,000, 30 KiB up to 65,000, 200 KiB up to
+/// 500,000, 1.5 MiB up to 4,000,000, 6 MiB up to 16,000,000. Two texts longer
+/// than that need 800 MiB of stack, and hours: the time is the product of the
+/// lengths over 64.
 LOOMKIT_API int gEditDistance(const char* a, const char* b, bool anywhere);
 
 #endif  // LOOMKIT_TEXT_EDIT_DISTANCE_H

@@ -39,8 +39,8 @@ class Matcher {
       } else if (*text == '\0') {
         // An item is left without a character; from a later place more would be.
         return *pattern == '\0';
-      } else if (*pattern == '\0' || !takeOne()) {
-        if (!moveLastStar()) return false;
+      } else if (!takeOne() && !moveLastStar()) {
+        return false;
       }
     }
   }
@@ -99,7 +99,8 @@ class Matcher {
     return period && *text == '.' && (text == start || (pathName && text[-1] == '/'));
   }
 
-  // Matches one item of the pattern with one character of the text.
+  // Matches one item of the pattern with one character of the text. The end of
+  // the pattern is an item that matches none.
   bool takeOne() {
     char literal = *pattern++;
     switch (literal) {
@@ -125,12 +126,13 @@ class Matcher {
     if (negated) ++pattern;
     bool found = false;
     while (*pattern != ']') {
-      signed char low = 0;
-      if (!takeSetCharacter(low)) return false;
+      const signed char low = takeSetCharacter();
+      if (low == 0) return false;
       signed char high = low;
       if (*pattern == '-' && pattern[1] != '\0' && pattern[1] != ']') {
         ++pattern;
-        if (!takeSetCharacter(high)) return false;
+        high = takeSetCharacter();
+        if (high == 0) return false;
       }
       if (low <= c && c <= high) found = true;
     }
@@ -138,13 +140,10 @@ class Matcher {
     return found != negated;
   }
 
-  // A character inside a set, escaped or not; false at the end of the pattern.
-  bool takeSetCharacter(signed char& c) {
+  // A character inside a set, escaped or not; 0 at the end of the pattern.
+  signed char takeSetCharacter() {
     if (*pattern == '\\' && !noEscape) ++pattern;
-    c = static_cast<signed char>(*pattern);
-    if (c == 0) return false;
-    ++pattern;
-    return true;
+    return static_cast<signed char>(*pattern++);
   }
 
   const char* pattern;

@@ -2,11 +2,30 @@
 #include "loomkit/text/edit_distance.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
+
+namespace {
+std::atomic<long> allocations{0};
+}
+
+// Counted for the whole test program; one test looks at the difference. Not
+// inlined: gcc would take a free() for the wrong way to end a new.
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  ++allocations;
+  void* const memory = std::malloc(size != 0 ? size : 1);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -157,6 +176,37 @@ TEST(EditDistance, AnExchangeMayCrossTheEdgeOfABlock) {
   }
 }
 
+// In a thread with a small stack, and without a single call of operator new.
+TEST(EditDistance, NeedsNoHeapAndLittleStack) {
+  const std::string longText(3'000'000, 'x');
+  const std::string shortText(500, 'y');
+  struct Work {
+    const char* a;
+    const char* b;
+    int whole = 0;
+    int anywhere = 0;
+    long allocations = 0;
+  } work{shortText.c_str(), longText.c_str()};
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, std::size_t{128} << 10), 0);
+  pthread_t thread{};
+  const auto run = [](void* argument) -> void* {
+    auto* const w = static_cast<Work*>(argument);
+    const long before = allocations;
+    w->whole = gEditDistance(w->a, w->b, false);
+    w->anywhere = gEditDistance(w->b, w->a, true);
+    w->allocations = allocations - before;
+    return nullptr;
+  };
+  ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+  pthread_join(thread, nullptr);
+  pthread_attr_destroy(&attributes);
+  EXPECT_EQ(work.whole, 3'000'000);
+  EXPECT_EQ(work.anywhere, 3'000'000);
+  EXPECT_EQ(work.allocations, 0);
+}
+
 // Long texts must not take the three rows of integers from the stack.
 TEST(EditDistance, TenMillionCharactersAgainstAFew) {
   const std::string haystack(10'000'000, 'x');
@@ -166,9 +216,9 @@ TEST(EditDistance, TenMillionCharactersAgainstAFew) {
   EXPECT_EQ(gEditDistance(haystack.c_str(), haystack.c_str(), false), 0);
 }
 
-TEST(EditDistance, FortyThousandCharactersOnBothSides) {
-  const std::string a(40'000, 'x');
-  const std::string b = "y" + a.substr(0, 39'998) + "y";
+TEST(EditDistance, SeventyThousandCharactersOnBothSides) {
+  const std::string a(70'000, 'x');
+  const std::string b = "y" + a.substr(0, 69'998) + "y";
   EXPECT_EQ(gEditDistance(a.c_str(), b.c_str(), false), 2);
 }
 

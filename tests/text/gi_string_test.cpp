@@ -29,9 +29,9 @@ TEST(GiString, ConstructorsMirrorTheBase) {
   EXPECT_EQ(GiString(3, 'x'), "xxx");
   EXPECT_EQ(GiString(text + 1, text + 3), "bc");
   EXPECT_THROW(GiString(base, 7), std::out_of_range);
-  const GiString original("abc");
-  const GiString copy(original);
-  EXPECT_EQ(copy, "abc");
+  GiString copy(GiString("abc"));
+  copy += 'd';
+  EXPECT_EQ(GiString(copy), "abcd");
 }
 
 TEST(GiString, AssignsAnotherAndAText) {

@@ -180,12 +180,12 @@ std::string completed(const std::string& line) {
       "COMP_WORDS=(" +
       line +
       " \"\")\n"
-      "COMP_CWORD=$((${#COMP_WORDS[@]}-1))\n_loom\necho ${COMPREPLY[@]}'";
+      "COMP_CWORD=$((${#COMP_WORDS[@]}-1))\n_loom_complete\necho ${COMPREPLY[@]}'";
   return shell(script).out;
 }
 
 TEST(Completion, OffersCommandsMembersAndChoicesInBash) {
-  if (shell("command -v bash").code != 0) GTEST_SKIP() << "no bash here";
+  if (shell("command -v bash").code != 0) GTEST_FAIL() << "no bash: run scripts/setup.sh test";
   EXPECT_NE(completed("loom").find("text"), std::string::npos);
   EXPECT_NE(completed("loom text").find("basename"), std::string::npos);
   EXPECT_EQ(completed("loom text quote --color"), "auto always never\n");

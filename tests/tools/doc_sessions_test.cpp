@@ -16,13 +16,15 @@ using Lines = std::vector<std::string>;
 
 TEST(Sessions, AreReadFromConsoleBlocksThatRunLoom) {
   const std::string page =
-      "text\n```console\n$ loom a\nout\n\n$ b | \\\n> loom c\n```\n"
+      "text\n```console\n$ loom a\nout\n[exit 3]\n\n$ b | \\\n> loom c\n```\n"
       "```console\n$ ./run\nnothing\n```\n```sh\n$ loom d\n```\n";
   const std::vector<SessionStep> steps = sessionSteps(page);
   ASSERT_EQ(steps.size(), 2U);
   EXPECT_EQ(steps[0].line, 3);
   EXPECT_EQ(steps[0].command, "loom a");
   EXPECT_EQ(steps[0].output, (Lines{"out"}));
+  EXPECT_EQ(steps[0].exitCode, 3);
+  EXPECT_EQ(steps[1].exitCode, -1);
   EXPECT_EQ(steps[1].command, "b | \\\nloom c");
   EXPECT_TRUE(steps[1].output.empty());
 }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <sstream>
@@ -79,7 +80,7 @@ std::vector<SessionStep> stepsOf(const std::vector<std::string>& lines, int firs
     if (goesOn && line.starts_with("> ")) {
       steps.back().command += "\n" + line.substr(2);
     } else if (line.starts_with("$ ")) {
-      steps.push_back({firstLine + static_cast<int>(i), line.substr(2), {}});
+      steps.push_back({firstLine + static_cast<int>(i), line.substr(2), {}, -1});
     } else if (!steps.empty()) {
       steps.back().output.push_back(line);
       continue;
@@ -89,6 +90,9 @@ std::vector<SessionStep> stepsOf(const std::vector<std::string>& lines, int firs
   // A line that is left empty for the eye before the next command is not output.
   for (SessionStep& step : steps) {
     while (!step.output.empty() && step.output.back().empty()) step.output.pop_back();
+    if (step.output.empty() || !step.output.back().starts_with("[exit ")) continue;
+    step.exitCode = std::atoi(step.output.back().c_str() + 6);
+    step.output.pop_back();
   }
   return steps;
 }
@@ -114,7 +118,7 @@ void runSession(const std::string& pageName, const std::vector<SessionStep>& ste
   script += "export HOME XDG_STATE_HOME\n(exit 0)\n";
   for (const SessionStep& step : steps) {
     // A `$?` in the next step still sees how this one ended.
-    script += step.command + "\nset -- $?; echo '" + mark + "'; (exit $1)\n";
+    script += step.command + "\nset -- $?; echo '" + mark + "'; echo $1; (exit $1)\n";
   }
   std::istringstream printed(shell(script).out);
   for (const SessionStep& step : steps) {
@@ -130,6 +134,11 @@ void runSession(const std::string& pageName, const std::vector<SessionStep>& ste
         << pageName << ":" << step.line << ": $ " << step.command << "\n  expected:\n"
         << joined(step.output) << "  printed:\n"
         << joined(lines);
+    std::string code;
+    std::getline(printed, code);
+    if (step.exitCode >= 0) {
+      EXPECT_EQ(code, std::to_string(step.exitCode)) << pageName << ":" << step.line;
+    }
   }
   std::filesystem::remove_all(folder);
 }

@@ -7,7 +7,8 @@
 //   > more of it         on the next line, behind "> ";
 //   anything else        is what the command before prints, both streams in
 //                        the order of their writing;
-//   ...                  alone on a line stands for any number of lines.
+//   ...                  alone on a line stands for any number of lines;
+//   [exit 5]             as the last line is the exit code, where it matters.
 // The commands of one page share a folder and its files; examples/ is in it.
 #ifndef LOOMKIT_TESTS_TOOLS_SESSIONS_H
 #define LOOMKIT_TESTS_TOOLS_SESSIONS_H
@@ -22,6 +23,7 @@ struct SessionStep {
   int line = 0;  ///< of the page, from 1
   std::string command;
   std::vector<std::string> output;
+  int exitCode = -1;  ///< -1: any
 };
 
 /// The fenced blocks of a page with one of these info words, with the number

@@ -153,7 +153,7 @@ constexpr Command commands[] = {
      .description = "Prints the completion script of a shell. For bash, put this into ~/.bashrc:\n"
                     "source <(loom completion bash)",
      .operands = shellOperand,
-     .example = "$ loom completion bash | tail -1\ncomplete -o filenames -F _loom loom\n",
+     .example = "$ loom completion bash | tail -1\ncomplete -o filenames -F _loom_complete loom\n",
      .run = completion},
 };
 

@@ -6,26 +6,12 @@
 #include <cctype>
 
 #include "console.h"
+#include "did_you_mean.h"
 #include "help.h"
-#include "loomkit/text/edit_distance.h"
 
 namespace loom {
 
 namespace {
-
-// The nearest of the names, as an end of a sentence, or nothing when none is near.
-std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
-  const std::string* nearest = nullptr;
-  int least = static_cast<int>(std::min<std::size_t>(word.size(), 6)) / 2 + 1;
-  if (word.size() > 100) return {};
-  for (const std::string& name : names) {
-    const int distance = gEditDistance(word.c_str(), name.c_str(), false);
-    if (distance >= least) continue;
-    least = distance;
-    nearest = &name;
-  }
-  return nearest == nullptr ? std::string() : "; did you mean '" + *nearest + "'?";
-}
 
 [[noreturn]] void unknownCommand(const std::string& word, const Family* within) {
   std::vector<std::string> names;
@@ -54,10 +40,11 @@ void checkChoice(std::string_view what, std::string_view choices,
   const std::vector<std::string_view> legal = choicesOf(choices);
   for (const std::string& value : values) {
     if (std::find(legal.begin(), legal.end(), value) != legal.end()) continue;
-    std::string list;
-    for (const std::string_view choice : legal)
-      list.append(list.empty() ? "" : ", ").append(choice);
-    throw Failure(ExitCode::usage, std::string(what) + ": '" + value + "' is not one of " + list);
+    std::string text = std::string(what) + ": '" + value + "' is not one of ";
+    for (const std::string_view choice : legal) {
+      text.append(choice == legal.front() ? "" : ", ").append(choice);
+    }
+    throw Failure(ExitCode::usage, text);
   }
 }
 

@@ -109,6 +109,37 @@ std::string fishOption(const std::string& condition, const Option& option) {
   return line + " -d " + fishQuoted(option.help) + "\n";
 }
 
+std::string fishName(std::string_view condition, std::string_view name, std::string_view summary) {
+  return std::string("complete -c loom -n ")
+      .append(condition)
+      .append(" -a ")
+      .append(name)
+      .append(" -d ")
+      .append(fishQuoted(summary))
+      .append("\n");
+}
+
+// The command's name, its options and what its last operand can be.
+std::string fishCommand(const Family& family, const Command& command) {
+  const std::string group(family.name);
+  std::string here = "__fish_use_subcommand";
+  std::string seen = "__fish_seen_subcommand_from " + std::string(command.name);
+  if (!group.empty()) {
+    here = "'__fish_seen_subcommand_from " + group + "; and test (count (commandline -opc)) -eq 2'";
+    seen.insert(0, "__fish_seen_subcommand_from " + group + "; and ");
+  }
+  seen = "'" + seen + "'";
+  std::string result = fishName(here, command.name, command.summary);
+  forEachOption(command, [&](const Option& option) { result += fishOption(seen, option); });
+  if (command.operands.empty()) return result;
+  const Operand& last = command.operands.back();
+  if (last.completes == Completes::files) result.append("complete -c loom -n " + seen + " -F\n");
+  if (!last.choices.empty()) {
+    result.append("complete -c loom -n " + seen + " -a '" + joined(last.choices) + "'\n");
+  }
+  return result;
+}
+
 }  // namespace
 
 std::string bashCompletion() {
@@ -122,7 +153,7 @@ std::string bashCompletion() {
   }
   forEachCommand([&](const CommandRef& ref) { commands += bashCommand(ref); });
   return "# bash completion for loom; made by 'loom completion bash'\n"
-         "_loom() {\n"
+         "_loom_complete() {\n"
          "  local word=\"${COMP_WORDS[COMP_CWORD]}\" previous=\"${COMP_WORDS[COMP_CWORD-1]}\"\n"
          "  local name=\"${COMP_WORDS[1]}\" members='' options='' offer=\"-W ''\" at=2\n"
          "  COMPREPLY=()\n"
@@ -150,14 +181,16 @@ std::string bashCompletion() {
          "    *) eval \"COMPREPLY=( \\$(compgen $offer -- \\\"\\$word\\\") )\" ;;\n"
          "  esac\n"
          "}\n"
-         "complete -o filenames -F _loom loom\n";
+         "complete -o filenames -F _loom_complete loom\n";
 }
 
 std::string zshCompletion() {
   return "#compdef loom\n"
          "# zsh completion for loom; made by 'loom completion zsh'\n"
          "autoload -U +X bashcompinit && bashcompinit\n" +
-         bashCompletion();
+         bashCompletion() +
+         "# Loaded by the first completion, which is then answered as well.\n"
+         "[ \"$funcstack[1]\" = _loom ] && _bash_complete -o filenames -F _loom_complete\n";
 }
 
 std::string fishCompletion() {
@@ -166,32 +199,9 @@ std::string fishCompletion() {
       "complete -c loom -f\n";
   for (const Family* family : families()) {
     if (!family->name.empty()) {
-      result += "complete -c loom -n __fish_use_subcommand -a " + std::string(family->name) +
-                " -d " + fishQuoted(family->summary) + "\n";
+      result += fishName("__fish_use_subcommand", family->name, family->summary);
     }
-    for (const Command& command : family->commands) {
-      const std::string name(command.name);
-      std::string seen = "'__fish_seen_subcommand_from " + name + "'";
-      if (family->name.empty()) {
-        result += "complete -c loom -n __fish_use_subcommand -a " + name + " -d " +
-                  fishQuoted(command.summary) + "\n";
-      } else {
-        const std::string group(family->name);
-        result += "complete -c loom -n '__fish_seen_subcommand_from " + group +
-                  "; and test (count (commandline -opc)) -eq 2' -a " + name + " -d " +
-                  fishQuoted(command.summary) + "\n";
-        seen = "'__fish_seen_subcommand_from " + group + "; and __fish_seen_subcommand_from " +
-               name + "'";
-      }
-      forEachOption(command, [&](const Option& option) { result += fishOption(seen, option); });
-      if (!command.operands.empty() && command.operands.back().completes == Completes::files) {
-        result += "complete -c loom -n " + seen + " -F\n";
-      }
-      if (!command.operands.empty() && !command.operands.back().choices.empty()) {
-        result += "complete -c loom -n " + seen + " -a '" +
-                  joined(command.operands.back().choices) + "'\n";
-      }
-    }
+    for (const Command& command : family->commands) result += fishCommand(*family, command);
   }
   return result;
 }

@@ -7,8 +7,7 @@ namespace loom {
 namespace {
 
 constexpr const Family* list[] = {
-    &textFamily,
-    &aboutFamily,
+    &evalFamily, &replFamily, &wordsFamily, &textFamily, &dbFamily, &sqlFamily, &aboutFamily,
 };
 
 }  // namespace

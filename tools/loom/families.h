@@ -8,7 +8,12 @@
 namespace loom {
 
 extern const Family aboutFamily;
+extern const Family dbFamily;
+extern const Family evalFamily;
+extern const Family replFamily;
+extern const Family sqlFamily;
 extern const Family textFamily;
+extern const Family wordsFamily;
 
 }  // namespace loom
 

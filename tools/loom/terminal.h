@@ -4,7 +4,6 @@
 #define LOOM_TERMINAL_H
 
 #include <cstdio>
-#include <string>
 
 namespace loom {
 
@@ -18,11 +17,6 @@ enum class StandardStream { input = 0, output = 1, error = 2 };
 /// the file's own buffer, so do not mix with other reads. 0 at the end; below
 /// 0 after an error, which errno then holds.
 [[nodiscard]] long readSome(std::FILE* file, char* buffer, std::size_t size);
-
-/// Makes a folder that only its owner may enter; true when it is there.
-bool makePrivateFolder(const std::string& path);
-/// Lets only its owner read and write the file.
-void keepFilePrivate(const std::string& path);
 
 }  // namespace loom
 

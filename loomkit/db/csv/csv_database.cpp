@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/db/csv/csv_database.h"
+
+#include "loomkit/db/csv/csv_format.h"
+#include "loomkit/db/csv/csv_index.h"
+#include "loomkit/db/csv/csv_line_reader.h"
+#include "loomkit/db/locator.h"
+#include "loomkit/streams/directory.h"
+#include "loomkit/streams/file.h"
+#include "loomkit/text/string_util.h"
+
+namespace {
+
+const std::string filesSource = "files";
+const std::string zipSource = "zip";
+
+// The value of the option `prefix`, if `option` is that.
+bool hasPrefix(const std::string& option, const std::string& prefix, std::string* value) {
+  if (option.compare(0, prefix.size(), prefix) != 0) return false;
+  *value = option.substr(prefix.size());
+  return true;
+}
+
+}  // namespace
+
+GDbCSV::GDbCSV(const std::string& locator, const std::string& path,
+               const std::vector<std::string>& options)
+    : GDbDatabase(locator), directory(path) {
+  std::string list;
+  for (const std::string& option : options)
+    if (!hasPrefix(option, "zipfile=", &zipFile)) hasPrefix(option, "order=", &list);
+  if (!list.empty()) {
+    gSplit(list, ",", &order);  // an unknown word matches no source
+    return;
+  }
+  order.push_back(filesSource);
+  if (!zipFile.empty()) order.push_back(zipSource);
+}
+
+GDbCSV::~GDbCSV() { GDbCSV::closeDatabase(); }
+
+GDbStatus GDbCSV::closeDatabase() {
+  directory.clear();
+  return GDbNoError;
+}
+
+std::unique_ptr<std::istream> GDbCSV::openSource(const std::string& source,
+                                                 const std::string& file) {
+  if (source == filesSource)
+    return std::unique_ptr<std::istream>(GFile(directory + "/" + file).getInStream(true));
+  return nullptr;
+}
+
+GDbStatus GDbCSV::openTable(const std::string& tableName, const GDbStructure* structure,
+                            GDbTable** table) {
+  if (structure == nullptr) return GDbInvalidArgument;
+  std::unique_ptr<std::istream> stream;
+  for (const std::string& source : order) {
+    stream = openSource(source, tableName + loomkit::csvSuffix);
+    if (stream != nullptr) break;
+  }
+  if (stream == nullptr) return GDbInvalidTableName;
+  auto opened = std::make_unique<GDbCSVTable>(this, tableName, *structure, std::move(stream));
+  const GDbStatus status = opened->checkFirstLine();
+  if (status == GDbNoError) *table = opened.release();
+  return status;
+}
+
+GDbStatus GDbCSV::createTable(const std::string& /*name*/, const GDbStructure* /*structure*/,
+                              GDbTable** /*table*/) {
+  return GDbCreateTableNotSupported;
+}
+
+GDbStatus GDbCSV::deleteTable(const std::string& /*name*/) { return GDbDeleteTableNotSupported; }
+
+namespace {
+
+// Registered while the library is loaded; never deleted.
+[[maybe_unused]] const GDbDbFactory* const csvFactory = new GDbCSVFactory;
+
+}  // namespace
+
+GDbCSVFactory::GDbCSVFactory() : GDbDbFactory("csv") { GDbDatabase::registerDbFactory(this); }
+
+GDbStatus GDbCSVFactory::openDatabase(const char* locator, GDbDatabase** database) {
+  loomkit::Locator parts;
+  if (!loomkit::splitLocator(locator, &parts)) return GDbInvalidLocator;
+  if (!GDirectory(parts.path).exists()) return GDbCantOpenDirectory;
+  *database = new GDbCSV(locator, parts.path, parts.options);
+  return GDbNoError;
+}

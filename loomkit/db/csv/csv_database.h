@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+// The CSV backend, type id "csv": read-only text tables in a directory.
+//
+//   GDbDatabase::openDatabase("csv:/data?zipfile=tables.zip;order=zip,files", &db);
+//   GDbStructure structure;
+//   structure.appendField(GDbField("code", GDbFieldString, -1, 0, true, true));
+//   structure.appendField(GDbField("value", GDbFieldFloat, 0, -1, false, false));
+//   db->openTable("parts", &structure, &table);    // /data/parts.csv
+//
+// The files have no header line and ";" between the columns: the structure
+// names the columns and their types. docs/formats/csv.md describes the format.
+#ifndef LOOMKIT_DB_CSV_CSV_DATABASE_H
+#define LOOMKIT_DB_CSV_CSV_DATABASE_H
+
+#include <istream>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "loomkit/db/database.h"
+#include "loomkit/db/factory.h"
+#include "loomkit/db/table.h"
+#include "loomkit/platform/export.h"
+
+namespace loomkit {
+class CsvIndex;
+class CsvLayout;
+class CsvLineReader;
+}  // namespace loomkit
+
+/// A directory, optionally with a zip archive in it. A table is looked for when
+/// it is opened: `<name>.csv` in the directory ("files") and in the archive
+/// ("zip"), in the order of the option "order=". Archives cannot be read yet, so
+/// "zip" is passed over.
+class LOOMKIT_API GDbCSV : public GDbDatabase {
+ public:
+  /// `options` are those behind the locator's question mark; unknown ones are
+  /// ignored.
+  GDbCSV(const std::string& locator, const std::string& directory,
+         const std::vector<std::string>& options);
+  GDbCSV(const GDbCSV&) = delete;
+  GDbCSV& operator=(const GDbCSV&) = delete;
+  ~GDbCSV() override;
+
+  /// Forgets the directory and nothing else: open tables go on working on their
+  /// streams, and a table opened afterwards is looked for in the root.
+  GDbStatus closeDatabase() override;
+  /// Requires a structure, else GDbInvalidArgument. The first line is read, so a
+  /// table that does not fit its structure is refused here.
+  GDbStatus openTable(const std::string& name, const GDbStructure* structure,
+                      GDbTable** table) override;
+  /// GDbCreateTableNotSupported.
+  GDbStatus createTable(const std::string& name, const GDbStructure* structure,
+                        GDbTable** table) override;
+  /// GDbDeleteTableNotSupported.
+  GDbStatus deleteTable(const std::string& name) override;
+
+ private:
+  std::unique_ptr<std::istream> openSource(const std::string& source, const std::string& file);
+
+  std::string directory;           // unescaped
+  std::string zipFile;             // relative to the directory; empty: none
+  std::vector<std::string> order;  // the sources to try
+};
+
+/// One text table. Lookups go through an index per combination of key fields,
+/// built at the first such lookup; it holds hashes and positions only, and
+/// nothing detects a file that changes meanwhile. There is one read position: a
+/// lookup between two getNextRecord() calls moves the scan.
+///
+/// A malformed line gives its status when it is read; the next getNextRecord()
+/// goes on behind it.
+class LOOMKIT_API GDbCSVTable : public GDbTable {
+ public:
+  /// Copies `structure`. Aborts when a field of it is GDbFieldNone.
+  GDbCSVTable(GDbCSV* database, const std::string& name, const GDbStructure& structure,
+              std::unique_ptr<std::istream> stream);
+  GDbCSVTable(const GDbCSVTable&) = delete;
+  GDbCSVTable& operator=(const GDbCSVTable&) = delete;
+  ~GDbCSVTable() override;
+
+  GDbStatus closeTable() override;
+  GDbStatus getFieldId(const char* name, int* id) override;
+  GDbStatus getStructure(GDbStructure** result) override;
+  /// The order of the keys matters to speed: (a, b) and (b, a) use two indexes.
+  GDbStatus lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) override;
+  GDbStatus getFirstRecord(GDbRecordSet* result) override;
+  GDbStatus getNextRecord(GDbRecordSet* result) override;
+  /// GDbInsertNotSupported.
+  GDbStatus insertRecords(const GDbRecordSet& records) override;
+  /// GDbDeleteNotSupported.
+  GDbStatus deleteKeys(const GDbKey* keys, int count) override;
+
+ private:
+  friend class GDbCSV;
+  GDbStatus checkFirstLine();
+  GDbStatus readLine(bool* found);
+  GDbStatus readRecord(GDbRecord** record);
+  GDbStatus indexName(const GDbKey* keys, int count, std::string* indexName) const;
+  GDbStatus buildIndex(const GDbKey* keys, int count, std::unique_ptr<loomkit::CsvIndex>* index);
+  GDbStatus addMatches(const loomkit::CsvIndex& index, const GDbKey* keys, int count,
+                       GDbRecordSet* result);
+
+  std::unique_ptr<GDbStructure> structure;  // null after close
+  std::unique_ptr<loomkit::CsvLineReader> lines;
+  std::unique_ptr<loomkit::CsvLayout> layout;
+  std::map<std::string, std::unique_ptr<loomkit::CsvIndex>> indexes;  // by the names of the fields
+};
+
+/// Opens "csv:" locators.
+class LOOMKIT_API GDbCSVFactory : public GDbDbFactory {
+ public:
+  /// Registers itself.
+  GDbCSVFactory();
+  /// GDbCantOpenDirectory: the path is no directory.
+  GDbStatus openDatabase(const char* locator, GDbDatabase** database) override;
+};
+
+#endif  // LOOMKIT_DB_CSV_CSV_DATABASE_H

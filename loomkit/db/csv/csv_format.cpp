@@ -1,0 +1,149 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/db/csv/csv_format.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "loomkit/text/char_class.h"
+#include "loomkit/text/number.h"
+
+namespace loomkit {
+namespace {
+
+// What a value may need beyond the bytes of its text.
+unsigned slackOf(GDbFieldType type) {
+  switch (type) {
+    case GDbFieldNone:
+      std::abort();
+    case GDbFieldInt:
+    case GDbFieldUInt:
+      return 7;  // the word and up to 3 bytes to align it
+    case GDbFieldFloat:
+      return 15;  // the double and up to 7 bytes to align it
+    case GDbFieldString:
+      return 1;  // the terminator
+    default:
+      return 0;
+  }
+}
+
+char* aligned(char* at, std::size_t alignment) {
+  const auto address = reinterpret_cast<std::uintptr_t>(at);
+  return at + ((alignment - address % alignment) % alignment);
+}
+
+// A plain number of at most nine digits, which is nearly every one; otherwise
+// null, and the full reader decides.
+const char* readShortNumber(const char* text, std::int32_t* value) {
+  const bool negative = *text == '-';
+  const char* at = negative ? text + 1 : text;
+  const char* const digits = at;
+  std::int32_t number = 0;
+  for (; isAsciiDigit(*at); ++at) {
+    if (at - digits == 9) return nullptr;
+    number = number * 10 + (*at - '0');
+  }
+  if (at == digits) return nullptr;
+  *value = negative ? -number : number;
+  return at;
+}
+
+// Readers of one column: the position behind what was read, or null when it is
+// not of the type. They store the value at `*out` and move it behind.
+const char* readInt(const char* text, GDbFieldType type, char** out) {
+  std::int32_t value = 0;
+  const char* end = readShortNumber(text, &value);
+  if (end == nullptr) {
+    value = type == GDbFieldInt ? parseLong32(text, &end, 10)
+                                : static_cast<std::int32_t>(parseUnsignedLong32(text, &end, 10));
+    if (end == text) return nullptr;
+  }
+  std::memcpy(*out, &value, sizeof value);
+  *out += sizeof value;
+  return end;
+}
+
+const char* readFloat(const char* text, char** out) {
+  const char* end = nullptr;
+  const double value = gParseCDouble(text, &end);
+  if (end == text) return nullptr;
+  std::memcpy(*out, &value, sizeof value);
+  *out += sizeof value;
+  return end;
+}
+
+// Never fails: a line may end inside quotes.
+const char* readString(const char* text, char** out) {
+  char* to = *out;
+  if (*text != csvQuote) {
+    for (; *text != '\0' && *text != csvSeparator; ++text) *to++ = *text;
+  } else {
+    for (++text; *text != '\0'; ++text) {
+      if (*text == csvQuote) {
+        ++text;
+        if (*text != csvQuote) break;  // a doubled quote stands for one
+      }
+      *to++ = *text;
+    }
+  }
+  *to++ = '\0';
+  *out = to;
+  return text;
+}
+
+}  // namespace
+
+CsvLayout::CsvLayout(const GDbStructure& structure) {
+  for (const GDbField& field : structure.getFields()) {
+    types.push_back(field.getType());
+    extraSize += slackOf(field.getType());
+  }
+}
+
+std::size_t CsvLayout::blockSize(std::size_t length) const {
+  return sizeof(GDbRecord) + types.size() * (sizeof(void*) + sizeof(GDbFieldType)) + extraSize +
+         length;
+}
+
+GDbStatus CsvLayout::parse(const char* line, void* block, GDbRecord** record) const {
+  // The pointers come before the types, so that both are aligned.
+  auto** values = reinterpret_cast<void**>(static_cast<char*>(block) + sizeof(GDbRecord));
+  auto* recordTypes = reinterpret_cast<GDbFieldType*>(values + types.size());
+  char* out = reinterpret_cast<char*>(recordTypes + types.size());
+
+  const char* at = line;
+  bool atEnd = false;
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    const GDbFieldType type = types[i];
+    recordTypes[i] = type;
+    if (type != GDbFieldString) {
+      if (type > GDbFieldFloat) return GDbInvalidArgument;
+      if (atEnd) return GDbFieldCountMismatch;
+      out = aligned(out, type == GDbFieldFloat ? alignof(double) : alignof(std::int32_t));
+    }
+    values[i] = out;
+    if (type == GDbFieldString)
+      at = readString(at, &out);
+    else
+      at = type == GDbFieldFloat ? readFloat(at, &out) : readInt(at, type, &out);
+    if (at == nullptr) return GDbFieldTypeMismatch;
+    at = skipAsciiSpace(at);
+    if (*at == csvSeparator)
+      ++at;
+    else if (*at == '\0')
+      atEnd = true;  // further texts are empty, further numbers are missing
+    else
+      return GDbFieldTypeMismatch;
+  }
+  *record = new (block) GDbRecord(true, numFields(), recordTypes, values);
+  return GDbNoError;
+}
+
+bool isBlankLine(const char* line, std::size_t length) noexcept {
+  return std::all_of(line, line + length, isAsciiSpace);
+}
+
+}  // namespace loomkit

@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: MIT
+// The text format of a CSV table: its bytes, and one parsed line.
+// docs/formats/csv.md describes it. Private to the backend.
+#ifndef LOOMKIT_DB_CSV_CSV_FORMAT_H
+#define LOOMKIT_DB_CSV_CSV_FORMAT_H
+
+#include <cstddef>
+#include <vector>
+
+#include "loomkit/db/record.h"
+#include "loomkit/db/status.h"
+#include "loomkit/db/structure.h"
+
+namespace loomkit {
+
+inline constexpr char csvSeparator = ';';
+inline constexpr char csvQuote = '"';
+inline constexpr const char* csvSuffix = ".csv";
+
+/// How the lines of a table become records.
+class CsvLayout {
+ public:
+  /// Aborts when a column is GDbFieldNone: such a value cannot be stored.
+  explicit CsvLayout(const GDbStructure& structure);
+
+  [[nodiscard]] int numFields() const { return static_cast<int>(types.size()); }
+
+  /// The size of the block that the record of a line of `length` bytes needs.
+  [[nodiscard]] std::size_t blockSize(std::size_t length) const;
+
+  /// Parses `line`, which ends at its first NUL and is at most as long as
+  /// blockSize() was told, into `block` (memory of operator new), and stores the
+  /// single-block record that starts there. GDbFieldTypeMismatch: a column
+  /// cannot be read as its type; GDbFieldCountMismatch: a number is missing;
+  /// GDbInvalidArgument: a column's type has no text form. On failure the block
+  /// is still the caller's.
+  GDbStatus parse(const char* line, void* block, GDbRecord** record) const;
+
+ private:
+  std::vector<GDbFieldType> types;
+  unsigned extraSize = 0;  // alignment and terminators, in the worst case
+};
+
+/// Whether the `length` bytes at `line` are all ASCII white space.
+bool isBlankLine(const char* line, std::size_t length) noexcept;
+
+}  // namespace loomkit
+
+#endif  // LOOMKIT_DB_CSV_CSV_FORMAT_H

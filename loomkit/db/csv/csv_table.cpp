@@ -1,0 +1,184 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/db/csv/csv_database.h"
+#include "loomkit/db/csv/csv_format.h"
+#include "loomkit/db/csv/csv_index.h"
+#include "loomkit/db/csv/csv_line_reader.h"
+#include "loomkit/text/gi_string.h"
+
+namespace {
+
+// A block for records; the record in it needs no destruction.
+struct BlockDelete {
+  void operator()(void* block) const { ::operator delete(block); }
+};
+using Block = std::unique_ptr<void, BlockDelete>;
+
+struct RecordDelete {
+  void operator()(GDbRecord* record) const { record->deleteRecord(); }
+};
+using RecordOwner = std::unique_ptr<GDbRecord, RecordDelete>;
+
+}  // namespace
+
+GDbCSVTable::GDbCSVTable(GDbCSV* owner, const std::string& tableName,
+                         const GDbStructure& tableStructure, std::unique_ptr<std::istream> stream)
+    : GDbTable(owner, tableName),
+      structure(std::make_unique<GDbStructure>(tableStructure)),
+      lines(std::make_unique<loomkit::CsvLineReader>(std::move(stream))),
+      layout(std::make_unique<loomkit::CsvLayout>(tableStructure)) {}
+
+GDbCSVTable::~GDbCSVTable() { GDbCSVTable::closeTable(); }
+
+GDbStatus GDbCSVTable::closeTable() {
+  indexes.clear();
+  structure.reset();
+  layout.reset();
+  lines.reset();
+  return GDbTable::closeTable();
+}
+
+GDbStatus GDbCSVTable::getFieldId(const char* fieldName, int* id) {
+  if (structure == nullptr) return GDbTableNotOpen;
+  const int found = structure->getFieldId(fieldName);
+  if (found < 0) return GDbInvalidFieldName;
+  *id = found;
+  return GDbNoError;
+}
+
+GDbStatus GDbCSVTable::getStructure(GDbStructure** result) {
+  if (structure == nullptr) return GDbTableNotOpen;
+  *result = new GDbStructure(*structure);
+  return GDbNoError;
+}
+
+// Reads the next line that is a record. Blank lines are none, unless a record
+// has only one field: there an empty line is an empty text.
+GDbStatus GDbCSVTable::readLine(bool* found) {
+  using Result = loomkit::CsvLineReader::Result;
+  *found = false;
+  for (;;) {
+    const Result result = lines->read();
+    if (result == Result::failed) return GDbIoError;
+    if (result == Result::end) return GDbNoError;
+    const std::string& line = lines->line();
+    const bool blank = layout->numFields() != 1 && loomkit::isBlankLine(line.data(), line.size());
+    // A blank rest behind the last terminator is read like any other text.
+    if (blank && lines->hadTerminator()) continue;
+    *found = true;
+    return GDbNoError;
+  }
+}
+
+// Null at the end of the data.
+GDbStatus GDbCSVTable::readRecord(GDbRecord** record) {
+  *record = nullptr;
+  if (structure == nullptr) return GDbTableNotOpen;
+  bool found = false;
+  GDbStatus status = readLine(&found);
+  if (status != GDbNoError || !found) return status;
+  const std::string& line = lines->line();
+  Block block(::operator new(layout->blockSize(line.size())));
+  status = layout->parse(line.c_str(), block.get(), record);
+  if (status == GDbNoError) static_cast<void>(block.release());  // the record is the block
+  return status;
+}
+
+GDbStatus GDbCSVTable::checkFirstLine() {
+  if (!lines->seek(0)) return GDbIoError;
+  GDbRecord* record = nullptr;
+  const GDbStatus status = readRecord(&record);
+  const RecordOwner owner(record);
+  return status;
+}
+
+GDbStatus GDbCSVTable::getFirstRecord(GDbRecordSet* result) {
+  if (structure == nullptr) return GDbTableNotOpen;
+  if (!lines->seek(0)) return GDbIoError;
+  return getNextRecord(result);
+}
+
+GDbStatus GDbCSVTable::getNextRecord(GDbRecordSet* result) {
+  GDbRecord* record = nullptr;
+  const GDbStatus status = readRecord(&record);
+  if (record != nullptr) result->addRecord(record);
+  return status;
+}
+
+GDbStatus GDbCSVTable::insertRecords(const GDbRecordSet& /*records*/) {
+  return GDbInsertNotSupported;
+}
+
+GDbStatus GDbCSVTable::deleteKeys(const GDbKey* /*keys*/, int /*count*/) {
+  return GDbDeleteNotSupported;
+}
+
+GDbStatus GDbCSVTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) {
+  if (structure == nullptr) return GDbTableNotOpen;
+  std::string fieldNames;
+  GDbStatus status = indexName(keys, count, &fieldNames);
+  if (status != GDbNoError) return status;
+  auto found = indexes.find(fieldNames);
+  if (found == indexes.end()) {
+    std::unique_ptr<loomkit::CsvIndex> index;
+    status = buildIndex(keys, count, &index);
+    if (status != GDbNoError) return status;
+    found = indexes.emplace(fieldNames, std::move(index)).first;
+  }
+  return addMatches(*found->second, keys, count, result);
+}
+
+GDbStatus GDbCSVTable::indexName(const GDbKey* keys, int count, std::string* fieldNames) const {
+  for (int i = 0; i < count; ++i) {
+    const int field = keys[i].field;
+    if (field < 0 || field >= structure->getNumFields()) return GDbInvalidArgument;
+    if (i != 0) *fieldNames += ',';
+    GiString fieldName(structure->getField(field).getName(), 0);
+    fieldName.toLower(0, static_cast<unsigned>(fieldName.size()));
+    *fieldNames += fieldName;
+  }
+  return GDbNoError;
+}
+
+GDbStatus GDbCSVTable::buildIndex(const GDbKey* keys, int count,
+                                  std::unique_ptr<loomkit::CsvIndex>* index) {
+  std::vector<int> fields;
+  for (int i = 0; i < count; ++i) fields.push_back(keys[i].field);
+  auto built = std::make_unique<loomkit::CsvIndex>(std::move(fields));
+  if (!lines->seek(0)) return GDbIoError;
+  Block block;  // one for all records: none of them outlives its turn
+  std::size_t room = 0;
+  for (;;) {
+    bool found = false;
+    GDbStatus status = readLine(&found);
+    if (status != GDbNoError) return status;
+    if (!found) break;
+    const std::string& line = lines->line();
+    const std::size_t needed = layout->blockSize(line.size());
+    if (needed > room) {
+      room = needed * 2;
+      block.reset(::operator new(room));
+    }
+    GDbRecord* record = nullptr;
+    status = layout->parse(line.c_str(), block.get(), &record);
+    if (status != GDbNoError) return status;
+    built->add(*record, lines->lineStart());
+  }
+  built->sort();
+  *index = std::move(built);
+  return GDbNoError;
+}
+
+GDbStatus GDbCSVTable::addMatches(const loomkit::CsvIndex& index, const GDbKey* keys, int count,
+                                  GDbRecordSet* result) {
+  const auto [first, last] = index.find(loomkit::csvKeyHash(keys, count));
+  for (auto entry = first; entry != last; ++entry) {
+    if (!lines->seek(entry->position)) return GDbIoError;
+    GDbRecord* record = nullptr;
+    const GDbStatus status = readRecord(&record);
+    if (status != GDbNoError) return status;
+    if (record == nullptr) return GDbInternalError;  // the file has shrunk
+    RecordOwner owner(record);
+    if (loomkit::csvKeysMatch(*record, keys, count)) result->addRecord(owner.release());
+  }
+  return GDbNoError;
+}

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+// What a table is made of: the type tags of values, and the descriptions of a
+// column (GDbField) and of an index (GDbIndex).
+#ifndef LOOMKIT_DB_FIELD_H
+#define LOOMKIT_DB_FIELD_H
+
+#include <cstdint>
+#include <string>
+
+#include "loomkit/platform/export.h"
+
+/// The tag of a value in GDbField, GDbKey and GDbRecord alike.
+enum GDbFieldType : int {
+  GDbFieldNone = 0,    ///< no value may be stored under it
+  GDbFieldInt = 1,     ///< 32-bit signed
+  GDbFieldUInt = 2,    ///< 32-bit unsigned
+  GDbFieldFloat = 3,   ///< 64-bit IEEE double
+  GDbFieldString = 4,  ///< NUL-terminated bytes in the database's text encoding
+  GDbFieldBlob = 5     ///< length and bytes
+};
+
+/// A further bit of an entry in a record's type array: the column is SQL NULL.
+/// The tag below it still says how the stored placeholder is read.
+inline constexpr int GDbFieldNullFlag = 0x10000;
+
+/// One column: a value class, changed by assignment only.
+class LOOMKIT_API GDbField {
+ public:
+  GDbField();
+  GDbField(const GDbField&);
+  /// `width` in characters: -1 for text without a bound, 0 where unknown.
+  /// `decDigits`: -1 where a floating column has no fixed number; 16 bits are
+  /// kept. `isKey`: the column is to be indexed.
+  GDbField(const std::string& name, GDbFieldType type, int width, int decDigits, bool isPrimKey,
+           bool isKey);
+  GDbField& operator=(const GDbField&);
+  ~GDbField();
+
+  [[nodiscard]] const std::string& getName() const { return name; }
+  [[nodiscard]] GDbFieldType getType() const { return type; }
+  [[nodiscard]] int getWidth() const { return width; }
+  [[nodiscard]] int getDecDigits() const { return decDigits; }
+  [[nodiscard]] bool isPrimKey() const { return primKey; }
+  [[nodiscard]] bool isKey() const { return key; }
+
+ private:
+  std::string name;
+  GDbFieldType type = GDbFieldNone;
+  std::int32_t width = 0;
+  std::int16_t decDigits = 0;
+  bool primKey = false;
+  bool key = false;
+};
+
+/// One index: a value class. `columns` are the column names joined by commas,
+/// without quotes.
+class LOOMKIT_API GDbIndex {
+ public:
+  GDbIndex();
+  GDbIndex(const GDbIndex&);
+  GDbIndex(const std::string& name, const std::string& columns, bool unique, bool descending);
+  GDbIndex& operator=(const GDbIndex&);
+  ~GDbIndex();
+
+  [[nodiscard]] const std::string& getName() const { return name; }
+  [[nodiscard]] const std::string& getColumns() const { return columns; }
+  [[nodiscard]] bool isUnique() const { return unique; }
+  [[nodiscard]] bool isDescending() const { return descending; }
+
+ private:
+  std::string name;
+  std::string columns;
+  bool unique = false;
+  bool descending = false;
+};
+
+#endif  // LOOMKIT_DB_FIELD_H

@@ -1,0 +1,136 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/db/record.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace {
+
+constexpr int firstCapacity = 4;
+
+// Owns a block of operator new until a record takes it.
+struct BlockDelete {
+  void operator()(void* block) const { ::operator delete(block); }
+};
+using Block = std::unique_ptr<void, BlockDelete>;
+
+template <typename Number>
+Block makeNumber(Number value) {
+  Block block(::operator new(sizeof value, std::nothrow));
+  if (block) std::memcpy(block.get(), &value, sizeof value);
+  return block;
+}
+
+Block makeText(const char* text, std::size_t length) {
+  Block block(::operator new(length + 1));
+  if (length != 0) std::memcpy(block.get(), text, length);
+  static_cast<char*>(block.get())[length] = '\0';
+  return block;
+}
+
+// `array` with room for `capacity` entries, `count` of them taken along.
+template <typename Entry>
+Entry* grownArray(const Entry* array, int count, int capacity) {
+  auto* grown =
+      static_cast<Entry*>(::operator new(sizeof(Entry) * static_cast<std::size_t>(capacity)));
+  if (count != 0) std::memcpy(grown, array, sizeof(Entry) * static_cast<std::size_t>(count));
+  return grown;
+}
+
+}  // namespace
+
+GDbRecord::GDbRecord() : GDbRecord(false, 0, nullptr, nullptr) {}
+
+GDbRecord::GDbRecord(bool isSingleBlock, int fieldCount, GDbFieldType* fieldTypes,
+                     void** fieldValues)
+    : singleBlock(isSingleBlock), numFields(fieldCount), types(fieldTypes), values(fieldValues) {}
+
+void GDbRecord::deleteRecord() {
+  if (singleBlock) {
+    ::operator delete(this);
+    return;
+  }
+  for (int i = 0; i < numFields; ++i) {
+    const int type = getFieldType(i);
+    if (type == GDbFieldNone) std::abort();  // nobody can have stored such a value
+    if (type > GDbFieldNone && type <= GDbFieldBlob) ::operator delete(values[i]);
+  }
+  ::operator delete(types);
+  ::operator delete(values);
+  delete this;
+}
+
+void GDbRecord::getBlobField(int field, const void** data, unsigned* size) {
+  static_cast<const GDbRecord*>(this)->getBlobField(field, data, size);
+}
+
+void GDbRecord::getBlobField(int field, const void** data, unsigned* size) const {
+  const void* block = values[field];
+  *data = nullptr;
+  *size = 0;
+  if (block == nullptr) return;
+  std::uint32_t length = 0;
+  std::memcpy(&length, block, sizeof length);
+  *size = length;
+  *data = static_cast<const char*>(block) + sizeof length;
+}
+
+void GDbRecord::addIntField(int value) {
+  Block block = makeNumber(value);
+  addField(GDbFieldInt, block.get());
+  static_cast<void>(block.release());
+}
+
+void GDbRecord::addUIntField(unsigned value) {
+  Block block = makeNumber(value);
+  addField(GDbFieldUInt, block.get());
+  static_cast<void>(block.release());
+}
+
+void GDbRecord::addFloatField(double value) {
+  Block block = makeNumber(value);
+  addField(GDbFieldFloat, block.get());
+  static_cast<void>(block.release());
+}
+
+void GDbRecord::addStringField(const char* value) {
+  Block block = makeText(value, std::strlen(value));
+  addField(GDbFieldString, block.get());
+  static_cast<void>(block.release());
+}
+
+void GDbRecord::addStringField(const std::string& value) {
+  Block block = makeText(value.data(), value.size());
+  addField(GDbFieldString, block.get());
+  static_cast<void>(block.release());
+}
+
+void GDbRecord::addBlobField(const void* data, unsigned size) {
+  const std::uint32_t length = size;
+  const std::size_t padded = (std::size_t{size} + 3) & ~std::size_t{3};
+  Block block(::operator new(padded + sizeof length));
+  std::memcpy(block.get(), &length, sizeof length);
+  if (size != 0) std::memcpy(static_cast<char*>(block.get()) + sizeof length, data, size);
+  addField(GDbFieldBlob, block.get());
+  static_cast<void>(block.release());
+}
+
+// The capacity is not stored: it is 4, and from 4 fields on the next power of
+// two, so a count that is such a power means that both arrays are full.
+void GDbRecord::addField(GDbFieldType type, void* value) {
+  const bool full = numFields >= firstCapacity && (numFields & (numFields - 1)) == 0;
+  if (numFields == 0 || full) {
+    const int capacity = full ? numFields * 2 : firstCapacity;
+    Block grownTypes(grownArray(types, numFields, capacity));
+    void** grownValues = grownArray(values, numFields, capacity);
+    ::operator delete(types);
+    ::operator delete(values);
+    types = static_cast<GDbFieldType*>(grownTypes.release());
+    values = grownValues;
+  }
+  types[numFields] = type;
+  values[numFields] = value;
+  ++numFields;
+}

@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/db/sql/sql_database_impl.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "loomkit/db/sql/sql_query_data.h"
+#include "loomkit/db/sql/sql_table.h"
+
+namespace {
+
+// What begin() passes; the drivers know it as "the default".
+constexpr int defaultTransaction = -2;
+
+// SQL has one kind of integer.
+GDbFieldType sqlType(GDbFieldType type) { return type == GDbFieldUInt ? GDbFieldInt : type; }
+
+// Whether the caller's view fits the table.
+GDbStatus checkStructure(const GDbStructure& real, const GDbStructure& wanted) {
+  for (const GDbField& field : wanted.getFields()) {
+    const int id = real.getFieldId(field.getName());
+    if (id < 0) return GDbInvalidFieldName;
+    const GDbFieldType type = sqlType(field.getType());
+    const bool known = type > GDbFieldNone && type <= GDbFieldBlob;
+    if (!known || type != sqlType(real.getField(id).getType())) return GDbInvalidFieldType;
+  }
+  return GDbNoError;
+}
+
+// Without a caller's view every column must be readable.
+GDbStatus checkAllTyped(const GDbStructure& real) {
+  const auto& fields = real.getFields();
+  const bool typed = std::none_of(fields.begin(), fields.end(), [](const GDbField& field) {
+    return field.getType() == GDbFieldNone;
+  });
+  return typed ? GDbNoError : GDbInvalidFieldType;
+}
+
+}  // namespace
+
+GSqlDatabaseImpl::GSqlDatabaseImpl(const std::string& locator) : GSqlDatabase(locator) {
+  setTransactionHandler(this);
+}
+
+// A query may have been made after the close, and its handle may outlive us.
+GSqlDatabaseImpl::~GSqlDatabaseImpl() { invalidateQueries(); }
+
+void GSqlDatabaseImpl::invalidateQueries() {
+  queries.forEach([](GSqlQueryData* query) { query->invalidate(); });
+  queries.clear();
+}
+
+GDbStatus GSqlDatabaseImpl::closeDatabase() {
+  invalidateQueries();
+  return GSqlDatabase::closeDatabase();
+}
+
+GDbStatus GSqlDatabaseImpl::openTable(const std::string& tableName, const GDbStructure* structure,
+                                      GDbTable** table) {
+  *table = nullptr;
+  GDbStructure* found = nullptr;
+  GDbStatus status = getTableStructure(tableName, &found);
+  if (status != GDbNoError) return status;
+  std::unique_ptr<GDbStructure> real(found);
+  status = structure != nullptr ? checkStructure(*real, *structure) : checkAllTyped(*real);
+  if (status != GDbNoError) return setError(status);
+  *table = new GSqlTable(this, tableName, real.release());
+  return GDbNoError;
+}
+
+GDbStatus GSqlDatabaseImpl::deleteTable(const std::string& tableName) {
+  const GDbStatus status = tableExists(tableName);
+  if (status != GDbNoError) return status;
+  if (isTableOpen(tableName)) return setError(GDbTableInUse);
+  GSqlQuery query(this);
+  return query.exec("DROP TABLE " + tableName + ";");  // unquoted, so a host may pass schema.table
+}
+
+std::list<GSqlDatabaseImpl::Lookup>::iterator GSqlDatabaseImpl::findLookup(
+    const std::string& table, const std::string& where, const std::string& fields) {
+  return std::find_if(lookupCache.begin(), lookupCache.end(), [&](const Lookup& lookup) {
+    return lookup.where == where && lookup.table == table && lookup.fields == fields;
+  });
+}
+
+GDbStatus GSqlDatabaseImpl::getLookupQuery(const std::string& table, const std::string& where,
+                                           const std::string& fields, GSqlQuery* query) {
+  const auto found = findLookup(table, where, fields);
+  if (found != lookupCache.end()) {
+    *query = found->query;
+    lookupCache.erase(found);
+    return GDbNoError;
+  }
+  *query = GSqlQuery(this, "SELECT " + fields + " FROM \"" + table + "\" WHERE " + where + ";");
+  return GDbNoError;
+}
+
+void GSqlDatabaseImpl::putLookupQuery(const std::string& table, const std::string& where,
+                                      const std::string& fields, const GSqlQuery& query) {
+  if (findLookup(table, where, fields) != lookupCache.end()) return;
+  const auto limit = 2 * static_cast<std::size_t>(getTableCount());
+  if (!lookupCache.empty() && lookupCache.size() >= limit) lookupCache.pop_back();
+  lookupCache.push_front({table, where, fields, query});
+  lookupCache.front().query.clearBindings();
+}
+
+void GSqlDatabaseImpl::resetActiveQueries() {
+  queries.forEach([this](GSqlQueryData* query) {
+    if (query->isActive()) reset(query);
+  });
+}
+
+GDbStatus GSqlDatabaseImpl::setError(GDbStatus status) {
+  if (status != GDbNoError) lastError = GSqlError(status);
+  return status;
+}
+
+GDbStatus GSqlDatabaseImpl::setError(GDbStatus status, const std::string& text) {
+  if (status != GDbNoError || !text.empty()) lastError = GSqlError(status, text);
+  return status;
+}
+
+GDbStatus GSqlDatabaseImpl::begin() { return beginTransaction(defaultTransaction); }
+GDbStatus GSqlDatabaseImpl::commit() { return commitTransaction(); }
+GDbStatus GSqlDatabaseImpl::rollback() { return rollbackTransaction(); }

@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: MIT
+// GSqlDatabaseImpl: the shared part of every SQL driver. A driver derives from
+// it and from GSqlQueryData and implements what is pure here; GSqlQuery and
+// GSqlTable call it.
+#ifndef LOOMKIT_DB_SQL_SQL_DATABASE_IMPL_H
+#define LOOMKIT_DB_SQL_SQL_DATABASE_IMPL_H
+
+#include <cstdint>
+#include <list>
+#include <string>
+
+#include "loomkit/db/sql/sql_database.h"
+#include "loomkit/db/sql/sql_error.h"
+#include "loomkit/db/sql/sql_query.h"
+#include "loomkit/db/sql/sql_query_set.h"
+#include "loomkit/db/transaction_handler.h"
+#include "loomkit/platform/export.h"
+
+class GSqlQueryData;
+
+/// The table of living queries, the cache of prepared lookups, the last error,
+/// and the tables of an SQL database. It is its own transaction handler.
+///
+/// The operations on a GSqlQueryData are a driver's; a query is one that the
+/// driver's createQuery() made. Results are stored only on success.
+class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionHandler {
+ public:
+  GSqlDatabaseImpl(const GSqlDatabaseImpl&) = delete;
+  GSqlDatabaseImpl& operator=(const GSqlDatabaseImpl&) = delete;
+  ~GSqlDatabaseImpl() override;
+
+  /// Cuts every query off, then closes the tables.
+  GDbStatus closeDatabase() override;
+  /// With a structure, each of its fields must be in the table, with the same
+  /// type or Int for UInt; the opened table has all columns in the database's
+  /// order. Without one, every column must have a type.
+  GDbStatus openTable(const std::string& name, const GDbStructure* structure,
+                      GDbTable** table) override;
+  /// GDbTableInUse while a table of that name is open.
+  GDbStatus deleteTable(const std::string& name) override;
+  [[nodiscard]] const GSqlError& getLastError() const override { return lastError; }
+
+  virtual GDbStatus bindInt(GSqlQueryData* query, int index, int value) = 0;
+  virtual GDbStatus bindInt64(GSqlQueryData* query, int index, std::int64_t value) = 0;
+  virtual GDbStatus bindDouble(GSqlQueryData* query, int index, double value) = 0;
+  virtual GDbStatus bindText(GSqlQueryData* query, int index, const char* text, int length,
+                             bool copy) = 0;
+  virtual GDbStatus bindBlob(GSqlQueryData* query, int index, void* data, unsigned size,
+                             bool copy) = 0;
+  virtual GDbStatus bindNull(GSqlQueryData* query, int index) = 0;
+  virtual GDbStatus clearBindings(GSqlQueryData* query) = 0;
+  virtual GDbStatus reset(GSqlQueryData* query) = 0;
+  virtual GDbStatus prepare(GSqlQueryData* query) = 0;
+  virtual GDbStatus exec(GSqlQueryData* query) = 0;
+  virtual GDbStatus first(GSqlQueryData* query) = 0;
+  virtual GDbStatus last(GSqlQueryData* query) = 0;
+  virtual GDbStatus next(GSqlQueryData* query) = 0;
+  virtual GDbStatus previous(GSqlQueryData* query) = 0;
+  virtual GDbStatus seek(GSqlQueryData* query, int position, bool relative) = 0;
+  virtual GDbStatus isNull(GSqlQueryData* query, int column, bool* result) = 0;
+  virtual GDbStatus getInt(GSqlQueryData* query, int column, int* value) = 0;
+  virtual GDbStatus getInt64(GSqlQueryData* query, int column, std::int64_t* value) = 0;
+  virtual GDbStatus getDouble(GSqlQueryData* query, int column, double* value) = 0;
+  virtual GDbStatus getText(GSqlQueryData* query, int column, std::string* value) = 0;
+  virtual GDbStatus getBlob(GSqlQueryData* query, int column, const void** data,
+                            unsigned* size) = 0;
+  virtual GDbStatus setForwardOnly(GSqlQueryData* query, bool forward) = 0;
+  virtual GDbStatus getNumRowsAffected(GSqlQueryData* query, int* count) = 0;
+  virtual GDbStatus getSize(GSqlQueryData* query, int* count) = 0;
+  /// A new record of the current row, which the caller owns.
+  virtual GDbStatus getRecord(GSqlQueryData* query, GDbRecord** record) = 0;
+  virtual GSqlQueryData* createQuery(const std::string& statement) = 0;
+  virtual GSqlQueryData* createQuery() = 0;
+  /// The table's real structure, which the caller owns; a null `structure` only
+  /// asks whether the table exists.
+  virtual GDbStatus getTableStructure(const std::string& name, GDbStructure** structure) = 0;
+  virtual GDbStatus tableExists(const std::string& name) = 0;
+
+  /// A prepared lookup from the cache, taken out of it, or a new one. So a
+  /// statement serves one lookup at a time.
+  virtual GDbStatus getLookupQuery(const std::string& table, const std::string& where,
+                                   const std::string& fields, GSqlQuery* query);
+  /// Hands a lookup back to the cache, which holds about two a table.
+  virtual void putLookupQuery(const std::string& table, const std::string& where,
+                              const std::string& fields, const GSqlQuery& query);
+
+  /// For GSqlQueryData.
+  void registerQuery(GSqlQueryData* query) { queries.insert(query); }
+  void unregisterQuery(GSqlQueryData* query) { queries.erase(query); }
+
+  GDbStatus begin() override;
+  GDbStatus commit() override;
+  GDbStatus rollback() override;
+
+ protected:
+  explicit GSqlDatabaseImpl(const std::string& locator);
+
+  /// Resets every active query.
+  void resetActiveQueries();
+  /// Notes a failure as the last error; success changes nothing. Both return
+  /// `status`.
+  GDbStatus setError(GDbStatus status);
+  GDbStatus setError(GDbStatus status, const std::string& text);
+
+ private:
+  void invalidateQueries();
+
+  struct Lookup {
+    std::string table;
+    std::string where;
+    std::string fields;
+    GSqlQuery query;
+  };
+  std::list<Lookup>::iterator findLookup(const std::string& table, const std::string& where,
+                                         const std::string& fields);
+
+  loomkit::SqlQuerySet queries;
+  std::list<Lookup> lookupCache;  // most recently returned first
+  GSqlError lastError;
+};
+
+#endif  // LOOMKIT_DB_SQL_SQL_DATABASE_IMPL_H

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+// GSqlError: the status of a failed SQL operation with the driver's own words.
+#ifndef LOOMKIT_DB_SQL_SQL_ERROR_H
+#define LOOMKIT_DB_SQL_SQL_ERROR_H
+
+#include <string>
+
+#include "loomkit/db/status.h"
+#include "loomkit/platform/export.h"
+
+/// A shared error value: copies are cheap and show the same error. The default
+/// object means "no error". Not locked: an error and its copies belong to one
+/// thread.
+class LOOMKIT_API GSqlError {
+ public:
+  GSqlError();
+  GSqlError(const GSqlError& other);
+  explicit GSqlError(GDbStatus status);
+  GSqlError(GDbStatus status, const std::string& databaseText);
+  GSqlError& operator=(const GSqlError& other);
+  ~GSqlError();
+
+  [[nodiscard]] GDbStatus getStatus() const;
+  /// The words of gDbStrError() for a status that is not 0; else empty.
+  [[nodiscard]] const std::string& getDriverText() const;
+  /// The database's own message; empty when it had none.
+  [[nodiscard]] const std::string& getDatabaseText() const;
+  /// "driver text (database text)", or whichever of the two is not empty.
+  [[nodiscard]] std::string getText() const;
+
+ private:
+  struct Block;
+  void release();
+
+  Block* block = nullptr;
+};
+
+#endif  // LOOMKIT_DB_SQL_SQL_ERROR_H

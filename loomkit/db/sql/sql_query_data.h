@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: MIT
+// GSqlQueryData: what the handles (GSqlQuery) on one statement share. A driver
+// derives from it and adds its statement.
+#ifndef LOOMKIT_DB_SQL_SQL_QUERY_DATA_H
+#define LOOMKIT_DB_SQL_SQL_QUERY_DATA_H
+
+#include <cstdint>
+#include <string>
+
+#include "loomkit/db/record.h"
+#include "loomkit/db/sql/sql_error.h"
+#include "loomkit/platform/export.h"
+
+class GSqlDatabaseImpl;
+
+/// A statement and its state, counted by the handles on it; it ends with the
+/// last one. Registered with its database until then, or until the database
+/// closes: then invalidate() cuts it off, and every handle answers GDbNotOpen.
+class LOOMKIT_API GSqlQueryData {
+ public:
+  explicit GSqlQueryData(GSqlDatabaseImpl* database);
+  GSqlQueryData(GSqlDatabaseImpl* database, const std::string& statement);
+  GSqlQueryData(const GSqlQueryData&) = delete;
+  GSqlQueryData& operator=(const GSqlQueryData&) = delete;
+
+  /// Leaves the database's table if it is still in it, and drops the record.
+  virtual ~GSqlQueryData();
+
+  /// Whether the statement was executed and not reset since.
+  [[nodiscard]] virtual bool isActive() const = 0;
+  /// Whether the query is positioned on a row.
+  [[nodiscard]] virtual bool isValid() const = 0;
+  /// Whether the statement yields columns.
+  [[nodiscard]] virtual bool isSelect() const = 0;
+  /// The database closes: forget it and the statement.
+  virtual void invalidate();
+  virtual void setForwardOnly(bool forward);
+  virtual void setStatement(const std::string& text);
+  /// Drops the cached row; a driver calls it at every move.
+  virtual void clearRecord();
+
+  /// Null after the database has closed.
+  [[nodiscard]] GSqlDatabaseImpl* getDatabase() const { return database; }
+  [[nodiscard]] const std::string& getStatement() const { return statement; }
+  [[nodiscard]] bool isForwardOnly() const { return forwardOnly; }
+
+ private:
+  friend class GSqlQuery;
+  void incRef() { ++refCount; }
+  void decRef();
+
+  std::int32_t refCount = 0;
+  GSqlDatabaseImpl* database;
+  std::string statement;
+  bool forwardOnly = true;
+  GDbRecord* record = nullptr;  // the row of GSqlQuery::getRecord(), owned
+  GSqlError lastError;
+};
+
+#endif  // LOOMKIT_DB_SQL_SQL_QUERY_DATA_H

@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/db/sqlite/local_text.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "loomkit/text/output.h"
+#include "loomkit/text/template.h"
+
+namespace loomkit {
+namespace {
+
+// What hulUTF8ToLocale() takes its result from: null and a size give a block, a
+// block and 0 release it, a block and a size give a new one with its text.
+void* textAllocator(void* old, std::size_t size) {
+  if (size == 0) {
+    ::operator delete(old);
+    return nullptr;
+  }
+  void* block = ::operator new(size);
+  if (old != nullptr) {
+    const char* text = static_cast<const char*>(old);
+    std::memcpy(block, text, std::min(size, std::strlen(text) + 1));
+    ::operator delete(old);
+  }
+  return block;
+}
+
+struct TextDelete {
+  void operator()(char* text) const { ::operator delete(text); }
+};
+
+bool isAscii(const char* text, std::size_t length) {
+  unsigned char seen = 0;
+  for (std::size_t i = 0; i < length; ++i) seen |= static_cast<unsigned char>(text[i]);
+  return seen < 0x80;
+}
+
+}  // namespace
+
+HulText toUtf8(const char* text, int length, int* utf8Length, const char* logText) {
+  const std::size_t size =
+      length < 0 ? std::strlen(text) : strnlen(text, static_cast<std::size_t>(length));
+  // ASCII is the same in every encoding: a text that runs to its NUL and is that
+  // needs a copy and no conversion.
+  if (length < 0 && isAscii(text, size)) {
+    if (utf8Length != nullptr) *utf8Length = static_cast<int>(size);
+    return HulText(hulStrDup(text));
+  }
+  char* converted = nullptr;
+  const int status = hulLocaleToUTF8(text, length, 0, utf8Length, nullptr, &converted);
+  if (status >= 0) return HulText(converted);
+  std::string line = logText;
+  line << hulStrError(status);
+  gOutput->log(0, gDataSysName, line.c_str());
+  // The copy ends at the first NUL, whatever length was given.
+  if (utf8Length != nullptr) *utf8Length = length < 0 ? -1 : static_cast<int>(size);
+  return HulText(hulStrDup(text));
+}
+
+void fromUtf8(const char* utf8, int length, std::string* text) {
+  const std::size_t size = strnlen(utf8, static_cast<std::size_t>(length));
+  if (isAscii(utf8, size)) {  // nearly every text
+    text->assign(utf8, size);
+    return;
+  }
+  char* converted = nullptr;
+  if (hulUTF8ToLocale(utf8, length, 0, nullptr, textAllocator, &converted) < 0) {
+    text->assign(utf8, size);
+    return;
+  }
+  const std::unique_ptr<char, TextDelete> owner(converted);
+  text->assign(converted);
+}
+
+}  // namespace loomkit

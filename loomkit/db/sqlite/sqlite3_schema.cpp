@@ -1,0 +1,198 @@
+// SPDX-License-Identifier: MIT
+// Tables of a SQLite database: their structure, and creating them.
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "loomkit/db/sqlite/affinity.h"
+#include "loomkit/db/sqlite/sqlite3_database.h"
+#include "loomkit/text/output.h"
+#include "loomkit/text/string_util.h"
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string quoted(const std::string& name) { return '"' + name + '"'; }
+
+std::string quotedList(const Names& names) {
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + quoted(name);
+  return list;
+}
+
+// The columns of an index, split at any run of commas and blanks.
+Names splitColumns(const std::string& columns) {
+  Names names;
+  gSplit(columns, ", ", &names, true);
+  if (names.back().empty()) names.pop_back();  // the last field is kept even when empty
+  return names;
+}
+
+// The columns that want an index of their own. The order in which they are
+// visited is that of their hashes, and so is that of the indexes in the file.
+class KeyColumns {
+ public:
+  void add(const std::string& name) {
+    Names& bucket = bucketOf(name);
+    if (std::find(bucket.begin(), bucket.end(), name) == bucket.end()) bucket.push_back(name);
+  }
+  void remove(const std::string& name) {
+    Names& bucket = bucketOf(name);
+    bucket.erase(std::remove(bucket.begin(), bucket.end(), name), bucket.end());
+  }
+  template <typename Visit>
+  void forEach(Visit visit) const {
+    for (const Names& bucket : buckets)
+      for (const std::string& name : bucket) visit(name);
+  }
+
+ private:
+  Names& bucketOf(const std::string& name) {
+    unsigned hash = 0;
+    for (const char c : name) hash = hash * 5 + static_cast<unsigned char>(c);
+    return buckets[hash % buckets.size()];
+  }
+
+  std::array<Names, 64> buckets;
+};
+
+// What stands behind a column's name. A type beyond the known ones gets none.
+const char* sqlTypeName(GDbFieldType type) {
+  switch (type) {
+    case GDbFieldInt:
+    case GDbFieldUInt:
+      return "INTEGER";
+    case GDbFieldFloat:
+      return "FLOAT";
+    case GDbFieldString:
+      return "TEXT";
+    case GDbFieldBlob:
+      return "BLOB";
+    default:
+      return "";
+  }
+}
+
+Names primaryKeyOf(const GDbStructure& structure) {
+  Names names;
+  for (const GDbField& field : structure.getFields())
+    if (field.isPrimKey()) names.push_back(field.getName());
+  return names;
+}
+
+std::string createStatement(const std::string& table, const GDbStructure& structure) {
+  std::string columns;
+  for (const GDbField& field : structure.getFields()) {
+    if (!columns.empty()) columns += ", ";
+    columns += quoted(field.getName()) + " " + sqlTypeName(field.getType());
+  }
+  const Names primaryKey = primaryKeyOf(structure);
+  if (!primaryKey.empty()) columns += ", PRIMARY KEY(" + quotedList(primaryKey) + ")";
+  return "CREATE TABLE " + quoted(table) + " (" + columns + ");";
+}
+
+bool isPrimaryKey(const Names& columns, const Names& primaryKey) {
+  return columns.size() == primaryKey.size() &&
+         std::all_of(columns.begin(), columns.end(), [&](const std::string& column) {
+           return std::find(primaryKey.begin(), primaryKey.end(), column) != primaryKey.end();
+         });
+}
+
+void logLine(const std::string& text) { gOutput->log(0, gDataSysName, text.c_str()); }
+
+}  // namespace
+
+GDbStatus GSqlite3Database::execute(const std::string& statement) {
+  GSqlQuery query(this);
+  return query.exec(statement);
+}
+
+GDbStatus GSqlite3Database::tableExists(const std::string& tableName) {
+  return getTableStructure(tableName, nullptr);
+}
+
+GDbStatus GSqlite3Database::getTableStructure(const std::string& tableName,
+                                              GDbStructure** structure) {
+  if (structure != nullptr) *structure = nullptr;
+  GSqlQuery query(this);
+  GDbRecordSet rows;
+  GDbStatus status = query.exec("PRAGMA table_info(" + tableName + ");");
+  if (status == GDbNoError) status = query.getResult(&rows);
+  if (status == GDbNoResult) return setError(GDbInvalidTableName);
+  if (status != GDbNoError) return status;
+  if (rows.getNumRecords() == 0) return setError(GDbInvalidTableName);
+  if (structure == nullptr) return GDbNoError;
+
+  auto found = std::make_unique<GDbStructure>(true, 0xFFFFFFFF);
+  for (unsigned i = 0; i < rows.getNumRecords(); ++i) {
+    const GDbRecord& row = *rows.getRecord(i);  // number, name, declared type, ...
+    if (row.getNumFields() < 3 || row.getFieldType(1) != GDbFieldString ||
+        row.getFieldType(2) != GDbFieldString)
+      return setError(GDbInternalError);
+    const GDbFieldType type = loomkit::sqliteAffinity(row.getStringField(2));
+    found->appendField(GDbField(row.getStringField(1), type, 0, 0, false, false));
+  }
+  *structure = found.release();
+  return GDbNoError;
+}
+
+GDbStatus GSqlite3Database::createTable(const std::string& tableName, const GDbStructure* structure,
+                                        GDbTable** table) {
+  *table = nullptr;
+  if (structure == nullptr) return setError(GDbInvalidArgument);
+  GDbStatus status = tableExists(tableName);
+  if (status == GDbNoError) return setError(GDbTableExists);
+  if (status != GDbInvalidTableName) return status;
+  for (const GDbField& field : structure->getFields())
+    if (field.getType() == GDbFieldNone) return setError(GDbInvalidFieldType);
+  status = execute(createStatement(tableName, *structure));
+  if (status != GDbNoError) return status;
+  createIndexes(tableName, *structure);
+  return openTable(tableName, structure, table);
+}
+
+// An index that cannot be made is logged; the table is good without it.
+void GSqlite3Database::createIndexes(const std::string& table, const GDbStructure& structure) {
+  KeyColumns keyColumns;
+  for (const GDbField& field : structure.getFields())
+    if (field.isKey()) keyColumns.add(field.getName());
+  const Names primaryKey = primaryKeyOf(structure);
+
+  for (const GDbIndex& index : structure.getIndices()) {
+    const Names columns = splitColumns(index.getColumns());
+    if (columns.empty()) {
+      logLine("Invalid index column specification \"" + index.getColumns() + "\" for index \"" +
+              index.getName() + "\" of SQLite table \"" + table + "\" of database \"" + getName() +
+              "\".");
+      continue;
+    }
+    if (columns.size() == 1) keyColumns.remove(columns.front());
+    if (isPrimaryKey(columns, primaryKey)) {
+      logLine("Index \"" + index.getName() + "\" of SQLite table \"" + table + "\" of database \"" +
+              getName() + "\" ignored (identical with primary key).");
+      continue;
+    }
+    createIndex(table, index, quotedList(columns));
+  }
+
+  keyColumns.forEach([&](const std::string& column) {
+    const GDbStatus status = execute("CREATE INDEX " + quoted(table + "_" + column + "_idx") +
+                                     " ON " + quoted(table) + " (" + quoted(column) + ");");
+    if (status != GDbNoError)
+      logLine("Failed to create index for column \"" + column + "\" on table \"" + table +
+              "\" of database \"" + getName() + "\": " + gDbStrError(status));
+  });
+}
+
+void GSqlite3Database::createIndex(const std::string& table, const GDbIndex& index,
+                                   const std::string& columns) {
+  const std::string kind = index.isUnique() ? "UNIQUE INDEX " : "INDEX ";
+  const GDbStatus status =
+      execute("CREATE " + kind + quoted(table + "_" + index.getName() + "_idx_") + " ON " +
+              quoted(table) + " (" + columns + ");");
+  if (status != GDbNoError)
+    logLine("Failed to create index \"" + index.getName() + "\" on table \"" + table +
+            "\" of database \"" + getName() + "\": " + gDbStrError(status));
+}

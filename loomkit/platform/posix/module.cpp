@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/platform/module.h"
+
+#include <dlfcn.h>
+
+namespace loomkit::platform {
+
+const char* const moduleSuffix = ".so";
+
+void* openModule(const char* name) noexcept { return dlopen(name, RTLD_NOW | RTLD_LOCAL); }
+
+void closeModule(void* module) noexcept { dlclose(module); }
+
+void* moduleSymbol(void* module, const char* name) noexcept { return dlsym(module, name); }
+
+}  // namespace loomkit::platform

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// GTime: a point in time or a span of time.
+#ifndef LOOMKIT_SYSTEM_TIME_H
+#define LOOMKIT_SYSTEM_TIME_H
+
+#include <iosfwd>
+
+#include "loomkit/platform/export.h"
+
+/// Seconds and microseconds since 1970-01-01 00:00:00 UTC, or a span. A plain
+/// value.
+class LOOMKIT_API GTime {
+ public:
+  /// The present time of the wall clock.
+  GTime();
+  /// The parts as they are; nothing is normalised.
+  GTime(long seconds, long microSeconds);
+
+  /// Seconds, with the microseconds as a fraction.
+  operator double() const;
+
+  [[nodiscard]] long getSeconds() const;
+  [[nodiscard]] long getMicroSeconds() const;
+
+  /// The present time.
+  static GTime getTime();
+
+  /// Pauses the calling thread.
+  static void sleep(unsigned int seconds);
+
+ private:
+  long seconds;
+  long microSeconds;
+};
+
+/// The span from `b` to `a`; its microseconds are not negative if those of both
+/// are normalised.
+LOOMKIT_API GTime operator-(const GTime& a, const GTime& b);
+
+/// Writes the value as a double, in the stream's format.
+LOOMKIT_API std::ostream& operator<<(std::ostream& out, const GTime& time);
+
+#endif  // LOOMKIT_SYSTEM_TIME_H

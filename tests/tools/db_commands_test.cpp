@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "run_program.h"
+
+namespace {
+
+using namespace loomkit::testing;
+using Json = nlohmann::json;
+
+class DbCommand : public ::testing::Test {
+ protected:
+  DbCommand() {
+    writeFile(folder + "/parts.csv", "1;\"a;b\";2.5\n2;nut;0.25\n3;\"q\"\"x\";7\n");
+    writeFile(folder + "/codes.csv", "007;1e3;;x\n008;2;;\n");
+  }
+
+  const std::string folder = newFolder();
+  const std::string csv = "csv:" + folder;
+  const std::string file = "sqlite3:" + folder + "/t.db";
+};
+
+TEST_F(DbCommand, ListsTablesAndInfersTheirColumns) {
+  EXPECT_EQ(runLoom({"db", "tables", csv}), (Ended{0, "codes\nparts\n", ""}));
+  EXPECT_EQ(runLoom({"db", "schema", csv, "parts"}),
+            (Ended{0, "c1:int\nc2:string\nc3:float\n", ""}));
+  EXPECT_EQ(runLoom({"db", "schema", csv, "codes"}),
+            (Ended{0, "c1:string\nc2:float\nc3:string\nc4:string\n", ""}))
+      << "a leading zero makes a code, not a number";
+  EXPECT_EQ(Json::parse(runLoom({"db", "schema", "--json", csv, "parts"}).out)[2]["type"], "float");
+}
+
+TEST_F(DbCommand, ScansCountsAndFilters) {
+  EXPECT_EQ(runLoom({"db", "scan", csv, "parts"}),
+            (Ended{0, "1\ta;b\t2.5\n2\tnut\t0.25\n3\tq\"x\t7\n", ""}));
+  EXPECT_EQ(runLoom({"db", "scan", "--csv", csv, "parts"}),
+            (Ended{0, "1;\"a;b\";2.5\n2;\"nut\";0.25\n3;\"q\"\"x\";7\n", ""}));
+  EXPECT_EQ(runLoom({"db", "count", csv, "parts"}), (Ended{0, "3\n", ""}));
+  EXPECT_EQ(runLoom({"db", "count", "--where", "$price 1 >", "--columns", "id:int,name,price:float",
+                     csv, "parts"}),
+            (Ended{0, "2\n", ""}));
+  EXPECT_EQ(runLoom({"db", "head", "-n", "1", csv, "parts"}), (Ended{0, "1\ta;b\t2.5\n", ""}));
+  EXPECT_EQ(runLoom({"db", "head", "-n", "0", csv, "parts"}), (Ended{0, "", ""}));
+  EXPECT_EQ(runLoom({"db", "scan", "--where", "$nosuch", csv, "parts"}).code, 5);
+}
+
+TEST_F(DbCommand, LooksUpByTypedKeys) {
+  EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c1=2", "c2=nut"}),
+            (Ended{0, "2\tnut\t0.25\n", ""}));
+  EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c3=7"}), (Ended{0, "3\tq\"x\t7\n", ""}));
+  EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c1=9"}), (Ended{1, "", ""}));
+  EXPECT_EQ(runLoom({"db", "get", csv, "parts", "nosuch=9"}).code, 2);
+  EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c1"}).code, 2);
+}
+
+TEST_F(DbCommand, CopiesATableAndQueriesIt) {
+  EXPECT_EQ(runLoom({"db", "copy", "--as", "p", csv, "parts", file}),
+            (Ended{0, "3 records\n", ""}));
+  EXPECT_EQ(runLoom({"db", "copy", "--as", "p", csv, "parts", file}).code, 6);
+  EXPECT_EQ(runLoom({"sql", file, "SELECT c2, c3 FROM p WHERE c1 < 3;"}),
+            (Ended{0, "a;b\t2.5\nnut\t0.25\n", ""}));
+  EXPECT_EQ(runLoom({"db", "scan", "--csv", file, "p"}).out,
+            runLoom({"db", "scan", "--csv", csv, "parts"}).out);
+  EXPECT_EQ(runLoom({"sql", file, "DELETE FROM p;"}), (Ended{0, "", ""}));
+  EXPECT_EQ(runLoom({"db", "count", file, "p"}), (Ended{0, "0\n", ""}));
+  EXPECT_EQ(runLoom({"db", "info", "--json", file}).code, 0);
+  const Ended bad = runLoom({"sql", file, "SELEC 1;"});
+  EXPECT_EQ(bad.code, 5);
+  EXPECT_EQ(bad.err, "loom: SQL error (near \"SELEC\": syntax error)\n");
+  EXPECT_EQ(Json::parse(runLoom({"sql", "--json", file, "SELECT NULL, 1, 'x';"}).out),
+            Json::parse(R"([{"c1": null, "c2": 1, "c3": "x"}])"));
+}
+
+TEST_F(DbCommand, SaysWhatItCannotOpen) {
+  EXPECT_EQ(runLoom({"db", "tables", "csv:/no/such"}),
+            (Ended{3, "", "loom: csv:/no/such: can't open directory\n"}));
+  EXPECT_EQ(runLoom({"db", "scan", csv, "nosuch"}),
+            (Ended{3, "", "loom: nosuch: invalid table name\n"}));
+  EXPECT_EQ(runLoom({"db", "tables", file}),
+            (Ended{3, "", "loom: " + file + ": can't open database file\n"}))
+      << "a missing file is not made";
+  EXPECT_EQ(runLoom({"db", "tables", "nonsense"}).code, 3);
+  EXPECT_EQ(runLoom({"sql", csv, "SELECT 1;"}).code, 2);
+  EXPECT_EQ(runLoom({"db", "scan", "--csv", "--table", csv, "parts"}).code, 2);
+  EXPECT_EQ(runLoom({"db", "scan", "--columns", "a:int,b:int", csv, "parts"}),
+            (Ended{4, "", "loom: parts: field type mismatch\n"}));
+  EXPECT_EQ(runLoom({"db", "scan", "--columns", "a:real", csv, "parts"}).code, 2);
+}
+
+}  // namespace

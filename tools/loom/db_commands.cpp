@@ -1,0 +1,450 @@
+// SPDX-License-Identifier: MIT
+// loom db and loom sql: databases of every type from the command line.
+#include <cstdlib>
+#include <optional>
+
+#include "console.h"
+#include "db_host.h"
+#include "families.h"
+#include "json_writer.h"
+#include "loomkit/db/sql/sql_query.h"
+#include "loomkit/db/table_scan.h"
+#include "loomkit/rpn/eval.h"
+#include "loomkit/rpn/map_param_set.h"
+#include "row_printer.h"
+
+namespace loom {
+
+namespace {
+
+// The records that --where lets through: an expression over the columns.
+class Filter {
+ public:
+  explicit Filter(const Invocation& call) : expression(call.value("--where")) {
+    engine.setParamSet(params);
+  }
+  Filter(const Filter&) = delete;
+  Filter& operator=(const Filter&) = delete;
+  ~Filter() { params->decRef(); }
+
+  bool admits(const GDbTypedRow& row) {
+    if (expression.empty()) return true;
+    params->clear();
+    for (int field = 0; field < row.getNumFields(); ++field) setColumn(row, field);
+    bool result = false;
+    if (!engine.evalBool(expression.c_str(), &result))
+      throw Failure(ExitCode::evaluation, "--where failed: " + expression);
+    return result;
+  }
+
+ private:
+  // A NULL is a void value.
+  void setColumn(const GDbTypedRow& row, int field) {
+    const std::string name = row.getFieldName(field);
+    if (const auto number = row.getNumber(field))
+      params->set(name, *number);
+    else if (row.isNull(field))
+      params->set(name, GRpnValue());
+    else
+      params->set(name, row.getText(field));
+  }
+
+  std::string expression;
+  GRpnEval engine;
+  GRpnMapParamSet* params = new GRpnMapParamSet;
+};
+
+std::unique_ptr<GDbTable> openTable(const DbHost& host, const Invocation& call) {
+  return host.table(call.operand("TABLE"), call.value("--columns"));
+}
+
+// Calls `use` with each record that --where admits until it gives false.
+template <typename Use>
+void forEachRow(const Invocation& call, Use use) {
+  const DbHost host(call.operand("LOCATOR"));
+  const std::unique_ptr<GDbTable> table = openTable(host, call);
+  Filter filter(call);
+  GDbTableScan scan(table.get());
+  for (const GDbTypedRow& row : scan)
+    if (filter.admits(row) && !use(row)) return;
+  require(scan.getStatus(), table->getName());
+}
+
+ExitCode info(const Invocation& call) {
+  const DbHost host(call.operand("LOCATOR"));
+  const std::vector<std::string> tables = host.tables();
+  std::string driver;
+  if (const GSqlDatabase* sql = host.sql()) {
+    const unsigned version = sql->getDriverVersion();
+    driver = std::string(sql->getDriverName()) + " " + std::to_string(version >> 20) + "." +
+             std::to_string(version >> 10 & 1023) + "." + std::to_string(version & 1023);
+  }
+  if (call.json()) {
+    JsonWriter json;
+    json.beginObject().key("type").value(host.type()).key("driver");
+    driver.empty() ? json.null() : json.value(driver);
+    json.key("transactions").value(host.database()->getTransactionHandler() != nullptr);
+    json.key("tables").value(tables.size()).endObject();
+    return ExitCode::done;
+  }
+  printLine("type          " + host.type());
+  if (!driver.empty()) printLine("driver        " + driver);
+  const bool transactions = host.database()->getTransactionHandler() != nullptr;
+  printLine(std::string("transactions  ") + (transactions ? "yes" : "no"));
+  printLine("tables        " + std::to_string(tables.size()));
+  return ExitCode::done;
+}
+
+ExitCode tables(const Invocation& call) {
+  const DbHost host(call.operand("LOCATOR"));
+  std::optional<JsonWriter> json;
+  if (call.json()) json.emplace().beginArray();
+  for (const std::string& name : host.tables()) {
+    if (json)
+      json->value(name);
+    else
+      printLine(name);
+  }
+  if (json) json->endArray();
+  return ExitCode::done;
+}
+
+ExitCode schema(const Invocation& call) {
+  const DbHost host(call.operand("LOCATOR"));
+  const std::unique_ptr<GDbTable> table = openTable(host, call);
+  const std::unique_ptr<GDbStructure> structure = structureOf(table.get());
+  std::optional<JsonWriter> json;
+  if (call.json()) json.emplace().beginArray();
+  for (const GDbField& field : structure->getFields()) {
+    const std::string_view type = typeName(field.getType());
+    if (json)
+      json->beginObject().key("name").value(field.getName()).key("type").value(type).endObject();
+    else
+      printLine(field.getName() + ":" + std::string(type));
+  }
+  if (json) json->endArray();
+  return ExitCode::done;
+}
+
+ExitCode scan(const Invocation& call) {
+  RowPrinter printer(call);
+  forEachRow(call, [&](const GDbTypedRow& row) {
+    printer.add(row);
+    return true;
+  });
+  printer.end();
+  return ExitCode::done;
+}
+
+ExitCode head(const Invocation& call) {
+  int left = call.number("--lines", 10, 0, 1000000000);
+  RowPrinter printer(call);
+  if (left > 0)
+    forEachRow(call, [&](const GDbTypedRow& row) {
+      printer.add(row);
+      return --left > 0;
+    });
+  printer.end();
+  return ExitCode::done;
+}
+
+ExitCode count(const Invocation& call) {
+  unsigned long rows = 0;
+  forEachRow(call, [&](const GDbTypedRow&) { return ++rows > 0; });
+  if (call.json()) {
+    JsonWriter json;
+    json.beginObject().key("count").value(rows).endObject();
+  } else {
+    printLine(std::to_string(rows));
+  }
+  return ExitCode::done;
+}
+
+// The key of "COLUMN=VALUE", its value read as the column's type.
+GDbKey keyOf(const std::string& text, const GDbStructure& structure, const std::string& value) {
+  const int field = structure.getFieldId(text.substr(0, text.find('=')));
+  if (field < 0) throw Failure(ExitCode::usage, "no such column: " + text);
+  switch (structure.getField(field).getType()) {
+    case GDbFieldInt:
+      return {field, static_cast<int>(std::strtol(value.c_str(), nullptr, 10))};
+    case GDbFieldUInt:
+      return {field, static_cast<unsigned>(std::strtoul(value.c_str(), nullptr, 10))};
+    case GDbFieldFloat:
+      return {field, std::strtod(value.c_str(), nullptr)};
+    default:
+      return {field, value.c_str()};
+  }
+}
+
+ExitCode get(const Invocation& call) {
+  const DbHost host(call.operand("LOCATOR"));
+  const std::unique_ptr<GDbTable> table = openTable(host, call);
+  const std::unique_ptr<GDbStructure> structure = structureOf(table.get());
+  std::vector<GDbKey> keys;
+  for (const std::string& text : call.operands("COLUMN=VALUE")) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos) throw Failure(ExitCode::usage, "not COLUMN=VALUE: " + text);
+    const std::string value = text.substr(equals + 1);
+    GDbKey key = keyOf(text, *structure, value);
+    key.dupString();  // the value goes with this turn of the loop
+    keys.push_back(key);
+  }
+  GDbRecordSet found;
+  require(table->lookupKeys(keys.data(), static_cast<int>(keys.size()), &found), table->getName());
+  RowPrinter printer(call);
+  for (unsigned i = 0; i < found.getNumRecords(); ++i)
+    printer.add(GDbTypedRow(*found.getRecord(i), *structure));
+  printer.end();
+  return found.getNumRecords() > 0 ? ExitCode::done : ExitCode::no;
+}
+
+// A count that runs on a terminal's standard error.
+class Progress {
+ public:
+  void show(unsigned long rows) {
+    if (!terminal) return;
+    complainPlainly("\r" + std::to_string(rows) + " records");
+    shown = true;
+  }
+  ~Progress() {
+    if (shown) complainPlainly("\n");
+  }
+  Progress() = default;
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+ private:
+  bool terminal = isTerminal(StandardStream::error);
+  bool shown = false;
+};
+
+// Moves records in portions that fit into memory.
+unsigned long copyRecords(GDbTable* from, GDbTable* to) {
+  constexpr unsigned portion = 1000;
+  Progress progress;
+  unsigned long copied = 0;
+  GDbRecordSet batch;
+  GDbRecordSet one;
+  GDbStatus status = from->getFirstRecord(&one);
+  while (status == GDbNoError) {
+    const bool end = one.getNumRecords() == 0;
+    if (!end) batch.addRecord(one.releaseRecord(0));
+    if (batch.getNumRecords() == portion || end) {
+      require(to->insertRecords(batch), to->getName());
+      copied += batch.getNumRecords();
+      batch.clear();
+      progress.show(copied);
+    }
+    if (end) return copied;
+    status = from->getNextRecord(&one);
+  }
+  require(status, from->getName());
+  return copied;
+}
+
+ExitCode copy(const Invocation& call) {
+  const DbHost from(call.operand("FROM"));
+  const std::unique_ptr<GDbTable> source = openTable(from, call);
+  const std::unique_ptr<GDbStructure> structure = structureOf(source.get());
+  const DbHost to(call.operand("TO"), true);
+  GDbTable* made = nullptr;
+  const std::string name = call.has("--as") ? call.value("--as") : source->getName();
+  const GDbStatus status = to.database()->createTable(name, structure.get(), &made);
+  if (status != GDbNoError) throw Failure(ExitCode::cannotWrite, name + ": " + gDbStrError(status));
+  const std::unique_ptr<GDbTable> target(made);
+  GDbTransactionHandler* transaction = to.database()->getTransactionHandler();
+  if (transaction != nullptr) require(transaction->begin(), to.database()->getName());
+  const unsigned long copied = copyRecords(source.get(), target.get());
+  if (transaction != nullptr) require(transaction->commit(), to.database()->getName());
+  if (call.json()) {
+    JsonWriter json;
+    json.beginObject().key("table").value(name).key("records").value(copied).endObject();
+  } else {
+    printLine(std::to_string(copied) + " records");
+  }
+  return ExitCode::done;
+}
+
+// A result has no table: its columns are numbered.
+GDbStructure numberedColumns(const GDbRecord& record) {
+  GDbStructure structure;
+  for (int i = 0; i < record.getNumFields(); ++i)
+    structure.appendField(
+        GDbField("c" + std::to_string(i + 1), record.getFieldType(i), 0, 0, false, false));
+  return structure;
+}
+
+ExitCode sql(const Invocation& call) {
+  const DbHost host(call.operand("LOCATOR"));
+  if (host.sql() == nullptr)
+    throw Failure(ExitCode::usage, "not an SQL database: " + call.operand("LOCATOR"));
+  GSqlQuery query(host.sql(), call.operand("STATEMENT"));
+  GDbStatus status = query.exec();
+  const auto fail = [&] { return Failure(ExitCode::evaluation, query.getLastError().getText()); };
+  if (status != GDbNoError) throw fail();
+  RowPrinter printer(call);
+  if (query.isSelect()) {
+    for (status = query.next(); status == GDbNoError; status = query.next()) {
+      const GDbRecord* record = query.getRecord();
+      if (record == nullptr) throw fail();
+      const GDbStructure structure = numberedColumns(*record);
+      printer.add(GDbTypedRow(*record, structure));
+    }
+    if (status != GDbNoMoreRecords) throw fail();
+  }
+  printer.end();
+  return ExitCode::done;
+}
+
+constexpr Operand locatorOperand = {
+    .name = "LOCATOR",
+    .help = "The database: csv:DIRECTORY or sqlite3:FILE, with options behind ?."};
+constexpr Operand tableOperand = {.name = "TABLE", .help = "The table's name."};
+constexpr Operand databaseOperands[] = {locatorOperand};
+constexpr Operand tableOperands[] = {locatorOperand, tableOperand};
+constexpr Operand getOperands[] = {
+    locatorOperand,
+    tableOperand,
+    {.name = "COLUMN=VALUE", .help = "What a column must hold.", .least = 1, .most = many}};
+constexpr Operand copyOperands[] = {{.name = "FROM", .help = "The database to read."},
+                                    tableOperand,
+                                    {.name = "TO", .help = "The database to write to."}};
+constexpr Operand sqlOperands[] = {locatorOperand,
+                                   {.name = "STATEMENT", .help = "One SQL statement."}};
+
+constexpr Option columnsOption = {
+    .names = "--columns",
+    .value = "NAME:TYPE,...",
+    .help =
+        "The columns, with the types int, uint, float, string and blob. Without it those of a "
+        "CSV table are inferred and called c1, c2, ..."};
+constexpr Option whereOption = {
+    .names = "--where",
+    .value = "EXPR",
+    .help = "Only records for which the expression is true; $NAME is a column."};
+constexpr Option schemaOptions[] = {columnsOption};
+constexpr Option scanOptions[] = {columnsOption, whereOption, csvOption, tableOption};
+constexpr Option headOptions[] = {
+    {.names = "-n,--lines", .value = "N", .help = "How many records at most; 10 by default."},
+    columnsOption,
+    whereOption,
+    csvOption,
+    tableOption};
+constexpr Option countOptions[] = {columnsOption, whereOption};
+constexpr Option getOptions[] = {columnsOption, csvOption, tableOption};
+constexpr Option copyOptions[] = {
+    columnsOption, {.names = "--as", .value = "NAME", .help = "The name of the new table."}};
+constexpr Option sqlOptions[] = {csvOption, tableOption};
+
+constexpr ExitCodeMeaning openExits[] = {
+    {ExitCode::cannotOpen, "the database or the table cannot be opened"},
+    {ExitCode::damaged, "a record cannot be read"}};
+constexpr ExitCodeMeaning whereExits[] = {
+    {ExitCode::cannotOpen, "the database or the table cannot be opened"},
+    {ExitCode::damaged, "a record cannot be read"},
+    {ExitCode::evaluation, "the expression failed"}};
+constexpr ExitCodeMeaning getExits[] = {
+    {ExitCode::no, "nothing was found"},
+    {ExitCode::cannotOpen, "the database or the table cannot be opened"},
+    {ExitCode::damaged, "a record cannot be read"}};
+constexpr ExitCodeMeaning sqlExits[] = {{ExitCode::cannotOpen, "the database cannot be opened"},
+                                        {ExitCode::evaluation, "the statement failed"}};
+
+constexpr Command dbCommands[] = {
+    {.name = "info",
+     .summary = "tell what a database is",
+     .description = "Prints the database's type, its driver with the version, whether it has "
+                    "transactions, and how many tables it has.",
+     .operands = databaseOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db info csv:.\ntype          csv\ntransactions  no\ntables        1\n",
+     .exits = openExits,
+     .run = info},
+    {.name = "tables",
+     .summary = "list the tables",
+     .description = "Prints the names of the tables, sorted; of a CSV database those in its "
+                    "directory.",
+     .operands = databaseOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db tables csv:.\nparts\n",
+     .exits = openExits,
+     .run = tables},
+    {.name = "schema",
+     .summary = "list the columns of a table",
+     .description = "Prints NAME:TYPE for each column, as --columns takes them.",
+     .options = schemaOptions,
+     .operands = tableOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db schema csv:. parts\nc1:int\nc2:string\nc3:float\n",
+     .exits = openExits,
+     .run = schema},
+    {.name = "head",
+     .summary = "print the first records",
+     .description = "Prints the first records of a table, columns separated by tabs.",
+     .options = headOptions,
+     .operands = tableOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db head -n 1 --table csv:. parts\nc1  c2    c3\n1   bolt  2.5\n",
+     .exits = whereExits,
+     .run = head},
+    {.name = "get",
+     .summary = "look records up",
+     .description = "Prints the records whose columns hold the values.",
+     .options = getOptions,
+     .operands = getOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db get --csv --columns id:int,name csv:. parts id=2\n2;\"nut\"\n",
+     .exits = getExits,
+     .run = get},
+    {.name = "scan",
+     .summary = "print all records",
+     .description = "Prints the records of a table, columns separated by tabs.",
+     .options = scanOptions,
+     .operands = tableOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db scan --json --where '$c3 2 >' csv:. parts\n[\n"
+                "{\"c1\":1,\"c2\":\"bolt\",\"c3\":2.5}\n]\n",
+     .exits = whereExits,
+     .run = scan},
+    {.name = "count",
+     .summary = "count records",
+     .description = "Prints how many records a table has.",
+     .options = countOptions,
+     .operands = tableOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db count --where '$c3 2 >' csv:. parts\n1\n",
+     .exits = whereExits,
+     .run = count},
+    {.name = "copy",
+     .summary = "copy a table to another database",
+     .description = "Creates the table in the other database and copies all records in one "
+                    "transaction. A NULL becomes 0 or an empty text.",
+     .options = copyOptions,
+     .operands = copyOperands,
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+                "$ loom db copy csv:. parts sqlite3:parts.db\n2 records\n",
+     .exits = openExits,
+     .run = copy},
+};
+
+constexpr Command sqlCommands[] = {{
+    .name = "sql",
+    .summary = "run an SQL statement",
+    .description = "Runs one statement and prints its rows, columns separated by tabs. A result's "
+                   "columns are called c1, c2, ... where names are printed.",
+    .options = sqlOptions,
+    .operands = sqlOperands,
+    .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
+               "$ loom db copy csv:. parts sqlite3:parts.db\n2 records\n"
+               "$ loom sql sqlite3:parts.db 'SELECT SUM(c3) FROM parts;'\n2.75\n",
+    .exits = sqlExits,
+    .run = sql,
+}};
+
+}  // namespace
+
+const Family dbFamily = {
+    .name = "db", .summary = "databases: SQLite files and CSV tables", .commands = dbCommands};
+const Family sqlFamily = {.commands = sqlCommands};
+
+}  // namespace loom

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// DbHost: a database that loom has opened, and its tables with a structure
+// found for them.
+#ifndef LOOM_DB_HOST_H
+#define LOOM_DB_HOST_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "loomkit/db/database.h"
+#include "loomkit/db/sql/sql_database.h"
+#include "loomkit/db/table.h"
+
+namespace loom {
+
+/// Throws Failure where a database or table cannot be opened.
+class DbHost {
+ public:
+  /// Opens the locator. A SQLite file must exist, unless `create` is set.
+  explicit DbHost(const std::string& locator, bool create = false);
+
+  [[nodiscard]] GDbDatabase* database() const { return opened.get(); }
+  /// Null when the database knows no SQL.
+  [[nodiscard]] GSqlDatabase* sql() const { return dynamic_cast<GSqlDatabase*>(opened.get()); }
+  /// The locator's type in lower case.
+  [[nodiscard]] const std::string& type() const { return typeId; }
+
+  /// The names of the tables, sorted. Of a CSV database those in the directory.
+  [[nodiscard]] std::vector<std::string> tables() const;
+
+  /// Opens a table. `columns` is "name:type,..." with the types int, uint,
+  /// float, string and blob; without it a CSV table's columns are inferred.
+  [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name,
+                                                const std::string& columns) const;
+
+ private:
+  [[nodiscard]] GDbStructure inferStructure(const std::string& name) const;
+  [[nodiscard]] std::unique_ptr<GDbTable> open(const std::string& name,
+                                               const GDbStructure* structure) const;
+
+  std::string typeId;
+  std::string path;  // unescaped
+  std::unique_ptr<GDbDatabase> opened;
+};
+
+/// "int", "uint", "float", "string", "blob"; "none" for what has no type.
+[[nodiscard]] std::string_view typeName(GDbFieldType type);
+
+/// The table's structure, which must be there.
+[[nodiscard]] std::unique_ptr<GDbStructure> structureOf(GDbTable* table);
+
+/// Throws the Failure that fits when `status` is not 0.
+void require(GDbStatus status, const std::string& what);
+
+}  // namespace loom
+
+#endif  // LOOM_DB_HOST_H

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// RowPrinter: records as text lines, as CSV, as an aligned table or as JSON.
+#ifndef LOOM_ROW_PRINTER_H
+#define LOOM_ROW_PRINTER_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "command.h"
+#include "json_writer.h"
+#include "loomkit/db/typed_row.h"
+
+namespace loom {
+
+/// The options that choose a format; for the option lists of commands.
+inline constexpr Option csvOption = {
+    .names = "--csv", .help = "Print records as CSV: ; between the columns, texts quoted."};
+inline constexpr Option tableOption = {.names = "--table",
+                                       .help = "Print records as an aligned table with a head."};
+
+/// Prints records one by one; only the aligned table holds them back to end().
+/// Plain lines have a tab between the columns.
+class RowPrinter {
+ public:
+  explicit RowPrinter(const Invocation& call);
+
+  void add(const GDbTypedRow& row);
+  void end();
+
+ private:
+  void addJson(const GDbTypedRow& row);
+  void addToTable(const GDbTypedRow& row);
+
+  std::optional<JsonWriter> json;
+  bool csv;
+  bool table;
+  std::vector<std::vector<std::string>> held;  // of the table, the head first
+};
+
+}  // namespace loom
+
+#endif  // LOOM_ROW_PRINTER_H

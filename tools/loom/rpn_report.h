@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: MIT
+// The engine's error reports, taken apart for display.
+#ifndef LOOM_RPN_REPORT_H
+#define LOOM_RPN_REPORT_H
+
+#include <optional>
+#include <string>
+
+namespace loom {
+
+/// One report of the engine:
+///   price: rpn error: stack underflow:
+///   1  >!< +
+struct RpnReport {
+  std::string text;                     ///< as it came
+  std::string message;                  ///< "stack underflow"
+  std::string expression;               ///< "1 +": a nested one has its own text
+  std::optional<std::size_t> position;  ///< of the marker in `expression`; 2 here
+};
+
+/// Takes a report apart. `name` is the expression's name, `expr` the outermost
+/// expression, which tells a marker from the same characters in a string.
+[[nodiscard]] RpnReport readReport(const std::string& text, const std::string& name,
+                                   const std::string& expr);
+
+/// Prints the report on standard error, with the marker coloured on a terminal.
+void printReport(const RpnReport& report);
+
+/// Two lines for a person who has just typed: the expression, and "^ message"
+/// under the character at the marker.
+[[nodiscard]] std::string caretLines(const RpnReport& report, const std::string& indent);
+/// The second of them.
+[[nodiscard]] std::string caretLine(const RpnReport& report, const std::string& indent);
+
+}  // namespace loom
+
+#endif  // LOOM_RPN_REPORT_H
