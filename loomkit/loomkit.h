@@ -45,6 +45,7 @@
 #include "loomkit/system/dyna_lib.h"
 #include "loomkit/system/md5.h"
 #include "loomkit/system/mem_dbg.h"
+#include "loomkit/system/process.h"
 #include "loomkit/system/stop_watch.h"
 #include "loomkit/system/time.h"
 #include "loomkit/text/edit_distance.h"

@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/platform/process.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "loomkit/platform/hul.h"
+#include "loomkit/platform/posix/error_codes.h"
+#include "loomkit/platform/posix/paths.h"
+
+namespace loomkit::platform {
+namespace {
+
+constexpr int firstOwnHandle = 3;  // above the standard ones
+
+bool failed() {
+  setLastErrorFromErrno(errno);
+  return false;
+}
+
+// Moves a descriptor out of the way of the three standard ones.
+bool liftHandle(int* handle) {
+  if (*handle >= firstOwnHandle) return true;
+  const int lifted = ::fcntl(*handle, F_DUPFD_CLOEXEC, firstOwnHandle);
+  const int error = errno;
+  ::close(*handle);
+  *handle = lifted;
+  errno = error;
+  return lifted >= 0;
+}
+
+// What posix_spawn is told about descriptors and signals.
+class SpawnSettings {
+ public:
+  SpawnSettings(int in, int out, int err) {
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, in, 0);
+    ::posix_spawn_file_actions_adddup2(&actions, out, 1);
+    ::posix_spawn_file_actions_adddup2(&actions, err, 2);
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, firstOwnHandle);
+    ::posix_spawnattr_init(&attributes);
+    sigset_t none, all;
+    ::sigemptyset(&none);
+    ::sigfillset(&all);
+    ::posix_spawnattr_setsigmask(&attributes, &none);
+    ::posix_spawnattr_setsigdefault(&attributes, &all);
+    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+  ~SpawnSettings() {
+    ::posix_spawn_file_actions_destroy(&actions);
+    ::posix_spawnattr_destroy(&attributes);
+  }
+
+  posix_spawn_file_actions_t actions;
+  posix_spawnattr_t attributes;
+};
+
+}  // namespace
+
+std::vector<std::string> splitCommandLine(const std::string& line) {
+  std::vector<std::string> arguments;
+  std::string argument;
+  bool started = false, quoted = false;
+  std::size_t backslashes = 0;
+  for (const char c : line) {
+    if (c == '\\') {
+      ++backslashes;
+      started = true;
+      continue;
+    }
+    const bool literal = c == '"' && backslashes % 2 == 1;
+    argument.append(c == '"' ? backslashes / 2 : backslashes, '\\');
+    backslashes = 0;
+    if (c == '"' && !literal) {
+      quoted = !quoted;
+      started = true;
+    } else if ((c == ' ' || c == '\t') && !quoted) {
+      if (started) arguments.push_back(argument);
+      argument.clear();
+      started = false;
+    } else {
+      argument += c;
+      started = true;
+    }
+  }
+  argument.append(backslashes, '\\');
+  if (started) arguments.push_back(argument);
+  return arguments;
+}
+
+bool createPipe(int* readEnd, int* writeEnd) {
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return failed();
+  const bool lifted = liftHandle(&ends[0]) && liftHandle(&ends[1]);
+  if (!lifted) {
+    failed();
+    for (const int end : ends)
+      if (end >= 0) ::close(end);
+    return false;
+  }
+  *readEnd = ends[0];
+  *writeEnd = ends[1];
+  return true;
+}
+
+void closeHandle(int handle) { ::close(handle); }
+
+bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child) {
+  std::vector<std::string> arguments = splitCommandLine(commandLine);
+  if (arguments.empty()) {
+    setLastErrorFromErrno(ENOENT);
+    return false;
+  }
+  std::vector<char*> argv;
+  for (std::string& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  const std::string program = systemPath(arguments[0]);
+  const SpawnSettings settings(in, out, err);
+  pid_t id = 0;
+  const int error = ::posix_spawnp(&id, program.c_str(), &settings.actions, &settings.attributes,
+                                   argv.data(), environ);
+  if (error != 0) {
+    setPathError(program, error);
+    return false;
+  }
+  *child = ChildProcess{id, false};
+  return true;
+}
+
+bool terminateProcess(ChildProcess* child) {
+  if (::kill(static_cast<pid_t>(child->id), SIGKILL) != 0) return failed();
+  child->terminated = true;
+  return true;
+}
+
+bool processExitCode(ChildProcess* child, bool wait, unsigned* code) {
+  int status = 0;
+  pid_t result = 0;
+  do {
+    result = ::waitpid(static_cast<pid_t>(child->id), &status, wait ? 0 : WNOHANG);
+  } while (result < 0 && errno == EINTR);
+  if (result < 0) return failed();
+  if (result == 0) {
+    *code = stillActive;
+    return true;
+  }
+  constexpr unsigned signalBase = 128;
+  if (WIFEXITED(status)) {
+    *code = static_cast<unsigned>(WEXITSTATUS(status));
+  } else {
+    const int signal = WTERMSIG(status);
+    *code = child->terminated && signal == SIGKILL ? 1 : signalBase + static_cast<unsigned>(signal);
+  }
+  *child = ChildProcess{};
+  return true;
+}
+
+bool readHandle(int handle, char* buffer, unsigned size, unsigned* count) {
+  ssize_t result = 0;
+  do {
+    result = ::read(handle, buffer, size);
+  } while (result < 0 && errno == EINTR);
+  if (result < 0) return failed();
+  *count = static_cast<unsigned>(result);
+  return true;
+}
+
+bool writeHandle(int handle, const char* data, unsigned size, unsigned* count) {
+  int written = 0;
+  const int status = hulWrite(handle, data, static_cast<int>(size), &written);
+  *count = static_cast<unsigned>(written);
+  return status >= 0;
+}
+
+}  // namespace loomkit::platform

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+// Child processes and the pipes to them. Failures set the thread's last error.
+#ifndef LOOMKIT_PLATFORM_PROCESS_H
+#define LOOMKIT_PLATFORM_PROCESS_H
+
+#include <string>
+#include <vector>
+
+namespace loomkit::platform {
+
+/// A child that was started and whose end has not been seen yet; id 0: none.
+struct ChildProcess {
+  long id = 0;
+  bool terminated = false;  ///< by terminateProcess()
+};
+
+/// The exit code of a child that still runs.
+constexpr unsigned stillActive = 259;
+
+/// Splits a command line at blanks and tabs. Double quotes hold an argument
+/// together; 2n + 1 backslashes before a quote are n and the quote itself, 2n
+/// are n; other backslashes stand for themselves.
+std::vector<std::string> splitCommandLine(const std::string& line);
+
+/// Makes a pipe; children get neither end unless startProcess() hands it over.
+bool createPipe(int* readEnd, int* writeEnd);
+void closeHandle(int handle);
+
+/// Starts the command line's first argument, looked up along PATH, with these
+/// three standard handles. No other handle of this process reaches the child.
+bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child);
+
+/// Ends the child, whose exit code is then 1.
+bool terminateProcess(ChildProcess* child);
+
+/// Stores the exit code, or stillActive; with `wait` it is the child's end that
+/// is waited for. A child that a signal ended has 128 and the signal's number.
+/// Once an exit code has been given, the child is forgotten.
+bool processExitCode(ChildProcess* child, bool wait, unsigned* code);
+
+/// Read at least one byte, or none at the end; write all bytes or fail.
+bool readHandle(int handle, char* buffer, unsigned size, unsigned* count);
+bool writeHandle(int handle, const char* data, unsigned size, unsigned* count);
+
+}  // namespace loomkit::platform
+
+#endif  // LOOMKIT_PLATFORM_PROCESS_H

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/system/process.h"
+
+#include <optional>
+
+#include "loomkit/platform/process.h"
+#include "loomkit/platform/system.h"
+#include "loomkit/system/command_line.h"
+#include "loomkit/system/process_pipe.h"
+#include "loomkit/text/output.h"
+
+namespace platform = loomkit::platform;
+
+struct GProcess::Data {
+  platform::ChildProcess child;
+  int stdInWrite = -1;
+  std::optional<loomkit::ProcessPipe> stdInPipe, stdOutPipe, stdErrPipe;
+};
+
+namespace {
+
+// A pipe whose parent's end is kept in `pipe` if it is `used`, else closed.
+bool openPipe(bool childReads, bool used, const char* failure, int* childEnd, int* parentEnd,
+              std::optional<loomkit::ProcessPipe>* pipe) {
+  if (!platform::createPipe(childReads ? childEnd : parentEnd, childReads ? parentEnd : childEnd)) {
+    systemError(failure);
+    return false;
+  }
+  if (used) {
+    pipe->emplace(*parentEnd);
+  } else {
+    platform::closeHandle(*parentEnd);
+    *parentEnd = -1;
+  }
+  return true;
+}
+
+int readFrom(std::optional<loomkit::ProcessPipe>& pipe, char* buffer, unsigned size) {
+  return pipe ? pipe->readAll(buffer, size) : -1;
+}
+
+}  // namespace
+
+GProcess::GProcess(const std::string& path, bool in, bool out, bool err)
+    : impl(std::make_unique<Data>()), program(path), useStdIn(in), useStdOut(out), useStdErr(err) {}
+
+GProcess::~GProcess() {
+  if (impl->child.id == 0 || !platform::terminateProcess(&impl->child)) return;
+  unsigned code = 0;
+  platform::processExitCode(&impl->child, true, &code);  // leaves no zombie
+}
+
+bool GProcess::run(int argc, const char** argv) {
+  const std::string line = loomkit::commandLine(program, argc, argv);
+  int in = -1, out = -1, err = -1, outRead = -1, errRead = -1;
+  if (!openPipe(true, useStdIn, "Can't create pipe for stdin", &in, &impl->stdInWrite,
+                &impl->stdInPipe) ||
+      !openPipe(false, useStdOut, "Can't create pipe for stdout", &out, &outRead,
+                &impl->stdOutPipe) ||
+      !openPipe(false, useStdErr, "Can't create pipe for stderr", &err, &errRead,
+                &impl->stdErrPipe))
+    return false;
+  if (platform::startProcess(line, in, out, err, &impl->child)) return true;
+  systemError("Can't create process");
+  return false;
+}
+
+bool GProcess::kill() {
+  if (impl->child.id == 0) return false;
+  if (platform::terminateProcess(&impl->child)) return true;
+  systemError("Can't terminate process");
+  return false;
+}
+
+int GProcess::getExitCode(int& code) { return getExitCode(false, &code); }
+
+int GProcess::getExitCode(bool wait, int* code) {
+  if (impl->child.id == 0) return -1;
+  unsigned result = 0;
+  if (!platform::processExitCode(&impl->child, wait, &result)) {
+    systemError(wait ? "Failed to wait for child process" : "Can't get process state");
+    return -1;
+  }
+  if (result == platform::stillActive) return 0;
+  *code = static_cast<int>(result);
+  return 1;
+}
+
+int GProcess::writeStdIn(char* buffer, unsigned int size, bool /*flag*/) {
+  return impl->stdInPipe ? impl->stdInPipe->writeAll(buffer, size) : -1;
+}
+
+int GProcess::readStdOut(char* buffer, unsigned int size, bool /*flag*/) {
+  return readFrom(impl->stdOutPipe, buffer, size);
+}
+
+int GProcess::readStdErr(char* buffer, unsigned int size, bool /*flag*/) {
+  return readFrom(impl->stdErrPipe, buffer, size);
+}
+
+void GProcess::setEnv(const std::string& name, const std::string& value) {
+  platform::setEnvironment(name, value);
+}
+
+int GProcess::sendStdIn(const char* data, unsigned int size) {
+  if (!impl->stdInPipe) return -1;
+  unsigned count = 0;
+  if (platform::writeHandle(impl->stdInWrite, data, size, &count)) return static_cast<int>(count);
+  systemError("Can't write pipe");
+  return -1;
+}
+
+bool GProcess::closeStdIn() {
+  if (!impl->stdInPipe) return false;
+  impl->stdInPipe.reset();
+  platform::closeHandle(impl->stdInWrite);
+  impl->stdInWrite = -1;
+  return true;
+}

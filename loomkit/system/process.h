@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: MIT
+// GProcess: one child program and text to and from it through pipes.
+//
+//   GProcess child("sort", false, true, false);
+//   const char* arguments[] = {"-n", "numbers"};
+//   if (child.run(2, arguments)) child.readStdOut(buffer, 100, false);
+#ifndef LOOMKIT_SYSTEM_PROCESS_H
+#define LOOMKIT_SYSTEM_PROCESS_H
+
+#include <memory>
+#include <string>
+
+#include "loomkit/platform/export.h"
+
+/// Runs one program. Failures are false or -1, and the reason goes through
+/// systemError(). One thread at a time uses an object; reading both output
+/// streams from one thread can deadlock against a child that fills the other.
+///
+/// The pipes stay open when the object ends, and this process keeps the child's
+/// ends too: reading never sees an end of the stream. Read what is expected, and
+/// learn of the end by getExitCode().
+class LOOMKIT_API GProcess {
+ public:
+  /// Starts nothing. The flags tell which streams the caller will use; an
+  /// unused standard input is at its end for the child.
+  GProcess(const std::string& program, bool useStdIn, bool useStdOut, bool useStdErr);
+
+  /// Ends a child that still runs, without a message.
+  virtual ~GProcess();
+  GProcess(const GProcess&) = delete;
+  GProcess& operator=(const GProcess&) = delete;
+
+  /// Starts the program with `argc` arguments; `argv` does not hold the program.
+  /// To be called once.
+  bool run(int argc, const char** argv);
+
+  /// Ends the child with exit code 1. False without a message when there is none
+  /// or its exit code has been seen.
+  bool kill();
+
+  /// 1: the child has ended, and `code` holds its exit code; it is then gone for
+  /// this object. 0: it still runs (never with `wait`). -1: no child, or a
+  /// failure.
+  int getExitCode(int& code);
+  int getExitCode(bool wait, int* code);
+
+  /// Sends `size` zero bytes and clears the caller's buffer: the translation
+  /// runs from an inner block, which nothing fills, into `buffer`. Kept as it
+  /// has always been; sendStdIn() sends the caller's data. The flag, here and
+  /// below, has no effect. The result is the number of bytes, or -1 for a stream
+  /// that is not in use.
+  int writeStdIn(char* buffer, unsigned int size, bool flag);
+
+  /// Read exactly `size` bytes, waiting for them. A carriage return and line
+  /// feed come out as a line feed.
+  int readStdOut(char* buffer, unsigned int size, bool flag);
+  int readStdErr(char* buffer, unsigned int size, bool flag);
+
+  /// Sets an environment variable that children started later inherit.
+  static void setEnv(const std::string& name, const std::string& value);
+
+  /// Extension: sends the bytes as they are. Their number, or -1.
+  int sendStdIn(const char* data, unsigned int size);
+
+  /// Extension: ends the child's standard input. False if it is not in use or
+  /// ended already.
+  bool closeStdIn();
+
+ private:
+  struct Data;
+  std::unique_ptr<Data> impl;
+  std::string program;
+  bool useStdIn;
+  bool useStdOut;
+  bool useStdErr;
+};
+
+#endif  // LOOMKIT_SYSTEM_PROCESS_H

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/system/process_pipe.h"
+
+#include <algorithm>
+
+#include "loomkit/platform/process.h"
+#include "loomkit/text/output.h"
+
+namespace loomkit {
+
+// A step that gives -1 does not stop the transfer: the position moves back by
+// one, though never before the caller's buffer.
+template <class Step>
+int ProcessPipe::transfer(char* target, unsigned size, Step step) {
+  unsigned done = 0;
+  while (done < size) {
+    const int count = step(target + done, size - done);
+    if (count >= 0) {
+      done += static_cast<unsigned>(count);
+    } else if (done > 0) {
+      --done;
+    }
+  }
+  return static_cast<int>(size);
+}
+
+int ProcessPipe::readAll(char* target, unsigned size) {
+  return transfer(target, size, [this](char* to, unsigned n) { return read(to, n); });
+}
+
+int ProcessPipe::writeAll(char* target, unsigned size) {
+  return transfer(target, size, [this](char* to, unsigned n) { return write(to, n); });
+}
+
+// Reads the next bytes into the empty buffer, of twice the wanted size.
+bool ProcessPipe::fill(unsigned size) {
+  const std::size_t wanted = 2 * std::size_t{size};
+  if (buffer.size() < wanted) buffer.resize(wanted);
+  unsigned count = 0;
+  if (!platform::readHandle(handle, buffer.data(), static_cast<unsigned>(buffer.size()), &count)) {
+    systemError("Can't read pipe");
+    return false;
+  }
+  current = 0;
+  end = count;
+  return true;
+}
+
+int ProcessPipe::read(char* target, unsigned size) {
+  if (current == end && !fill(size)) return -1;
+  unsigned count = 0;
+  while (current < end && count < size) {
+    const char c = buffer[current++];
+    if (c == '\r') {
+      if (pendingCR) target[count++] = '\r';
+      pendingCR = true;
+      continue;
+    }
+    if (pendingCR && c != '\n') target[count++] = '\r';
+    pendingCR = false;
+    if (count < size) {
+      target[count++] = c;
+    } else {
+      --current;
+    }
+  }
+  return static_cast<int>(count);
+}
+
+// The translation goes from the block to the caller, and the block is what is
+// sent. Nothing ever fills the block: it is all zeros, without a line feed.
+int ProcessPipe::write(char* target, unsigned size) {
+  const std::size_t wanted = 2 * std::size_t{size};
+  if (buffer.size() < wanted) buffer.assign(wanted, '\0');
+  std::copy_n(buffer.begin(), size, target);
+  unsigned count = 0;
+  if (!platform::writeHandle(handle, buffer.data(), size, &count)) {
+    systemError("Can't write pipe");
+    return -1;
+  }
+  return static_cast<int>(count);
+}
+
+}  // namespace loomkit
