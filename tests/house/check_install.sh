@@ -22,17 +22,28 @@ for example in "$source"/examples/*/; do
 done
 [ "$built" -gt 0 ] || { echo "no example was built"; exit 1; }
 
+# The host needs what registers itself when the program starts: the channel and
+# the database factories.
 cat >"$work/host.cpp" <<'HOST'
 #include <loomkit/loomkit.h>
 #include <cstdio>
+#include <memory>
 int main() {
   double sum = 0;
   if (gOutput == nullptr || !GRpnEval().evalFloat("1 2 +", &sum)) return 1;
+  GDbDatabase* database = nullptr;
+  if (GDbDatabase::openDatabase("csv:/tmp", &database) != 0) return 2;
+  const std::unique_ptr<GDbDatabase> owner(database);
   std::printf("%s %g\n", LOOMKIT_VERSION, sum);
 }
 HOST
 export PKG_CONFIG_PATH
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name loomkit.pc)")
+cp -r "$source/examples/pkg-config" "$work/with-make"
+make -C "$work/with-make" LDFLAGS="-Wl,-rpath,$(pkg-config --variable=libdir loomkit)" >"$work/log" 2>&1 ||
+  { cat "$work/log"; exit 1; }
+[ "$("$work/with-make/calculate" '1 2 +')" = 3 ] || { echo "calculate: wrong output"; exit 1; }
+
 # shellcheck disable=SC2046
 for level in 17 20; do
   c++ -std=c++$level -Wall -Wextra -Werror "$work/host.cpp" \
