@@ -30,7 +30,9 @@ TEST_P(Language, Row) {
   EXPECT_EQ(evaluator.run(GetParam().expr), expected(GetParam().result)) << GetParam().expr;
 }
 
-void PrintTo(const Row& row, std::ostream* out) { *out << row.expr; }
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << ::testing::PrintToString(std::string(row.expr));  // with escapes
+}
 
 constexpr Row core[] = {
     {"", ""},
