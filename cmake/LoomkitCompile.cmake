@@ -28,6 +28,11 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86|i.86|AMD6
   add_compile_options(-msse2 -mfpmath=sse)
 endif()
 
+# Files above 2 GiB and times after 2038 on 32-bit machines too.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
+
 if(LOOMKIT_SANITIZE)
   # The instrumentation makes gcc 12 lose track of what <regex> initialises.
   target_compile_options(loomkit_warnings INTERFACE

@@ -342,8 +342,9 @@ void RpnModel::binary(const std::string& op, std::size_t p) {
     if (count > here()) fail(p, "vector size out of range");
     ModelValue value;
     value.kind = ModelValue::vector;
-    value.v = std::make_shared<std::vector<ModelValue>>(stack.end() - count, stack.end());
-    stack.erase(stack.end() - count, stack.end());
+    value.v = std::make_shared<std::vector<ModelValue>>(
+        stack.end() - static_cast<std::ptrdiff_t>(count), stack.end());
+    stack.erase(stack.end() - static_cast<std::ptrdiff_t>(count), stack.end());
     stack.push_back(value);
     return;
   }
@@ -474,8 +475,8 @@ void RpnModel::argcWord(std::size_t pos) {
   const std::size_t callers = frames.size() > 1 ? frame().base - frames[frames.size() - 2].base : 0;
   if (n == 0) fail(pos, "the number of arguments must be greater than 0");
   if (n > callers) fail(pos, "too few arguments on local caller stack");
-  frame().args.assign(stack.end() - n, stack.end());
-  stack.erase(stack.end() - n, stack.end());
+  frame().args.assign(stack.end() - static_cast<std::ptrdiff_t>(n), stack.end());
+  stack.erase(stack.end() - static_cast<std::ptrdiff_t>(n), stack.end());
   frame().argc = n;
   frame().base -= n;
 }
