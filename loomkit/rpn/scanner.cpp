@@ -6,6 +6,7 @@
 #include "loomkit/rpn/eval_frame.h"
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/number.h"
+#include "loomkit/text/number32.h"
 
 using loomkit::isAsciiAlpha;
 using loomkit::isAsciiDigit;

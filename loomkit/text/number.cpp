@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "loomkit/text/char_class.h"
+#include "loomkit/text/number32.h"
 
 namespace {
 

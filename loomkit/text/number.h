@@ -6,8 +6,6 @@
 #ifndef LOOMKIT_TEXT_NUMBER_H
 #define LOOMKIT_TEXT_NUMBER_H
 
-#include <cstdint>
-
 #include "loomkit/platform/export.h"
 
 /// Reads white space, a sign, digits with an optional point, and an optional
@@ -24,17 +22,5 @@ LOOMKIT_API double gParseCDouble(const char* s, const char** end);
 /// `*value` is set in any case.
 LOOMKIT_API bool gParseCDouble(const char* s, double* value);
 LOOMKIT_API bool gParseCDouble(const char* s, float* value);
-
-namespace loomkit {
-
-/// strtol() and strtoul() of a machine whose long has 32 bits: a number out of
-/// that range is clamped and sets errno to ERANGE; errno is left alone
-/// otherwise. As there, a '-' before an unsigned number negates it modulo 2^32.
-/// `*end` (unless `end` is null) receives the position behind the number, or
-/// `s`. `base` is 0 or 2 to 36.
-std::int32_t parseLong32(const char* s, const char** end, int base);
-std::uint32_t parseUnsignedLong32(const char* s, const char** end, int base);
-
-}  // namespace loomkit
 
 #endif  // LOOMKIT_TEXT_NUMBER_H

@@ -9,6 +9,7 @@
 #include "loomkit/db/csv/csv_index.h"
 #include "loomkit/db/csv/csv_line_reader.h"
 #include "loomkit/text/number.h"
+#include "loomkit/text/number32.h"
 #include "tests/db/db_fixture.h"
 
 namespace {

@@ -8,6 +8,7 @@
 
 #include "loomkit/text/literal.h"
 #include "loomkit/text/number.h"
+#include "loomkit/text/number32.h"
 
 namespace {
 

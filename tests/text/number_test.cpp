@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/text/number.h"
+#include "loomkit/text/number32.h"
 
 #include <gtest/gtest.h>
 

@@ -9,6 +9,7 @@
 
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/number.h"
+#include "loomkit/text/number32.h"
 
 namespace loomkit {
 namespace {
