@@ -24,6 +24,7 @@ GSqlError::GSqlError(GDbStatus status) : block(new Block{1, status, {}, {}}) {}
 GSqlError::GSqlError(GDbStatus status, const std::string& databaseText)
     : block(new Block{1, status, {}, databaseText}) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the reference comes first
 GSqlError& GSqlError::operator=(const GSqlError& other) {
   Block* const taken = other.block;  // `other` may be this object
   if (taken != nullptr) ++taken->refCount;

@@ -21,6 +21,7 @@ GSqlite3QueryData* dataOf(GSqlQueryData* query) { return static_cast<GSqlite3Que
 
 // SQLite's marks for data that it copies, and for data that stays put.
 loomkit::SqliteDestructor blobMark(bool copy) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): SQLite's own value for it
   return copy ? reinterpret_cast<loomkit::SqliteDestructor>(std::intptr_t{-1}) : nullptr;
 }
 

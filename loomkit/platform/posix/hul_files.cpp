@@ -28,7 +28,7 @@ const char* hulStrError(int status) {
   if (status < loomkit::platform::dsoFailure) return "Unspecified error";
   thread_local std::string words;
   words = std::generic_category().message(status < 0 ? -status : 0);
-  return words.c_str();
+  return words.c_str();  // NOLINT(clang-analyzer-cplusplus.InnerPointer): until the next call
 }
 
 int hulOpenFile(const char* nativePath, int mode, int* handle) {

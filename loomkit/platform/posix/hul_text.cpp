@@ -99,6 +99,7 @@ int hulGetLocaleParam(int parameter, int /*reserved*/, char* buffer, int size) {
 int hulOpenTextCodec(const char* from, const char* to, HulTextCodec** codec) {
   *codec = nullptr;
   const iconv_t converter = ::iconv_open(to, from);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): iconv's own value for a failure
   if (converter == reinterpret_cast<iconv_t>(-1)) return loomkit::platform::failedStatus();
   *codec = std::make_unique<HulTextCodec>(HulTextCodec{converter}).release();
   return 0;

@@ -119,6 +119,7 @@ bool startProcess(const std::string& commandLine, int in, int out, int err, Chil
     return false;
   }
   std::vector<char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
   const std::string program = systemPath(arguments[0]);
