@@ -24,7 +24,7 @@ class LOOMKIT_API GMemDbgObj {
   GMemDbgObj& operator=(const GMemDbgObj&) = default;
 
  private:
-  std::uint32_t words[2] = {0, 0};
+  [[maybe_unused]] std::uint32_t words[2] = {0, 0};
 };
 
 /// A recorded heap block: its address, its size in bytes, and where it came
@@ -51,10 +51,10 @@ class LOOMKIT_API GMemDbgAllocSite {
   [[nodiscard]] std::size_t getTotalSize() const { return totalSize; }
 
  private:
-  std::uint32_t first = 0;
+  [[maybe_unused]] std::uint32_t first = 0;
   std::size_t totalSize = 0;
-  const void* stack[8] = {};
-  std::uint32_t further[2] = {0, 0};
+  [[maybe_unused]] const void* stack[8] = {};
+  [[maybe_unused]] std::uint32_t further[2] = {0, 0};
   std::vector<void*> blocks;
 };
 
