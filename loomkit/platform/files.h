@@ -41,6 +41,9 @@ bool rename(const std::string& from, const std::string& to);
 bool makeDirectory(const std::string& path);
 bool removeDirectory(const std::string& path);
 bool unlinkFile(const std::string& path);
+/// Deletes the file that a search in `directory` has named `entry`, and nothing
+/// elsewhere: a name that cannot be reached is a missing file.
+bool unlinkEntry(const std::string& directory, const std::string& entry);
 bool changeDirectory(const std::string& path);
 /// Fails (ERANGE) when the path with its NUL is longer than `limit` bytes.
 bool workingDirectory(std::string* path, std::size_t limit);

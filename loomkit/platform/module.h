@@ -8,8 +8,9 @@ namespace loomkit::platform {
 /// The suffix of a dynamic library's file name, with its point.
 extern const char* const moduleSuffix;
 
-/// Loads a library. Null if it cannot be loaded.
-void* openModule(const char* name) noexcept;
+/// Loads a library, whose name can be a native path. Null if it cannot be
+/// loaded.
+void* openModule(const char* name);
 
 /// Releases what openModule() gave. Requires: not null.
 void closeModule(void* module) noexcept;

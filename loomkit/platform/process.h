@@ -30,7 +30,8 @@ void closeHandle(int handle);
 /// three standard handles. No other handle of this process reaches the child.
 bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child);
 
-/// Ends the child, whose exit code is then 1.
+/// Ends the child, whose exit code is then 1. Here and below, a child that
+/// somebody else has waited for is a failure, and is forgotten.
 bool terminateProcess(ChildProcess* child);
 
 /// Stores the exit code, or stillActive; with `wait` it is the child's end that

@@ -104,10 +104,9 @@ bool GDirectory::removeListedFiles(bool quiet) {
   bool removed = true;
   for (const char* entry = first(false); entry != nullptr; entry = next(false)) {
     if (entry[0] == '.') continue;  // hidden files stay, whatever follows the dot
-    const std::string path = name + "/" + entry;
-    if (platform::unlinkFile(path)) continue;
+    if (platform::unlinkEntry(name, entry)) continue;
     removed = false;
-    if (!quiet) report("cannot remove file " + path + " (" + errnoText() + ")");
+    if (!quiet) report("cannot remove file " + name + "/" + entry + " (" + errnoText() + ")");
   }
   close(false);
   return removed;

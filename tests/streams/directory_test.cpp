@@ -207,6 +207,22 @@ TEST(Directory, RemoveLeavesHiddenFiles) {
   EXPECT_FALSE(std::filesystem::exists(folder / "d/y"));
 }
 
+TEST(Directory, RemoveStaysInsideTheDirectoryWhateverItsFilesAreCalled) {
+  const ScratchDirectory folder;
+  const CaptureOutput output;
+  folder.write("victim", "kept");
+  std::filesystem::create_directories(folder / "d/sub");
+  folder.write("d/sub/inner", "kept");
+  // One file each, whose names would be paths if their backslashes separated.
+  folder.write("d/sub\\..\\..\\victim");
+  folder.write("d/sub\\inner");
+  EXPECT_FALSE(GDirectory(folder / "d").remove(true, false));
+  EXPECT_EQ(folder.read("victim"), "kept");
+  EXPECT_EQ(folder.read("d/sub/inner"), "kept");
+  EXPECT_THAT(output.texts(), testing::Contains("cannot remove file " + folder.path() +
+                                                "/d/sub\\inner (No such file or directory)"));
+}
+
 TEST(Directory, TheListingOfRemoveIsNeverQuiet) {
   const ScratchDirectory folder;
   const CaptureOutput output;

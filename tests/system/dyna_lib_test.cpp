@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 
 namespace {
@@ -22,6 +23,12 @@ TEST(DynaLib, LoadsALibraryWithAndWithoutItsSuffix) {
     EXPECT_EQ(answer(), 42);
     EXPECT_EQ(library.getFunction("question"), nullptr);
   }
+}
+
+TEST(DynaLib, BackslashesSeparateInTheName) {
+  std::string native = module;
+  std::replace(native.begin(), native.end(), '/', '\\');
+  EXPECT_TRUE(GDynaLib(native).isOpen());
 }
 
 TEST(DynaLib, ALibraryThatIsNotThereStaysClosed) {

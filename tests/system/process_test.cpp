@@ -2,6 +2,7 @@
 #include "loomkit/system/process.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -208,6 +209,29 @@ TEST(Process, TheDestructorLeavesNoZombie) {
     ASSERT_TRUE(child.run(0, nullptr));
   }
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
+}
+
+// Where the host has its children's ends thrown away, or waits for them itself,
+// the child's number can soon be another process's.
+TEST(Process, AChildThatSomebodyElseHasWaitedForIsForgotten) {
+  const CaptureOutput output;
+  struct sigaction ignore = {}, before = {};
+  ignore.sa_handler = SIG_IGN;
+  ASSERT_EQ(::sigaction(SIGCHLD, &ignore, &before), 0);
+  GProcess child("true", false, false, false), unseen("true", false, false, false);
+  ASSERT_TRUE(child.run(0, nullptr));
+  ASSERT_TRUE(unseen.run(0, nullptr));
+  EXPECT_EQ(::waitpid(-1, nullptr, 0), -1);  // both have ended
+  ::sigaction(SIGCHLD, &before, nullptr);
+  int code = 42;
+  EXPECT_EQ(child.getExitCode(code), -1);
+  EXPECT_EQ(child.getExitCode(code), -1);
+  EXPECT_EQ(code, 42);
+  EXPECT_FALSE(child.kill());
+  EXPECT_FALSE(unseen.kill());
+  EXPECT_FALSE(unseen.kill());
+  EXPECT_THAT(output.texts(), ElementsAre(testing::StartsWith("Can't get process state"),
+                                          testing::StartsWith("Can't terminate process")));
 }
 
 TEST(Process, OtherDescriptorsDoNotReachTheChild) {

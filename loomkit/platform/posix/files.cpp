@@ -99,6 +99,16 @@ bool unlinkFile(const std::string& path) {
   return succeeded(::unlink(target.c_str()), target);
 }
 
+bool unlinkEntry(const std::string& directory, const std::string& entry) {
+  // As a path, such a name could lead out of the directory.
+  if (entry.find('\\') != std::string::npos) {
+    setLastErrorFromErrno(ENOENT);
+    errno = ENOENT;
+    return false;
+  }
+  return unlinkFile(directory + "/" + entry);
+}
+
 bool changeDirectory(const std::string& path) {
   const std::string target = systemPath(path);
   return succeeded(::chdir(target.c_str()), target);

@@ -3,11 +3,15 @@
 
 #include <dlfcn.h>
 
+#include "loomkit/platform/posix/paths.h"
+
 namespace loomkit::platform {
 
 const char* const moduleSuffix = ".so";
 
-void* openModule(const char* name) noexcept { return dlopen(name, RTLD_NOW | RTLD_LOCAL); }
+void* openModule(const char* name) {
+  return dlopen(systemPath(name).c_str(), RTLD_NOW | RTLD_LOCAL);
+}
 
 void closeModule(void* module) noexcept { dlclose(module); }
 

@@ -62,6 +62,18 @@ class SpawnSettings {
   posix_spawnattr_t attributes;
 };
 
+// Fails when somebody else has waited for the child: its number may by now be
+// another process's, so the child is forgotten and never signalled.
+bool isStillOurs(ChildProcess* child) {
+  siginfo_t ignored;
+  const auto id = static_cast<id_t>(child->id);
+  if (::waitid(P_PID, id, &ignored, WEXITED | WNOHANG | WNOWAIT) == 0 || errno != ECHILD)
+    return true;
+  setLastErrorFromErrno(ECHILD);
+  *child = ChildProcess{};
+  return false;
+}
+
 }  // namespace
 
 std::vector<std::string> splitCommandLine(const std::string& line) {
@@ -136,6 +148,7 @@ bool startProcess(const std::string& commandLine, int in, int out, int err, Chil
 }
 
 bool terminateProcess(ChildProcess* child) {
+  if (!isStillOurs(child)) return false;
   if (::kill(static_cast<pid_t>(child->id), SIGKILL) != 0) return failed();
   child->terminated = true;
   return true;
@@ -147,7 +160,12 @@ bool processExitCode(ChildProcess* child, bool wait, unsigned* code) {
   do {
     result = ::waitpid(static_cast<pid_t>(child->id), &status, wait ? 0 : WNOHANG);
   } while (result < 0 && errno == EINTR);
-  if (result < 0) return failed();
+  if (result < 0) {
+    const bool gone = errno == ECHILD;
+    failed();
+    if (gone) *child = ChildProcess{};
+    return false;
+  }
   if (result == 0) {
     *code = stillActive;
     return true;
