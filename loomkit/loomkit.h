@@ -34,6 +34,7 @@
 #include "loomkit/rpn/param_set.h"
 #include "loomkit/rpn/value.h"
 #include "loomkit/rpn/words.h"
+#include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/directory.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/streams/file_object.h"

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/platform/replacement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "loomkit/platform/hul.h"
+#include "loomkit/platform/posix/hul_status.h"
+#include "loomkit/platform/posix/paths.h"
+
+namespace loomkit::platform {
+namespace {
+
+std::string directoryOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : path.substr(0, slash + 1);
+}
+
+// Follows links, so that it is the file that is replaced and not the link. A
+// path that leads nowhere yet stays as it is.
+std::string resolved(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
+                                                         &std::free);
+  return real != nullptr ? real.get() : path;
+}
+
+// Names need only be new: O_EXCL sees to it that no file is shared.
+std::string candidateName(const std::string& directory) {
+  static std::atomic<unsigned> counter{0};
+  char name[64];
+  std::snprintf(name, sizeof name, ".loomkit-%ld-%u.tmp", static_cast<long>(::getpid()),
+                counter.fetch_add(1));
+  return (directory == "." ? std::string() : directory) + name;
+}
+
+// A file system that cannot sync says so and has nothing more to offer.
+bool syncFile(int handle) {
+  while (::fsync(handle) != 0) {
+    if (errno == EINVAL || errno == ENOTSUP) return true;
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
+// Makes the new name last. The content is safe already, so that a directory
+// that cannot be opened or synced is no failure.
+void syncDirectory(const std::string& directory) {
+  const int handle = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (handle < 0) return;
+  syncFile(handle);
+  ::close(handle);
+}
+
+int openNew(const std::string& directory, mode_t mode, std::string* path) {
+  constexpr int attempts = 10000;
+  for (int i = 0; i < attempts; ++i) {
+    *path = candidateName(directory);
+    const int handle = ::open(path->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (handle >= 0 || (errno != EEXIST && errno != EINTR)) return handle;
+  }
+  return -1;
+}
+
+}  // namespace
+
+int createReplacement(const std::string& target, Replacement* replacement) {
+  const std::string path = resolved(systemPath(target));
+  struct stat status {};
+  const bool exists = ::stat(path.c_str(), &status) == 0;
+  if (exists && S_ISDIR(status.st_mode)) return -EISDIR;
+  if (exists && !S_ISREG(status.st_mode)) return -EINVAL;
+  Replacement made;
+  made.target = path;
+  made.handle = openNew(directoryOf(path), exists ? 0600 : 0666, &made.path);
+  if (made.handle < 0) return failedStatus();
+  if (exists) {
+    // Another owner can be kept by a privileged process only. Rights follow
+    // the owner, since a change of owner may clear some of them.
+    [[maybe_unused]] const int ignored = ::fchown(made.handle, status.st_uid, status.st_gid);
+    if (::fchmod(made.handle, status.st_mode & 07777) != 0) {
+      const int failure = failedStatus();
+      discardReplacement(&made);
+      return failure;
+    }
+  }
+  *replacement = made;
+  return 0;
+}
+
+int commitReplacement(Replacement* replacement) {
+  int status = syncFile(replacement->handle) ? 0 : failedStatus();
+  const int closed = hulClose(replacement->handle);
+  replacement->handle = -1;
+  if (status == 0) status = closed;
+  if (status == 0 && ::rename(replacement->path.c_str(), replacement->target.c_str()) != 0) {
+    status = failedStatus();
+  }
+  if (status != 0) {
+    ::unlink(replacement->path.c_str());
+    return status;
+  }
+  syncDirectory(directoryOf(replacement->target));
+  return 0;
+}
+
+void discardReplacement(Replacement* replacement) {
+  if (replacement->handle < 0) return;
+  ::close(replacement->handle);
+  replacement->handle = -1;
+  ::unlink(replacement->path.c_str());
+}
+
+}  // namespace loomkit::platform

@@ -1,0 +1,132 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/streams/atomic_file.h"
+
+#include <algorithm>
+#include <climits>
+#include <streambuf>
+#include <vector>
+
+#include "loomkit/platform/hul.h"
+#include "loomkit/platform/replacement.h"
+
+namespace {
+
+// Writes to a hul handle and remembers the first status that was a failure.
+class HandleBuf : public std::streambuf {
+ public:
+  HandleBuf() : block(65536) {}
+
+  void attach(int newHandle) {
+    handle = newHandle;
+    setp(block.data(), block.data() + block.size());
+  }
+  void detach() {
+    handle = -1;
+    setp(nullptr, nullptr);
+  }
+  [[nodiscard]] int status() const { return firstFailure; }
+
+ protected:
+  int_type overflow(int_type c) override {
+    if (!drain()) return traits_type::eof();
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    return sputc(traits_type::to_char_type(c));
+  }
+
+  int sync() override { return drain() ? 0 : -1; }
+
+  std::streamsize xsputn(const char* text, std::streamsize size) override {
+    // What is larger than the block is not worth a copy.
+    if (size < static_cast<std::streamsize>(block.size())) {
+      return std::streambuf::xsputn(text, size);
+    }
+    return drain() && write(text, size) ? size : 0;
+  }
+
+ private:
+  bool drain() {
+    if (!write(pbase(), pptr() - pbase())) return false;
+    setp(block.data(), block.data() + block.size());
+    return true;
+  }
+
+  bool write(const char* text, std::streamsize size) {
+    if (handle < 0 || firstFailure != 0) return false;
+    while (size > 0 && firstFailure == 0) {
+      const int count = static_cast<int>(std::min<std::streamsize>(size, INT_MAX));
+      firstFailure = hulWrite(handle, text, count, nullptr);
+      text += count;
+      size -= count;
+    }
+    return firstFailure == 0;
+  }
+
+  std::vector<char> block;
+  int handle = -1;
+  int firstFailure = 0;
+};
+
+}  // namespace
+
+class GAtomicFile::Impl {
+ public:
+  explicit Impl(const std::string& filePath) : path(filePath), stream(&buffer) {
+    const int status = loomkit::platform::createReplacement(path, &file);
+    if (status == 0) {
+      buffer.attach(file.handle);
+    } else {
+      fail(status);
+    }
+  }
+  Impl(const Impl&) = delete;
+  Impl& operator=(const Impl&) = delete;
+  ~Impl() { discard(); }
+
+  bool commit() {
+    if (file.handle < 0) {
+      if (message.empty()) message = path + ": nothing to commit";
+      return false;
+    }
+    stream.flush();
+    if (!stream) {
+      // A stream that its user has failed has no status.
+      const int status = buffer.status();
+      if (status != 0) {
+        fail(status);
+      } else {
+        message = path + ": the content could not be written";
+      }
+      discard();
+      return false;
+    }
+    buffer.detach();
+    const int status = loomkit::platform::commitReplacement(&file);
+    if (status != 0) fail(status);
+    return status == 0;
+  }
+
+  void discard() {
+    buffer.detach();
+    loomkit::platform::discardReplacement(&file);
+  }
+
+  void fail(int status) {
+    message = path + ": " + hulStrError(status);
+    stream.setstate(std::ios::badbit);
+  }
+
+  std::string path;
+  std::string message;
+  loomkit::platform::Replacement file;
+  HandleBuf buffer;
+  std::ostream stream;
+};
+
+GAtomicFile::GAtomicFile(const std::string& path) : impl(std::make_unique<Impl>(path)) {}
+GAtomicFile::~GAtomicFile() = default;
+
+bool GAtomicFile::isOpen() const { return impl->file.handle >= 0; }
+std::ostream& GAtomicFile::out() { return impl->stream; }
+bool GAtomicFile::commit() { return impl->commit(); }
+void GAtomicFile::discard() { impl->discard(); }
+const std::string& GAtomicFile::getErrMsg() const { return impl->message; }

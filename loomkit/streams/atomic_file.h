@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: MIT
+// Extension: GAtomicFile, a file that is written whole or not at all.
+//
+//   GAtomicFile file("settings.txt");
+//   file.out() << text;
+//   if (!file.commit()) gOutput->error(file.getErrMsg().c_str());
+#ifndef LOOMKIT_STREAMS_ATOMIC_FILE_H
+#define LOOMKIT_STREAMS_ATOMIC_FILE_H
+
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "loomkit/platform/export.h"
+
+/// Writes to a new file in the target's directory, which commit() brings to the
+/// disk and moves into the target's place. Until then, and when anything fails,
+/// the target is as it was; what was not committed is gone with the object. A
+/// link is followed; a target that exists must be a regular file, and its
+/// access rights stay.
+///
+/// An object belongs to one thread at a time.
+class LOOMKIT_API GAtomicFile {
+ public:
+  /// Makes the new file. Where that fails, isOpen() is false, out() takes
+  /// nothing, and commit() fails.
+  explicit GAtomicFile(const std::string& path);
+  GAtomicFile(const GAtomicFile&) = delete;
+  GAtomicFile& operator=(const GAtomicFile&) = delete;
+  ~GAtomicFile();
+
+  /// True until commit(), discard(), or a failure to make the file.
+  [[nodiscard]] bool isOpen() const;
+
+  /// Takes the content, as bytes. It belongs to this object.
+  [[nodiscard]] std::ostream& out();
+
+  /// Puts the file in the target's place. False if anything failed since the
+  /// beginning: the target is as it was, and getErrMsg() says why.
+  bool commit();
+
+  /// Gives the new file up.
+  void discard();
+
+  /// "PATH: REASON" after a failure, else empty.
+  [[nodiscard]] const std::string& getErrMsg() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl;
+};
+
+#endif  // LOOMKIT_STREAMS_ATOMIC_FILE_H
