@@ -3,6 +3,8 @@
 #ifndef LOOMKIT_LOOMKIT_H
 #define LOOMKIT_LOOMKIT_H
 
+#include "loomkit/archive/ar_reader.h"
+#include "loomkit/archive/entry_iterator.h"
 #include "loomkit/db/csv/csv_database.h"
 #include "loomkit/db/database.h"
 #include "loomkit/db/factory.h"

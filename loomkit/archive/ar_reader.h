@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+// GArReader: reads Unix ar archives (static libraries, Debian packages).
+//
+//   GArReader reader;
+//   if (!reader.open("hello.deb")) return;        // gOutput was told why
+//   std::ostringstream version;
+//   reader.readEntry("debian-binary", &version);
+#ifndef LOOMKIT_ARCHIVE_AR_READER_H
+#define LOOMKIT_ARCHIVE_AR_READER_H
+
+#include <istream>
+#include <map>
+#include <ostream>
+#include <string>
+
+#include "loomkit/archive/entry_iterator.h"
+#include "loomkit/platform/export.h"
+#include "loomkit/text/str_stream.h"
+
+/// A member of an ar archive: its name and where its data lie. A plain value.
+class LOOMKIT_API GArEntry {
+ public:
+  /// `offset` and `size` of the data, in bytes; the offset counts from the
+  /// start of the archive.
+  GArEntry(const std::string& name, unsigned long offset, unsigned int size);
+
+  [[nodiscard]] const std::string& getName() const { return name; }
+  [[nodiscard]] unsigned long getOffs() const { return offset; }
+  /// As the archive states it, which may be more than the archive holds.
+  [[nodiscard]] unsigned int getSize() const { return size; }
+
+ private:
+  std::string name;
+  unsigned long offset;
+  unsigned int size;
+};
+
+/// Walks the member headers once, when it is opened, and then reads members by
+/// name or entry. It reads the common layout with BSD long names. Of the System
+/// V dialect nothing is interpreted: a name keeps its trailing '/', and the
+/// tables "/" and "//" are members like any other.
+///
+/// Failures are reported to gOutput as "PATH: TEXT" with the system name
+/// gDataSysName, and only the first one of an archive: isError() stays true
+/// from then on, and members can no longer be read by name, until the next
+/// open(). Warnings always go out, without the path.
+///
+/// A reader belongs to one thread at a time; reading moves its stream.
+class LOOMKIT_API GArReader {
+ public:
+  using EntryIterator = loomkit::ArchiveEntryIterator<GArEntry>;
+
+  /// A closed reader without entries; its path is "<unknown>".
+  GArReader();
+  /// Reads the table of contents of a seekable binary stream; isError() tells
+  /// how that went. The reader deletes the stream if `ownsStream` is set;
+  /// otherwise the stream has to live until the reader is closed.
+  GArReader(std::istream* stream, bool ownsStream);
+  GArReader(const GArReader&) = delete;
+  GArReader& operator=(const GArReader&) = delete;
+  ~GArReader();
+
+  /// Opens a file and reads its table of contents. Clears the error of before,
+  /// but not the entries of an archive that is still open: close() does that.
+  bool open(const std::string& path);
+  /// Ends an owned stream and the entries. Error and path stay. Always true.
+  bool close();
+
+  [[nodiscard]] bool isError() const { return errorFlag; }
+  /// What messages are to call the archive.
+  void setPath(const std::string& newPath) { path = newPath; }
+  [[nodiscard]] const std::string& getPath() const { return path; }
+
+  [[nodiscard]] unsigned int getEntryCount() const {
+    return static_cast<unsigned int>(entries.size());
+  }
+  /// The entry with exactly this name, or null. It belongs to the reader.
+  [[nodiscard]] const GArEntry* getEntry(const std::string& name) const;
+  /// All entries, in the order of their names' bytes.
+  [[nodiscard]] EntryIterator entriesBegin() const { return EntryIterator(entries.begin()); }
+  [[nodiscard]] EntryIterator entriesEnd() const { return EntryIterator(entries.end()); }
+
+  /// Writes a member's data to `out`. False if the reader has failed before,
+  /// without a word; if there is no such entry, with the warning "entry not
+  /// found (NAME)", which is no error; or if reading or writing fails.
+  bool readEntry(const std::string& name, std::ostream* out);
+  /// Gives a member's data in a block of `operator new` that belongs to the
+  /// caller and is not terminated. On failure, as above, nothing is given.
+  bool readEntry(const std::string& name, char** data, unsigned int* size);
+  /// The same by entry, which is tried whatever failed before. Requires: the
+  /// entry is one of this reader's, and the reader is open.
+  bool readEntry(const GArEntry* entry, std::ostream* out);
+  bool readEntry(const GArEntry* entry, char** data, unsigned int* size);
+
+ private:
+  class TableReader;
+
+  void clrError() { errorFlag = false; }
+  void takeStream(std::istream* newStream, bool ownsNewStream);
+  bool createTableOfContents();
+  void deleteEntries();
+  const GArEntry* findEntry(const std::string& name);
+  bool seekToEntry(const GArEntry* entry);
+  [[nodiscard]] bool isWithinArchive(const GArEntry* entry);
+  bool readingFailed(const GArEntry* entry);
+  bool error(const char* text);
+  bool error(GOStrStream& text);
+  static void warning(const char* text);
+  static void warning(GOStrStream& text);
+
+  bool errorFlag = false;
+  bool ownsStream = false;
+  std::string path = "<unknown>";
+  std::istream* stream = nullptr;
+  std::map<std::string, GArEntry*> entries;  // owned
+};
+
+#endif  // LOOMKIT_ARCHIVE_AR_READER_H
