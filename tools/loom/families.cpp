@@ -13,6 +13,7 @@ constexpr const Family* list[] = {
     &textFamily,   //
     &sumFamily,    //
     &fileFamily,   //
+    &arFamily,     //
     &dbFamily,     //
     &sqlFamily,    //
     &aboutFamily,  //

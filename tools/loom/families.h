@@ -8,6 +8,7 @@
 namespace loom {
 
 extern const Family aboutFamily;
+extern const Family arFamily;
 extern const Family dbFamily;
 extern const Family evalFamily;
 extern const Family fileFamily;
