@@ -177,9 +177,12 @@ GOutput* makeDefaultOutput() noexcept {
   }
 }
 
-// A class type, because init_priority is for objects of class type only.
+// A class type, because init_priority is for objects of class type only. It
+// keeps the address, so that a leak checker finds the object also in a host
+// that has put its own in gOutput.
 struct LoadTimeOutput {
-  LoadTimeOutput() noexcept { gOutput = makeDefaultOutput(); }
+  LoadTimeOutput() noexcept : made(makeDefaultOutput()) { gOutput = made; }
+  GOutput* made;
 };
 
 }  // namespace
@@ -187,7 +190,7 @@ struct LoadTimeOutput {
 constinit GOutput* gOutput = nullptr;
 
 namespace {
-[[gnu::init_priority(201)]] const LoadTimeOutput loadTimeOutput;
+[[gnu::init_priority(201), gnu::used]] LoadTimeOutput loadTimeOutput;
 }  // namespace
 
 void gProgress(int value) {
