@@ -11,6 +11,7 @@
 #include "loomkit/db/table_scan.h"
 #include "loomkit/rpn/eval.h"
 #include "loomkit/rpn/map_param_set.h"
+#include "progress_bar.h"
 #include "row_printer.h"
 
 namespace loom {
@@ -198,30 +199,20 @@ ExitCode get(const Invocation& call) {
   return found.getNumRecords() > 0 ? ExitCode::done : ExitCode::no;
 }
 
-// A count that runs on a terminal's standard error.
-class Progress {
- public:
-  void show(unsigned long rows) {
-    if (!terminal) return;
-    complainPlainly("\r" + std::to_string(rows) + " records");
-    shown = true;
-  }
-  ~Progress() {
-    if (shown) complainPlainly("\n");
-  }
-  Progress() = default;
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
- private:
-  bool terminal = isTerminal(StandardStream::error);
-  bool shown = false;
-};
+// How many records there are to copy, for the progress bar: 0 where nobody
+// watches one.
+std::uint64_t countForBar(GDbTable* table) {
+  if (!ProgressBar::watched()) return 0;
+  std::uint64_t count = 0;
+  GDbTableScan scan(table);
+  for (auto row = scan.begin(); row != scan.end(); ++row) ++count;
+  return count;
+}
 
 // Moves records in portions that fit into memory.
 unsigned long copyRecords(GDbTable* from, GDbTable* to) {
   constexpr unsigned portion = 1000;
-  Progress progress;
+  ProgressBar progress(from->getName(), countForBar(from));
   unsigned long copied = 0;
   GDbRecordSet batch;
   GDbRecordSet one;
