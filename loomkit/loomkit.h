@@ -5,6 +5,13 @@
 
 #include "loomkit/archive/ar_reader.h"
 #include "loomkit/archive/entry_iterator.h"
+#include "loomkit/archive/zip_base.h"
+#include "loomkit/archive/zip_entry.h"
+#include "loomkit/archive/zip_file_writer.h"
+#include "loomkit/archive/zip_reader.h"
+#include "loomkit/archive/zip_reader2.h"
+#include "loomkit/archive/zip_writer.h"
+#include "loomkit/archive/zip_writer2.h"
 #include "loomkit/db/csv/csv_database.h"
 #include "loomkit/db/database.h"
 #include "loomkit/db/factory.h"

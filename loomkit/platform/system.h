@@ -4,6 +4,7 @@
 #define LOOMKIT_PLATFORM_SYSTEM_H
 
 #include <cstdint>
+#include <ctime>
 #include <string>
 
 namespace loomkit::platform {
@@ -11,6 +12,10 @@ namespace loomkit::platform {
 /// The value of an environment variable, or null. Valid until the environment
 /// is changed.
 const char* environment(const char* name);
+
+/// Seconds since 1970 as local time of day and date; false for a time that has
+/// none.
+bool localTime(long seconds, std::tm* parts);
 
 /// Sets a variable of this process, which children inherit.
 void setEnvironment(const std::string& name, const std::string& value);

@@ -19,6 +19,11 @@ constexpr std::int64_t epochDistance = 116'444'736'000'000'000;
 
 const char* environment(const char* name) { return std::getenv(name); }
 
+bool localTime(long seconds, std::tm* parts) {
+  const std::time_t time = seconds;
+  return ::localtime_r(&time, parts) != nullptr;
+}
+
 void setEnvironment(const std::string& name, const std::string& value) {
   ::setenv(name.c_str(), value.c_str(), 1);
 }

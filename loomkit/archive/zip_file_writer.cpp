@@ -1,0 +1,72 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/archive/zip_file_writer.h"
+
+#include <cstdint>
+#include <fstream>
+#include <limits>
+
+#include "loomkit/platform/hul.h"
+
+namespace {
+
+int stateOf(const std::ostream& stream) {
+  return stream.fail() ? GZipFileWriter::unspecificFailure : 0;
+}
+
+}  // namespace
+
+GZipFileWriter::GZipFileWriter(int fileHandle) : usesHandle(true), handle(fileHandle) {}
+
+GZipFileWriter::GZipFileWriter(std::ostream* target, bool ownsTarget)
+    : usesHandle(false), stream(target), ownsStream(ownsTarget) {}
+
+GZipFileWriter::~GZipFileWriter() {
+  if (handle != -1) hulClose(handle);
+  if (ownsStream) delete stream;
+}
+
+int GZipFileWriter::write(const void* data, int size) {
+  if (usesHandle) return hulWrite(handle, data, size, nullptr);
+  stream->write(static_cast<const char*>(data), size);
+  return stateOf(*stream);
+}
+
+long GZipFileWriter::tell() {
+  if (!usesHandle) {
+    return stream == nullptr || stream->fail() ? -1 : static_cast<long>(stream->tellp());
+  }
+  std::int64_t position = 0;
+  if (hulSeek(handle, hulFromCurrent, 0, 0, &position) < 0) return -1;
+  const bool fits = position <= std::numeric_limits<std::int32_t>::max();
+  return fits ? static_cast<long>(position) : -1;
+}
+
+int GZipFileWriter::seek(long position) {
+  if (usesHandle) return hulSeek(handle, hulFromStart, position, 0, nullptr);
+  if (stream == nullptr) return unspecificFailure;
+  stream->seekp(position);
+  return stateOf(*stream);
+}
+
+int GZipFileWriter::flush() {
+  if (usesHandle || stream == nullptr) return 0;
+  if (stream->good() && stream->rdbuf()->pubsync() == -1) stream->setstate(std::ios::badbit);
+  return stream->bad() ? unspecificFailure : 0;
+}
+
+int GZipFileWriter::close() {
+  if (usesHandle) {
+    if (handle == -1) return 0;
+    const int closing = handle;
+    handle = -1;
+    return hulClose(closing);
+  }
+  if (stream == nullptr) return 0;
+  if (ownsStream) {
+    if (auto* file = dynamic_cast<std::ofstream*>(stream)) file->close();
+  }
+  const int status = stateOf(*stream);
+  if (ownsStream) delete stream;
+  stream = nullptr;
+  return status;
+}
