@@ -5,6 +5,8 @@
 
 #include "loomkit/archive/ar_reader.h"
 #include "loomkit/archive/entry_iterator.h"
+#include "loomkit/archive/material_texture.h"
+#include "loomkit/archive/material_zip.h"
 #include "loomkit/archive/zip_base.h"
 #include "loomkit/archive/zip_entry.h"
 #include "loomkit/archive/zip_file_writer.h"
