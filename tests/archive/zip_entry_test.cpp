@@ -215,8 +215,8 @@ TEST(GZipEntry, SaysWhenItCannotWrite) {
   std::ostream broken(nullptr);
   EXPECT_FALSE(someEntry().writeLocalFileHeader(&broken));
   EXPECT_FALSE(someEntry().writeFileHeader(&broken));
-  EXPECT_EQ(output.texts(),
-            (Texts{"local file header: input/output error", "central file header: input/output error"}));
+  EXPECT_EQ(output.texts(), (Texts{"local file header: input/output error",
+                                   "central file header: input/output error"}));
 }
 
 // --- Reading a central header ----------------------------------------------
@@ -386,7 +386,8 @@ INSTANTIATE_TEST_SUITE_P(
         LocalCase{"signature",
                   [](std::string s) { return with32(s, local::signatureAt, central::signature); },
                   "signature mismatch"},
-        LocalCase{"version", [](std::string s) { return with16(s, local::versionAt, 99); }, nullptr},
+        LocalCase{"version", [](std::string s) { return with16(s, local::versionAt, 99); },
+                  nullptr},
         LocalCase{"crypt", [](std::string s) { return with16(s, local::flagsAt, 1); },
                   "crypt flag mismatch"},
         LocalCase{"descriptor", [](std::string s) { return with16(s, local::flagsAt, 8); },
