@@ -81,6 +81,33 @@ TEST(DbWitness, WeReadWhatPythonsCsvModuleWrites) {
   }
 }
 
+TEST(DbWitness, WeReadTablesOutOfAnArchiveThatPythonMade) {
+  const TempDir dir;
+  dir.write("t.csv", "1;file\n");
+  std::string output;
+  ASSERT_TRUE(run("python3 -c \"import zipfile; z = zipfile.ZipFile('" + dir.file("a.zip") +
+                      "', 'w', zipfile.ZIP_DEFLATED); z.writestr('t.csv', '1;zip\\n2;more\\n');"
+                      " z.writestr('only.csv', '3;only\\n'); z.close()\"",
+                  &output));
+  const GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
+  const struct {
+    const char* options;
+    const char* table;
+    Texts rows;
+  } rows[] = {{"?zipfile=a.zip", "t", {"1|file"}},
+              {"?zipfile=a.zip", "only", {"3|only"}},
+              {"?zipfile=a.zip;order=zip,files", "t", {"1|zip", "2|more"}},
+              {"?order=zip,files;zipfile=a.zip", "t", {"1|zip", "2|more"}}};
+  for (const auto& row : rows) {
+    const DatabaseOwner database = openDb("csv:" + dir.path() + row.options);
+    const TableOwner table = openTable(database, row.table, &structure);
+    EXPECT_EQ(scan(table.get()), row.rows) << row.options;
+    GDbRecordSet found;
+    EXPECT_EQ(table->lookupKey(GDbKey(0, 2), &found), GDbNoError);
+    EXPECT_EQ(found.getNumRecords(), row.rows.size() - 1);
+  }
+}
+
 // Every text quoted, numbers bare, CR LF: what an office suite exports.
 TEST(DbWitness, WeReadOfficeQuoting) {
   const TempDir dir;

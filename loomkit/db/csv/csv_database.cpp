@@ -37,7 +37,10 @@ GDbCSV::GDbCSV(const std::string& locator, const std::string& path,
   if (!zipFile.empty()) order.push_back(zipSource);
 }
 
-GDbCSV::~GDbCSV() { GDbCSV::closeDatabase(); }
+GDbCSV::~GDbCSV() {
+  GDbCSV::closeDatabase();
+  deleteZipReader();
+}
 
 GDbStatus GDbCSV::closeDatabase() {
   directory.clear();
@@ -48,6 +51,7 @@ std::unique_ptr<std::istream> GDbCSV::openSource(const std::string& source,
                                                  const std::string& file) {
   if (source == filesSource)
     return std::unique_ptr<std::istream>(GFile(directory + "/" + file).getInStream(true));
+  if (source == zipSource && !zipFile.empty()) return openZipMember(file);
   return nullptr;
 }
 

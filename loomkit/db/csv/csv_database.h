@@ -23,6 +23,8 @@
 #include "loomkit/db/table.h"
 #include "loomkit/platform/export.h"
 
+class GZipReader;
+
 namespace loomkit {
 class CsvIndex;
 class CsvLayout;
@@ -31,8 +33,7 @@ class CsvLineReader;
 
 /// A directory, optionally with a zip archive in it. A table is looked for when
 /// it is opened: `<name>.csv` in the directory ("files") and in the archive
-/// ("zip"), in the order of the option "order=". Archives cannot be read yet, so
-/// "zip" is passed over.
+/// ("zip"), in the order of the option "order=".
 class LOOMKIT_API GDbCSV : public GDbDatabase {
  public:
   /// `options` are those behind the locator's question mark; unknown ones are
@@ -58,10 +59,13 @@ class LOOMKIT_API GDbCSV : public GDbDatabase {
 
  private:
   std::unique_ptr<std::istream> openSource(const std::string& source, const std::string& file);
+  std::unique_ptr<std::istream> openZipMember(const std::string& file);
+  void deleteZipReader();
 
-  std::string directory;           // unescaped
-  std::string zipFile;             // relative to the directory; empty: none
-  std::vector<std::string> order;  // the sources to try
+  std::string directory;            // unescaped
+  std::string zipFile;              // relative to the directory; empty: none
+  std::vector<std::string> order;   // the sources to try
+  GZipReader* zipReader = nullptr;  // owned; made at first need
 };
 
 /// One text table. Lookups go through an index per combination of key fields,
