@@ -9,6 +9,7 @@
 #include "loomkit/archive/material_zip.h"
 #include "loomkit/archive/zip_base.h"
 #include "loomkit/archive/zip_entry.h"
+#include "loomkit/archive/zip_extractor.h"
 #include "loomkit/archive/zip_file_writer.h"
 #include "loomkit/archive/zip_reader.h"
 #include "loomkit/archive/zip_reader2.h"

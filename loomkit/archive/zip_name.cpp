@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/archive/zip_name.h"
 
+#include <algorithm>
+
 #include "loomkit/text/output.h"
 #include "loomkit/text/str_stream.h"
 
@@ -53,6 +55,22 @@ std::string parentOf(const std::string& name) {
   const std::size_t end = !name.empty() && name.back() == '/' ? name.size() - 1 : name.size();
   const std::size_t slash = end == 0 ? std::string::npos : name.rfind('/', end - 1);
   return slash == std::string::npos ? std::string() : name.substr(0, slash + 1);
+}
+
+bool memberPath(const std::string& name, std::string* path) {
+  if (name.empty() || isSeparator(name.front()) || name.find('\0') != std::string::npos) {
+    return false;
+  }
+  if (name.size() > 1 && name[1] == ':') return false;
+  path->clear();
+  for (std::size_t begin = 0; begin < name.size();) {
+    const std::size_t end = std::min(name.find_first_of("/\\", begin), name.size());
+    const std::string part = name.substr(begin, end - begin);
+    if (part == "..") return false;
+    if (!part.empty() && part != ".") *path += (path->empty() ? "" : "/") + part;
+    begin = end + 1;
+  }
+  return !path->empty();
 }
 
 }  // namespace loomkit::zip

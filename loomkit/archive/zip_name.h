@@ -15,6 +15,11 @@ std::string normalizedName(const std::string& path);
 /// top.
 std::string parentOf(const std::string& name);
 
+/// The path below a directory at which a member of a stranger's archive may be
+/// extracted: separated by single slashes. False for a name that is empty or
+/// absolute, has a drive, a "..", or a NUL.
+bool memberPath(const std::string& name, std::string* path);
+
 }  // namespace loomkit::zip
 
 #endif  // LOOMKIT_ARCHIVE_ZIP_NAME_H

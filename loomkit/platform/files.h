@@ -26,6 +26,12 @@ bool examine(const std::string& path);
 /// True if the name leads to a directory.
 bool isDirectory(const std::string& path);
 
+/// True if the name is a link itself, wherever it leads.
+bool isLink(const std::string& path);
+
+/// Sets the time of the last change; what cannot be set stays.
+void setModificationTime(const std::string& path, long seconds);
+
 /// Stores the time of the last change in seconds since 1970.
 bool modificationTime(const std::string& path, long* seconds);
 

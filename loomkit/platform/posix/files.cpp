@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/platform/files.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -67,6 +68,16 @@ bool isDirectory(const std::string& path) {
   const std::string target = systemPath(path);
   struct stat status {};
   return succeeded(::stat(target.c_str(), &status), target) && S_ISDIR(status.st_mode);
+}
+
+bool isLink(const std::string& path) {
+  struct stat status {};
+  return ::lstat(systemPath(path).c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
+void setModificationTime(const std::string& path, long seconds) {
+  const timespec times[2] = {{0, UTIME_OMIT}, {seconds, 0}};
+  static_cast<void>(::utimensat(AT_FDCWD, systemPath(path).c_str(), times, 0));
 }
 
 bool modificationTime(const std::string& path, long* seconds) {
