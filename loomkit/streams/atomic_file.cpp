@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <streambuf>
 #include <vector>
 
@@ -35,6 +36,16 @@ class HandleBuf : public std::streambuf {
 
   int sync() override { return drain() ? 0 : -1; }
 
+  // Archives complete their headers afterwards.
+  pos_type seekoff(off_type offset, std::ios_base::seekdir direction,
+                   std::ios_base::openmode /*which*/) override {
+    if (direction == std::ios_base::end) return off_type(-1);
+    return seek(direction == std::ios_base::beg ? hulFromStart : hulFromCurrent, offset);
+  }
+  pos_type seekpos(pos_type position, std::ios_base::openmode /*which*/) override {
+    return seek(hulFromStart, position);
+  }
+
   std::streamsize xsputn(const char* text, std::streamsize size) override {
     // What is larger than the block is not worth a copy.
     if (size < static_cast<std::streamsize>(block.size())) {
@@ -48,6 +59,12 @@ class HandleBuf : public std::streambuf {
     if (!write(pbase(), pptr() - pbase())) return false;
     setp(block.data(), block.data() + block.size());
     return true;
+  }
+
+  pos_type seek(int origin, off_type offset) {
+    std::int64_t position = -1;
+    if (!drain() || hulSeek(handle, origin, offset, 0, &position) < 0) return off_type(-1);
+    return position;
   }
 
   bool write(const char* text, std::streamsize size) {

@@ -32,7 +32,8 @@ class LOOMKIT_API GAtomicFile {
   /// True until commit(), discard(), or a failure to make the file.
   [[nodiscard]] bool isOpen() const;
 
-  /// Takes the content, as bytes. It belongs to this object.
+  /// Takes the content, as bytes. It can seek, but not from the end. It belongs
+  /// to this object.
   [[nodiscard]] std::ostream& out();
 
   /// Puts the file in the target's place. False if anything failed since the

@@ -90,6 +90,21 @@ TEST(GAtomicFile, WritesWhateverSizeInWhateverSteps) {
   EXPECT_EQ(scratch.read("f"), expected);
 }
 
+TEST(GAtomicFile, CanGoBackAndForth) {
+  const ScratchDirectory scratch;
+  GAtomicFile file(scratch / "f");
+  file.out() << "0123456789";
+  EXPECT_EQ(file.out().tellp(), std::streampos(10));
+  file.out().seekp(2) << "ab";
+  file.out().seekp(3, std::ios::cur) << "c";
+  EXPECT_TRUE(file.out().seekp(10));
+  file.out() << "end";
+  EXPECT_TRUE(file.commit());
+  EXPECT_EQ(scratch.read("f"), "01ab456c89end");
+  GAtomicFile other(scratch / "g");
+  EXPECT_FALSE(other.out().seekp(0, std::ios::end));
+}
+
 TEST(GAtomicFile, FollowsLinks) {
   const ScratchDirectory scratch;
   scratch.write("target", "old");

@@ -7,16 +7,18 @@ namespace loom {
 namespace {
 
 constexpr const Family* list[] = {
-    &evalFamily,   //
-    &replFamily,   //
-    &wordsFamily,  //
-    &textFamily,   //
-    &sumFamily,    //
-    &fileFamily,   //
-    &arFamily,     //
-    &dbFamily,     //
-    &sqlFamily,    //
-    &aboutFamily,  //
+    &evalFamily,      //
+    &replFamily,      //
+    &wordsFamily,     //
+    &textFamily,      //
+    &sumFamily,       //
+    &fileFamily,      //
+    &zipFamily,       //
+    &arFamily,        //
+    &materialFamily,  //
+    &dbFamily,        //
+    &sqlFamily,       //
+    &aboutFamily,     //
 };
 
 }  // namespace

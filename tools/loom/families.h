@@ -12,11 +12,13 @@ extern const Family arFamily;
 extern const Family dbFamily;
 extern const Family evalFamily;
 extern const Family fileFamily;
+extern const Family materialFamily;
 extern const Family replFamily;
 extern const Family sqlFamily;
 extern const Family sumFamily;
 extern const Family textFamily;
 extern const Family wordsFamily;
+extern const Family zipFamily;
 
 }  // namespace loom
 

@@ -4,6 +4,7 @@
 #define LOOM_TERMINAL_H
 
 #include <cstdio>
+#include <string>
 
 namespace loom {
 
@@ -17,6 +18,10 @@ enum class StandardStream { input = 0, output = 1, error = 2 };
 /// the file's own buffer, so do not mix with other reads. 0 at the end; below
 /// 0 after an error, which errno then holds.
 [[nodiscard]] long readSome(std::FILE* file, char* buffer, std::size_t size);
+
+/// Asks at the terminal itself, whatever the standard streams are, and reads a
+/// line that is not shown. False when there is no terminal.
+[[nodiscard]] bool askSecretly(const std::string& prompt, std::string* answer);
 
 }  // namespace loom
 

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "../terminal.h"
 
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 
 namespace loom {
 
@@ -14,6 +16,26 @@ long readSome(std::FILE* file, char* buffer, std::size_t size) {
     const ssize_t got = ::read(fileno(file), buffer, size);
     if (got >= 0 || errno != EINTR) return got;
   }
+}
+
+bool askSecretly(const std::string& prompt, std::string* answer) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> tty(std::fopen("/dev/tty", "r+e"),
+                                                            &std::fclose);
+  if (tty == nullptr) return false;
+  const int descriptor = fileno(tty.get());
+  termios shown{};
+  if (tcgetattr(descriptor, &shown) != 0) return false;
+  termios hidden = shown;
+  hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  tcsetattr(descriptor, TCSAFLUSH, &hidden);
+  std::fputs(prompt.c_str(), tty.get());
+  std::fflush(tty.get());
+  answer->clear();
+  char c = 0;
+  while (readSome(tty.get(), &c, 1) == 1 && c != '\n') *answer += c;
+  tcsetattr(descriptor, TCSAFLUSH, &shown);
+  std::fputs("\n", tty.get());
+  return true;
 }
 
 }  // namespace loom
