@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/config/config_file_base.h"
+
+#include <cstdio>
+
+#include "loomkit/config/config_file.h"
+#include "loomkit/config/config_line.h"
+#include "loomkit/config/writeable_config_file.h"
+#include "loomkit/streams/file.h"
+
+namespace loomkit {
+
+template <typename File, typename Section>
+ConfigFileBase<File, Section>::ConfigFileBase() = default;
+template <typename File, typename Section>
+ConfigFileBase<File, Section>::ConfigFileBase(const ConfigFileBase&) = default;
+template <typename File, typename Section>
+ConfigFileBase<File, Section>& ConfigFileBase<File, Section>::operator=(const ConfigFileBase&) =
+    default;
+
+template <typename File, typename Section>
+ConfigFileBase<File, Section>::~ConfigFileBase() {
+  for (const Section* section : sections) delete section;
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::load(const std::string& fileName) {
+  loadedName = fileName;
+  const std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
+  if (stream == nullptr) return setErrMsg("can't open for reading");
+  return loadOpened(stream.get());
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::load(const std::string& fileName, std::istream* stream) {
+  loadedName = fileName;
+  return loadOpened(stream);
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::load(const std::string& directory1,
+                                         const std::string& directory2,
+                                         const std::string& fileName) {
+  for (const std::string& directory : {directory1, directory2}) {
+    loadedName = directory + "/" + fileName;
+    const std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
+    if (stream != nullptr) return loadOpened(stream.get());
+  }
+  return setErrMsg("can't open for reading");
+}
+
+template <typename File, typename Section>
+Section* ConfigFileBase<File, Section>::getSection(const std::string& sectionName) const {
+  const auto found = sectionsByName.find(sectionName);
+  return found == sectionsByName.end() ? nullptr : found->second;
+}
+
+template <typename File, typename Section>
+void ConfigFileBase<File, Section>::finishedLoading(bool /*ok*/) {}
+
+template <typename File, typename Section>
+void ConfigFileBase<File, Section>::addSection(Section* section) {
+  sections.push_back(section);
+  sectionsByName.emplace(sectionKey(section->getSectionName()), section);
+}
+
+// The line's number is that of the last load even where there is no line, as
+// in a failure to open or to save: tools that read these messages know it.
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::setErrMsg(const std::string& msg) {
+  errMsg.clear();
+  if (!loadedName.empty()) errMsg += loadedName + ": ";
+  if (lineNumber != 0) errMsg += "line " + std::to_string(lineNumber) + ": ";
+  errMsg += msg;
+  return false;
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::loadOpened(std::istream* stream) {
+  const bool ok = loadLines(*stream);
+  finishedLoading(ok);
+  return ok;
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::loadLines(std::istream& stream) {
+  lineNumber = 0;
+  std::string line;
+  while (std::getline(stream, line)) {
+    ++lineNumber;
+    if (!takeLine(line)) return false;
+  }
+  return !stream.bad() || setErrMsg("read error");
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::takeLine(const std::string& line) {
+  const ConfigLine parsed = parseConfigLine(line);
+  switch (parsed.kind) {
+    case ConfigLine::Other:
+      static_cast<File*>(this)->takeOtherLine(line);
+      return true;
+    case ConfigLine::Section:
+      return enterSection(sectionKey(parsed.name));
+    case ConfigLine::Key:
+      break;
+    default:
+      return setErrMsg(parsed.error);
+  }
+  const std::string key(parsed.name);
+  const std::string value(parsed.value);
+  if (currentSection == nullptr) return newKeyValue(key, value);
+  return currentSection->newKeyValue(key, value) || setErrMsg(currentSection->getErrMsg());
+}
+
+template <typename File, typename Section>
+bool ConfigFileBase<File, Section>::enterSection(const std::string& sectionName) {
+  currentSection = getSection(sectionName);
+  if (currentSection != nullptr) return true;
+  currentSection = newSection(sectionName);
+  if (currentSection == nullptr) return setErrMsg("unknown section name");
+  // Under the name of the header, whatever the section calls itself.
+  sections.push_back(currentSection);
+  sectionsByName[sectionName] = currentSection;
+  return true;
+}
+
+template class ConfigFileBase<GConfigFile, GConfigSection>;
+template class ConfigFileBase<GWriteableConfigFile, GWriteableConfigSection>;
+
+}  // namespace loomkit
