@@ -9,6 +9,7 @@ namespace loom {
 
 extern const Family aboutFamily;
 extern const Family arFamily;
+extern const Family configFamily;
 extern const Family dbFamily;
 extern const Family evalFamily;
 extern const Family fileFamily;
