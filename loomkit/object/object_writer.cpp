@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/object/object_writer.h"
+
+#include <typeinfo>
+
+namespace loomkit {
+
+std::string ObjectWriter::textOf(const GVectorObj& vector) {
+  ObjectWriter writer;
+  writer.open(vector);
+  writer.writeAll();
+  return writer.text;
+}
+
+std::string ObjectWriter::textOf(const GListObj& list) {
+  ObjectWriter writer;
+  writer.open(list);
+  writer.writeAll();
+  return writer.text;
+}
+
+void ObjectWriter::open(const GVectorObj& vector) {
+  text += '[';
+  stack.push_back({&vector.items, nullptr, 0, {}});
+  first = true;
+}
+
+void ObjectWriter::open(const GListObj& list) {
+  text += "@(";
+  stack.push_back({nullptr, &list.items, 0, list.items.begin()});
+  first = true;
+}
+
+bool ObjectWriter::takeNext(Open& sequence, const GObject** object) {
+  if (sequence.vector != nullptr) {
+    if (sequence.index == sequence.vector->size()) return false;
+    *object = (*sequence.vector)[sequence.index++].get();
+    return true;
+  }
+  if (sequence.position == sequence.list->end()) return false;
+  *object = (sequence.position++)->get();
+  return true;
+}
+
+void ObjectWriter::writeAll() {
+  while (!stack.empty()) {
+    const GObject* object = nullptr;
+    if (takeNext(stack.back(), &object)) {
+      if (!first) text += ", ";
+      first = false;
+      write(object);
+    } else {
+      text += stack.back().vector != nullptr ? ']' : ')';
+      stack.pop_back();
+      first = false;
+    }
+  }
+}
+
+// A sequence of a host's own class writes itself.
+void ObjectWriter::write(const GObject* object) {
+  if (object == nullptr) {
+    text += "NULL";
+  } else if (typeid(*object) == typeid(GVectorObj)) {
+    open(static_cast<const GVectorObj&>(*object));
+  } else if (typeid(*object) == typeid(GListObj)) {
+    open(static_cast<const GListObj&>(*object));
+  } else {
+    text += object->toString();
+  }
+}
+
+}  // namespace loomkit
