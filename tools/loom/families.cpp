@@ -16,6 +16,7 @@ constexpr const Family* list[] = {
     &zipFamily,       //
     &arFamily,        //
     &materialFamily,  //
+    &objectFamily,    //
     &configFamily,    //
     &dbFamily,        //
     &sqlFamily,       //

@@ -14,6 +14,7 @@ extern const Family dbFamily;
 extern const Family evalFamily;
 extern const Family fileFamily;
 extern const Family materialFamily;
+extern const Family objectFamily;
 extern const Family replFamily;
 extern const Family sqlFamily;
 extern const Family sumFamily;

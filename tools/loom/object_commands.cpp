@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+// loom object: the notation of dynamic objects.
+#include <cstdlib>
+#include <memory>
+
+#include "console.h"
+#include "families.h"
+#include "loomkit/object/sequence_objects.h"
+#include "loomkit/streams/file.h"
+#include "object_json.h"
+
+namespace loom {
+
+namespace {
+
+std::string contentOf(const std::string& path) {
+  if (path == "-") {
+    std::string text;
+    char block[65536];
+    for (long count = 0; (count = readSome(stdin, block, sizeof block)) > 0;) {
+      text.append(block, static_cast<std::size_t>(count));
+    }
+    return text;
+  }
+  const std::unique_ptr<std::istream> in(GFile(path).getInStream(true));
+  if (in == nullptr) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
+  return {std::istreambuf_iterator<char>(*in), {}};
+}
+
+// "FILE:LINE:COLUMN: REASON", both counted from 1 and in bytes.
+Failure damageAt(const std::string& path, const std::string& text, const GObjectError& error) {
+  std::size_t line = 1;
+  std::size_t begin = 0;
+  for (std::size_t i = 0; i < error.offset && i < text.size(); ++i) {
+    if (text[i] != '\n') continue;
+    ++line;
+    begin = i + 1;
+  }
+  return {ExitCode::damaged, path + ":" + std::to_string(line) + ":" +
+                                 std::to_string(error.offset - begin + 1) + ": " + error.reason};
+}
+
+GRef2<GObject> readObject(const Invocation& call) {
+  const std::string path = call.operand("FILE");
+  const std::string text = contentOf(path);
+  GObjectError error;
+  GRef2<GObject> object;
+  if (call.value("--from") == "json") {
+    object = objectOfJson(text, &error);
+  } else {
+    object = gParseObject(text, &error);
+  }
+  if (!error.reason.empty()) throw damageAt(path, text, error);
+  return object;
+}
+
+// Breaks a sequence that does not fit a line into one line for each element.
+void format(GObject* object, std::size_t indent, std::string* text) {
+  constexpr std::size_t width = 78;
+  const std::string whole = GObject::formatCb(object);
+  const auto* sequence = dynamic_cast<const GSequenceObj*>(object);
+  if (sequence == nullptr || sequence->empty() || indent + whole.size() <= width) {
+    *text += whole;
+    return;
+  }
+  const bool list = whole.front() == '@';
+  *text += list ? "@(" : "[";
+  for (int i = 0; i < sequence->size(); ++i) {
+    *text += (i == 0 ? "\n" : ",\n") + std::string(indent + 2, ' ');
+    format(sequence->get(i), indent + 2, text);
+  }
+  *text += "\n" + std::string(indent, ' ') + (list ? ")" : "]");
+}
+
+void printObject(const Invocation& call, GObject* object) {
+  if (call.json()) {
+    JsonWriter json;
+    writeJson(json, object);
+    return;
+  }
+  std::string text;
+  if (call.has("--compact")) {
+    text = GObject::formatCb(object);
+  } else {
+    format(object, 0, &text);
+  }
+  printLine(text);
+}
+
+ExitCode reformat(const Invocation& call) {
+  printObject(call, readObject(call));
+  return ExitCode::done;
+}
+
+ExitCode check(const Invocation& call) {
+  readObject(call);
+  return ExitCode::done;
+}
+
+// The element at "2.0.1": of the third element, the first, the second.
+ExitCode get(const Invocation& call) {
+  const GRef2<GObject> root = readObject(call);
+  GObject* object = root;
+  const std::string path = call.operand("INDEX");
+  for (const char* next = path.c_str();;) {
+    char* end = nullptr;
+    const long index = std::strtol(next, &end, 10);
+    if (end == next || (*end != '.' && *end != '\0')) {
+      throw Failure(ExitCode::usage, "not an index: " + path);
+    }
+    const auto* sequence = dynamic_cast<const GSequenceObj*>(object);
+    if (sequence == nullptr || index < 0 || index >= sequence->size()) {
+      complain("there is no element " + path);
+      return ExitCode::no;
+    }
+    object = sequence->get(static_cast<int>(index));
+    if (*end == '\0') break;
+    next = end + 1;
+  }
+  printObject(call, object);
+  return ExitCode::done;
+}
+
+constexpr Operand fileOperand = {.name = "FILE",
+                                 .help = "A file with one object, or - for standard input.",
+                                 .completes = Completes::files};
+constexpr Operand fileOperands[] = {fileOperand};
+constexpr Operand getOperands[] = {
+    fileOperand, {.name = "INDEX", .help = "The place of an element, like 2 or 2.0.1."}};
+constexpr Option fromOption = {.names = "--from",
+                               .value = "FORMAT",
+                               .help = "What the file holds; by default the notation.",
+                               .choices = "notation|json"};
+constexpr Option compactOption = {.names = "-c,--compact", .help = "Print one line."};
+constexpr Option formatOptions[] = {compactOption, fromOption};
+constexpr Option checkOptions[] = {fromOption};
+constexpr ExitCodeMeaning readExits[] = {{ExitCode::cannotOpen, "there is no such file"},
+                                         {ExitCode::damaged, "the file holds no object"}};
+constexpr ExitCodeMeaning getExits[] = {{ExitCode::no, "there is no such element"},
+                                        {ExitCode::cannotOpen, "there is no such file"},
+                                        {ExitCode::damaged, "the file holds no object"}};
+
+constexpr Command commands[] = {
+    {.name = "fmt",
+     .summary = "print an object, well set",
+     .description = "Prints the object with a line for each element of what is too long for one "
+                    "line. With --json it is printed as JSON, and --from json reads that back.",
+     .options = formatOptions,
+     .operands = fileOperands,
+     .example = "$ echo '[1,@(2,\"x\") , NULL]' | loom object fmt -\n[1, @(2, \"x\"), NULL]\n"
+                "$ echo '@([\"a\", 1], [\"b\", [true, NULL]])' | loom object fmt --json -\n"
+                "{\"a\":1,\"b\":[true,null]}\n",
+     .exits = readExits,
+     .run = reformat},
+    {.name = "check",
+     .summary = "look for the first mistake",
+     .description = "Says where the text stops being an object: file, line and column.",
+     .options = checkOptions,
+     .operands = fileOperands,
+     .example = "$ printf '[1,\\n 2 3]' > a; loom object check a\n"
+                "loom: a:2:4: ',' or ']' expected\n[exit 4]\n",
+     .exits = readExits,
+     .run = check},
+    {.name = "get",
+     .summary = "print an element",
+     .description = "Prints the element at an index, or below it at further ones behind dots. "
+                    "They count from 0.",
+     .options = formatOptions,
+     .operands = getOperands,
+     .example = "$ echo '[1, [2, @x]]' | loom object get - 1.1\n@x\n",
+     .exits = getExits,
+     .run = get},
+};
+
+}  // namespace
+
+const Family objectFamily = {
+    .name = "object", .summary = "the notation of objects", .commands = commands};
+
+}  // namespace loom
