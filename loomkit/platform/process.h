@@ -30,6 +30,12 @@ void closeHandle(int handle);
 /// three standard handles. No other handle of this process reaches the child.
 bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child);
 
+/// The same in another directory, unless that is empty, and with variables
+/// "NAME=VALUE" in place of or beside those of this process.
+bool startProcess(const std::string& commandLine, int in, int out, int err,
+                  const std::string& directory, const std::vector<std::string>& variables,
+                  ChildProcess* child);
+
 /// Ends the child, whose exit code is then 1. Here and below, a child that
 /// somebody else has waited for is a failure, and is forgotten.
 bool terminateProcess(ChildProcess* child);
@@ -38,6 +44,13 @@ bool terminateProcess(ChildProcess* child);
 /// is waited for. A child that a signal ended has 128 and the signal's number.
 /// Once an exit code has been given, the child is forgotten.
 bool processExitCode(ChildProcess* child, bool wait, unsigned* code);
+
+/// Waits for the child's end, at most so long; true once it has ended. The exit
+/// code stays to be asked for.
+bool waitForEnd(const ChildProcess& child, int milliseconds);
+
+/// Waits until a read would not wait, at most so long; false when it would.
+bool waitReadable(int handle, int milliseconds);
 
 /// Read at least one byte, or none at the end; write all bytes or fail.
 bool readHandle(int handle, char* buffer, unsigned size, unsigned* count);

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/system/process.h"
 
+#include <algorithm>
 #include <optional>
+#include <vector>
 
 #include "loomkit/platform/process.h"
 #include "loomkit/platform/system.h"
@@ -11,10 +13,24 @@
 
 namespace platform = loomkit::platform;
 
+namespace {
+
+// The ends of the three pipes.
+struct PipeEnds {
+  int in = -1, out = -1, err = -1;
+  int outRead = -1, errRead = -1;
+};
+
+}  // namespace
+
 struct GProcess::Data {
   platform::ChildProcess child;
   int stdInWrite = -1;
   std::optional<loomkit::ProcessPipe> stdInPipe, stdOutPipe, stdErrPipe;
+  std::vector<int> ownHandles;  // to be closed with the object
+  bool ownsStdIn = false;       // the same of stdInWrite
+
+  bool openPipes(const GProcess& process, PipeEnds* ends);
 };
 
 namespace {
@@ -35,6 +51,11 @@ bool openPipe(bool childReads, bool used, const char* failure, int* childEnd, in
   return true;
 }
 
+int millisecondsOf(double seconds) {
+  constexpr double longest = 1e6;  // eleven days
+  return static_cast<int>(std::min(std::max(seconds, 0.0), longest) * 1000);
+}
+
 int readFrom(std::optional<loomkit::ProcessPipe>& pipe, char* buffer, unsigned size) {
   return pipe ? pipe->readAll(buffer, size) : -1;
 }
@@ -45,24 +66,48 @@ GProcess::GProcess(const std::string& path, bool in, bool out, bool err)
     : impl(std::make_unique<Data>()), program(path), useStdIn(in), useStdOut(out), useStdErr(err) {}
 
 GProcess::~GProcess() {
-  if (impl->child.id == 0 || !platform::terminateProcess(&impl->child)) return;
-  unsigned code = 0;
-  platform::processExitCode(&impl->child, true, &code);  // leaves no zombie
+  if (impl->child.id != 0 && platform::terminateProcess(&impl->child)) {
+    unsigned code = 0;
+    platform::processExitCode(&impl->child, true, &code);  // leaves no zombie
+  }
+  for (const int handle : impl->ownHandles) platform::closeHandle(handle);
+  if (impl->ownsStdIn && impl->stdInWrite != -1) platform::closeHandle(impl->stdInWrite);
+}
+
+bool GProcess::Data::openPipes(const GProcess& process, PipeEnds* ends) {
+  return openPipe(true, process.useStdIn, "Can't create pipe for stdin", &ends->in, &stdInWrite,
+                  &stdInPipe) &&
+         openPipe(false, process.useStdOut, "Can't create pipe for stdout", &ends->out,
+                  &ends->outRead, &stdOutPipe) &&
+         openPipe(false, process.useStdErr, "Can't create pipe for stderr", &ends->err,
+                  &ends->errRead, &stdErrPipe);
 }
 
 bool GProcess::run(int argc, const char** argv) {
   const std::string line = loomkit::commandLine(program, argc, argv);
-  int in = -1, out = -1, err = -1, outRead = -1, errRead = -1;
-  if (!openPipe(true, useStdIn, "Can't create pipe for stdin", &in, &impl->stdInWrite,
-                &impl->stdInPipe) ||
-      !openPipe(false, useStdOut, "Can't create pipe for stdout", &out, &outRead,
-                &impl->stdOutPipe) ||
-      !openPipe(false, useStdErr, "Can't create pipe for stderr", &err, &errRead,
-                &impl->stdErrPipe))
-    return false;
-  if (platform::startProcess(line, in, out, err, &impl->child)) return true;
+  PipeEnds ends;
+  if (!impl->openPipes(*this, &ends)) return false;
+  if (platform::startProcess(line, ends.in, ends.out, ends.err, &impl->child)) return true;
   systemError("Can't create process");
   return false;
+}
+
+bool GProcess::run(int argc, const char** argv, const std::string& directory,
+                   const std::vector<std::string>& environment) {
+  const std::string line = loomkit::commandLine(program, argc, argv);
+  PipeEnds ends;
+  const bool opened = impl->openPipes(*this, &ends);
+  const bool started = opened && platform::startProcess(line, ends.in, ends.out, ends.err,
+                                                        directory, environment, &impl->child);
+  if (opened && !started) systemError("Can't create process");
+  for (const int end : {ends.in, ends.out, ends.err}) {
+    if (end != -1) platform::closeHandle(end);
+  }
+  impl->ownsStdIn = true;
+  for (const int end : {ends.outRead, ends.errRead}) {
+    if (end != -1) impl->ownHandles.push_back(end);
+  }
+  return started;
 }
 
 bool GProcess::kill() {
@@ -108,6 +153,20 @@ int GProcess::sendStdIn(const char* data, unsigned int size) {
   if (platform::writeHandle(impl->stdInWrite, data, size, &count)) return static_cast<int>(count);
   systemError("Can't write pipe");
   return -1;
+}
+
+bool GProcess::waitFor(double seconds) {
+  return impl->child.id == 0 || platform::waitForEnd(impl->child, millisecondsOf(seconds));
+}
+
+int GProcess::readAvailableStdOut(char* buffer, unsigned int size, double seconds) {
+  if (!impl->stdOutPipe) return -1;
+  return impl->stdOutPipe->readAvailable(buffer, size, millisecondsOf(seconds));
+}
+
+int GProcess::readAvailableStdErr(char* buffer, unsigned int size, double seconds) {
+  if (!impl->stdErrPipe) return -1;
+  return impl->stdErrPipe->readAvailable(buffer, size, millisecondsOf(seconds));
 }
 
 bool GProcess::closeStdIn() {

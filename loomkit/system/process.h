@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "loomkit/platform/export.h"
 
@@ -58,6 +59,24 @@ class LOOMKIT_API GProcess {
 
   /// Sets an environment variable that children started later inherit.
   static void setEnv(const std::string& name, const std::string& value);
+
+  /// Extension: run() in another directory, unless that is empty, and with
+  /// variables "NAME=VALUE" in place of or beside the inherited ones. Other than
+  /// run() it keeps none of the child's ends, so that reading sees the end of a
+  /// stream, and closes everything with the object.
+  bool run(int argc, const char** argv, const std::string& directory,
+           const std::vector<std::string>& environment);
+
+  /// Extension: waits for the child's end, at most so many seconds. True once
+  /// it has ended, or if there is none; getExitCode() tells how.
+  bool waitFor(double seconds);
+
+  /// Extension: read what the child has written, as it is, waiting for the first
+  /// byte at most so many seconds. The number of bytes, at least 1; 0 when
+  /// nothing came in time; -1 at the end of the stream, for one that is not in
+  /// use, or after a failure.
+  int readAvailableStdOut(char* buffer, unsigned int size, double seconds);
+  int readAvailableStdErr(char* buffer, unsigned int size, double seconds);
 
   /// Extension: sends the bytes as they are. Their number, or -1.
   int sendStdIn(const char* data, unsigned int size);

@@ -67,6 +67,28 @@ int ProcessPipe::read(char* target, unsigned size) {
   return static_cast<int>(count);
 }
 
+int ProcessPipe::readAvailable(char* target, unsigned size, int milliseconds) {
+  if (size == 0) return 0;
+  if (pendingCR) {
+    pendingCR = false;
+    *target = '\r';
+    return 1;
+  }
+  if (current < end) {
+    const std::size_t count = std::min<std::size_t>(size, end - current);
+    std::copy_n(buffer.begin() + static_cast<std::ptrdiff_t>(current), count, target);
+    current += count;
+    return static_cast<int>(count);
+  }
+  if (!platform::waitReadable(handle, milliseconds)) return 0;
+  unsigned count = 0;
+  if (!platform::readHandle(handle, target, size, &count)) {
+    systemError("Can't read pipe");
+    return -1;
+  }
+  return count == 0 ? -1 : static_cast<int>(count);
+}
+
 // The translation goes from the block to the caller, and the block is what is
 // sent. Nothing ever fills the block: it is all zeros, without a line feed.
 int ProcessPipe::write(char* target, unsigned size) {

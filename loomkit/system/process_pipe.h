@@ -17,6 +17,11 @@ class ProcessPipe {
   int readAll(char* target, unsigned size);
   int writeAll(char* target, unsigned size);
 
+  /// Gives what is there as it is, waiting for the first byte at most so long:
+  /// the number of bytes, 0 when nothing has come, -1 at the end of the stream
+  /// or after a failure.
+  int readAvailable(char* target, unsigned size, int milliseconds);
+
  private:
   int read(char* target, unsigned size);
   int write(char* target, unsigned size);

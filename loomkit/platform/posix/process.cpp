@@ -2,12 +2,17 @@
 #include "loomkit/platform/process.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <thread>
 
 #include "loomkit/platform/hul.h"
 #include "loomkit/platform/posix/error_codes.h"
@@ -58,9 +63,37 @@ class SpawnSettings {
     ::posix_spawnattr_destroy(&attributes);
   }
 
+  void setDirectory(const std::string& directory) {
+    ::posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
+  }
+
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
 };
+
+// As the system calls want them, ended by null.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+// This process's environment, but for the variables that are given.
+std::vector<std::string> environmentWith(const std::vector<std::string>& variables) {
+  std::vector<std::string> result;
+  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+    const std::string text = *variable;
+    const std::string start = text.substr(0, text.find('=') + 1);
+    const bool replaced = std::any_of(
+        variables.begin(), variables.end(),
+        [&start](const std::string& v) { return v.compare(0, start.size(), start) == 0; });
+    if (!replaced) result.push_back(text);
+  }
+  result.insert(result.end(), variables.begin(), variables.end());
+  return result;
+}
 
 // Fails when somebody else has waited for the child: its number may by now be
 // another process's, so the child is forgotten and never signalled.
@@ -125,20 +158,26 @@ bool createPipe(int* readEnd, int* writeEnd) {
 void closeHandle(int handle) { ::close(handle); }
 
 bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child) {
+  return startProcess(commandLine, in, out, err, {}, {}, child);
+}
+
+bool startProcess(const std::string& commandLine, int in, int out, int err,
+                  const std::string& directory, const std::vector<std::string>& variables,
+                  ChildProcess* child) {
   std::vector<std::string> arguments = splitCommandLine(commandLine);
   if (arguments.empty()) {
     setLastErrorFromErrno(ENOENT);
     return false;
   }
-  std::vector<char*> argv;
-  argv.reserve(arguments.size() + 1);
-  for (std::string& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+  const std::vector<char*> argv = pointersTo(arguments);
+  std::vector<std::string> texts = environmentWith(variables);
+  const std::vector<char*> environment = pointersTo(texts);
   const std::string program = systemPath(arguments[0]);
-  const SpawnSettings settings(in, out, err);
+  SpawnSettings settings(in, out, err);
+  if (!directory.empty()) settings.setDirectory(systemPath(directory));
   pid_t id = 0;
   const int error = ::posix_spawnp(&id, program.c_str(), &settings.actions, &settings.attributes,
-                                   argv.data(), environ);
+                                   argv.data(), environment.data());
   if (error != 0) {
     setPathError(program, error);
     return false;
@@ -179,6 +218,35 @@ bool processExitCode(ChildProcess* child, bool wait, unsigned* code) {
   }
   *child = ChildProcess{};
   return true;
+}
+
+bool waitForEnd(const ChildProcess& child, int milliseconds) {
+  using Clock = std::chrono::steady_clock;
+  constexpr auto longestPause = std::chrono::milliseconds(10);
+  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+  auto pause = std::chrono::microseconds(100);
+  for (;;) {
+    siginfo_t info{};
+    const auto id = static_cast<id_t>(child.id);
+    // A child that somebody else has waited for has ended, too.
+    if (::waitid(P_PID, id, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0)
+      return true;
+    const auto left = end - Clock::now();
+    if (left <= Clock::duration::zero()) return false;
+    std::this_thread::sleep_for(std::min<Clock::duration>(pause, left));
+    pause = std::min<std::chrono::microseconds>(pause * 2, longestPause);
+  }
+}
+
+bool waitReadable(int handle, int milliseconds) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (;;) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+    pollfd wanted{handle, POLLIN, 0};
+    const int ready = ::poll(&wanted, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+    if (ready >= 0 || errno != EINTR) return ready > 0;
+  }
 }
 
 bool readHandle(int handle, char* buffer, unsigned size, unsigned* count) {
