@@ -24,11 +24,19 @@ class GZipWriter::StreamInput : public GZipWriter::Input {
  public:
   explicit StreamInput(std::istream* stream) : source(stream) {}
   unsigned int read(char* buffer, unsigned int size) override {
-    const std::streamsize count = source->rdbuf()->sgetn(buffer, size);
-    return count > 0 ? static_cast<unsigned int>(count) : 0;
+    // Some buffers of files throw what the stream would make its bad bit.
+    try {
+      const std::streamsize count = source->rdbuf()->sgetn(buffer, size);
+      return count > 0 ? static_cast<unsigned int>(count) : 0;
+    } catch (...) {
+      failed = true;
+      return 0;
+    }
   }
+  [[nodiscard]] bool hasFailed() const { return failed; }
 
  private:
+  bool failed = false;
   std::istream* source;
 };
 
@@ -108,7 +116,11 @@ bool GZipWriter::writeEntry(const std::string& filePath) {
 
 bool GZipWriter::writeEntry(const std::string& name, std::istream* data) {
   StreamInput input(data);
-  return writeEntry(name, &input);
+  const bool written = writeEntry(name, &input);
+  if (!written || !input.hasFailed()) return written;
+  GOStrStream text;
+  text << "input/output error reading the data of " << name;
+  return error(text);
 }
 
 bool GZipWriter::writeEntry(const std::string& name, const char* data, unsigned int size) {

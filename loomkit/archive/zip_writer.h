@@ -68,7 +68,8 @@ class LOOMKIT_API GZipWriter : public GZipBase {
   bool writeEntry(const std::string& filePath);
   /// Write a member. The name's backslashes become slashes; leading and doubled
   /// ones, "." and ".." go; a ".." that leads out of the archive is reported and
-  /// ignored. Stream and block stay the caller's.
+  /// ignored. Stream and block stay the caller's; what ends a stream ends the
+  /// data, but for a buffer that throws, which is an error.
   bool writeEntry(const std::string& name, std::istream* data);
   bool writeEntry(const std::string& name, const char* data, unsigned int size);
   bool writeEntry(const std::string& name, Input* data);

@@ -2,7 +2,6 @@
 #include "loomkit/config/key_value_config_file.h"
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
 #include <unordered_set>
 
@@ -79,7 +78,11 @@ bool GKeyValueConfigFile::load(const std::string& fileName) {
 }
 
 bool GKeyValueConfigFile::load(const std::string& fileName, std::istream* stream) {
-  std::string text(std::istreambuf_iterator<char>(*stream), {});
+  std::string text;
+  char block[65536];
+  while (stream->read(block, sizeof block) || stream->gcount() > 0) {
+    text.append(block, static_cast<std::size_t>(stream->gcount()));
+  }
   if (stream->bad()) {
     errMsg = fileName + ": read error";
     return false;

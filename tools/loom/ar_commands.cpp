@@ -9,6 +9,7 @@
 
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/archive/ar_reader.h"
 #include "loomkit/streams/atomic_file.h"
@@ -28,9 +29,7 @@ class Archive {
   // Throws Failure when there is no file; false when it is no archive, which
   // has been said.
   bool open(const std::string& path) {
-    if (!std::unique_ptr<std::istream>(GFile(path).getInStream(true))) {
-      throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-    }
+    requireFile(path);
     if (!reader.open(path)) return false;
     readLongNames();
     for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i) {

@@ -1,22 +1,20 @@
 // SPDX-License-Identifier: MIT
 // loom config: configuration files.
-#include <memory>
+#include <algorithm>
 #include <optional>
 
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/config/key_value_config_file.h"
-#include "loomkit/streams/file.h"
 
 namespace loom {
 
 namespace {
 
 void open(GKeyValueConfigFile& file, const std::string& path) {
-  if (!std::unique_ptr<std::istream>(GFile(path).getInStream(true))) {
-    throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-  }
+  requireFile(path);
   if (!file.load(path)) throw Failure(ExitCode::damaged, file.getErrMsg());
 }
 

@@ -13,6 +13,8 @@ constexpr const Family* list[] = {
     &textFamily,      //
     &sumFamily,       //
     &fileFamily,      //
+    &runFamily,       //
+    &gzipFamily,      //
     &zipFamily,       //
     &arFamily,        //
     &materialFamily,  //

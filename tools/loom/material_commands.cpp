@@ -5,6 +5,7 @@
 
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/archive/material_zip.h"
 #include "loomkit/streams/file.h"
@@ -15,25 +16,11 @@ namespace {
 
 // Opens an existing archive; its id tells whether it is one.
 std::string openMaterial(GMaterialZip& material, const std::string& path) {
-  if (!std::unique_ptr<std::istream>(GFile(path).getInStream(true))) {
-    throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-  }
+  requireFile(path);
   material.open(path, false);
   std::string id;
   if (!material.getId(&id)) throw Failure(ExitCode::damaged, "not a material archive: " + path);
   return id;
-}
-
-std::string contentOf(const std::string& path) {
-  const std::unique_ptr<std::istream> in(GFile(path).getInStream(true));
-  if (in == nullptr) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-  return {std::istreambuf_iterator<char>(*in), {}};
-}
-
-void requireFile(const std::string& path) {
-  if (!std::unique_ptr<std::istream>(GFile(path).getInStream(true))) {
-    throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-  }
 }
 
 ExitCode info(const Invocation& call) {

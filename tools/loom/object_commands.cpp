@@ -1,31 +1,16 @@
 // SPDX-License-Identifier: MIT
 // loom object: the notation of dynamic objects.
 #include <cstdlib>
-#include <memory>
 
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "loomkit/object/sequence_objects.h"
-#include "loomkit/streams/file.h"
 #include "object_json.h"
 
 namespace loom {
 
 namespace {
-
-std::string contentOf(const std::string& path) {
-  if (path == "-") {
-    std::string text;
-    char block[65536];
-    for (long count = 0; (count = readSome(stdin, block, sizeof block)) > 0;) {
-      text.append(block, static_cast<std::size_t>(count));
-    }
-    return text;
-  }
-  const std::unique_ptr<std::istream> in(GFile(path).getInStream(true));
-  if (in == nullptr) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-  return {std::istreambuf_iterator<char>(*in), {}};
-}
 
 // "FILE:LINE:COLUMN: REASON", both counted from 1 and in bytes.
 Failure damageAt(const std::string& path, const std::string& text, const GObjectError& error) {

@@ -9,6 +9,7 @@
 
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/archive/zip_extractor.h"
 #include "loomkit/archive/zip_reader.h"
@@ -30,9 +31,8 @@ std::string passwordOf(const Invocation& call, bool confirm) {
   std::string password;
   if (call.has("--password-file")) {
     const std::string path = call.value("--password-file");
-    const std::unique_ptr<std::istream> in(GFile(path).getInStream(true));
-    if (in == nullptr) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-    std::getline(*in, password);
+    password = contentOf(path);
+    password.resize(std::min(password.find('\n'), password.size()));
     if (!password.empty() && password.back() == '\r') password.pop_back();
     return password;
   }
@@ -50,9 +50,7 @@ class Archive {
   // Throws Failure when there is no file; false when it is no archive, which
   // has been said.
   bool open(const std::string& path) {
-    if (!std::unique_ptr<std::istream>(GFile(path).getInStream(true))) {
-      throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-    }
+    requireFile(path);
     return reader.open(path);
   }
 
@@ -254,17 +252,19 @@ std::uint64_t checkedTotal(const std::vector<Source>& sources) {
 class FileInput : public GZipWriter::Input {
  public:
   FileInput(const std::string& path, ProgressBar& progressBar, std::uint64_t& bytesDone)
-      : in(path, std::ios::binary), bar(progressBar), done(bytesDone) {
+      : name(path), in(path, std::ios::binary), bar(progressBar), done(bytesDone) {
     if (!in) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
   }
   unsigned int read(char* buffer, unsigned int size) override {
     in.read(buffer, size);
+    if (in.bad()) throw Failure(ExitCode::cannotOpen, "cannot read " + name);
     done += static_cast<std::uint64_t>(in.gcount());
     bar.show(done);
     return static_cast<unsigned int>(in.gcount());
   }
 
  private:
+  const std::string& name;
   std::ifstream in;
   ProgressBar& bar;
   std::uint64_t& done;

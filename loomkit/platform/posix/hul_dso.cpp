@@ -4,8 +4,8 @@
 #include <string>
 
 #include "loomkit/platform/hul.h"
+#include "loomkit/platform/module.h"
 #include "loomkit/platform/posix/hul_status.h"
-#include "loomkit/platform/posix/paths.h"
 
 namespace loomkit::platform {
 namespace {
@@ -25,18 +25,19 @@ const char* dsoErrorText() { return dsoError.c_str(); }
 }  // namespace loomkit::platform
 
 using loomkit::platform::failed;
+using loomkit::platform::openModule;
 
 const char* hulGetDSOPrefix() { return "lib"; }
-const char* hulGetDSOSuffix() { return ".so"; }
+const char* hulGetDSOSuffix() { return loomkit::platform::moduleSuffix; }
 
 int hulOpenDSO(const char* name, int /*flags*/, void** handle) {
-  const std::string path = loomkit::platform::systemPath(name);
-  *handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+  const std::string path = name;
+  *handle = openModule(name);
   if (*handle != nullptr) return 0;
   const int status = failed();  // the words for the name that was asked for
   if (!path.ends_with(hulGetDSOSuffix())) return status;
   for (char version = '0'; version <= '9' && *handle == nullptr; ++version)
-    *handle = ::dlopen((path + '.' + version).c_str(), RTLD_NOW | RTLD_LOCAL);
+    *handle = openModule((path + '.' + version).c_str());
   return *handle != nullptr ? 0 : status;
 }
 

@@ -49,8 +49,10 @@ int hulWrite(int handle, const void* data, int size, int* written) {
   int status = 0;
   while (left > 0) {
     const ssize_t count = ::write(handle, next, static_cast<std::size_t>(left));
-    if (count < 0) {
-      if (errno == EINTR) continue;
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) {
+      // A device that takes nothing and calls it success would be asked forever.
+      if (count == 0) errno = EIO;
       status = failedStatus();
       break;
     }

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: MIT
+#include "tests/streams/io_faults.h"
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+namespace {
+
+using loomkit::testing::IoFaults;
+
+bool active = false;
+IoFaults::Kind kind = IoFaults::Fail;
+int chosen = 0;
+int error = 0;
+int count = 0;
+
+// True if this call is to fail; errno says how.
+bool fails() {
+  if (!active) return false;
+  ++count;
+  if (kind == IoFaults::Fail && count >= chosen) {
+    errno = error;
+    return true;
+  }
+  if (kind == IoFaults::Storm && count % 2 == 1) {
+    errno = EINTR;
+    return true;
+  }
+  return false;
+}
+
+std::size_t allowed(std::size_t size) {
+  return active && kind == IoFaults::Short && size > 1 ? 1 : size;
+}
+
+// Standard output and error are the tests' own.
+bool isOurs(int file) { return file > 2; }
+
+}  // namespace
+
+namespace loomkit::testing {
+
+IoFaults::IoFaults(Kind faultKind, int chosenCall, int errorNumber) {
+  kind = faultKind;
+  chosen = chosenCall;
+  error = errorNumber;
+  count = 0;
+  active = true;
+}
+IoFaults::~IoFaults() { active = false; }
+int IoFaults::calls() { return count; }
+
+}  // namespace loomkit::testing
+
+extern "C" {
+
+ssize_t write(int file, const void* data, std::size_t size) {
+  if (isOurs(file) && fails()) return -1;
+  return ::syscall(SYS_write, file, data, isOurs(file) ? allowed(size) : size);
+}
+
+ssize_t writev(int file, const iovec* parts, int partCount) {
+  if (isOurs(file) && fails()) return -1;
+  if (active && kind == loomkit::testing::IoFaults::Short && isOurs(file)) {
+    for (int i = 0; i < partCount; ++i) {
+      if (parts[i].iov_len > 0) return ::syscall(SYS_write, file, parts[i].iov_base, 1);
+    }
+    return 0;
+  }
+  return ::syscall(SYS_writev, file, parts, partCount);
+}
+
+ssize_t read(int file, void* data, std::size_t size) {
+  if (isOurs(file) && fails()) return -1;
+  return ::syscall(SYS_read, file, data, isOurs(file) ? allowed(size) : size);
+}
+
+int fsync(int file) {
+  if (fails()) return -1;
+  return static_cast<int>(::syscall(SYS_fsync, file));
+}
+
+int rename(const char* from, const char* to) noexcept {
+  if (active && kind == loomkit::testing::IoFaults::Fail && fails()) return -1;
+  return static_cast<int>(::syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
+}
+}
