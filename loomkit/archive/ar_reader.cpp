@@ -188,9 +188,9 @@ bool GArReader::readEntry(const GArEntry* entry, std::ostream* out) {
   if (!seekToEntry(entry)) return false;
   char block[4096];
   for (unsigned int left = entry->getSize(); left > 0;) {
-    const unsigned int count = std::min<unsigned int>(left, sizeof block);
+    const auto count = static_cast<std::streamsize>(std::min<std::size_t>(left, sizeof block));
     if (!stream->read(block, count) || !out->write(block, count)) return readingFailed(entry);
-    left -= count;
+    left -= static_cast<unsigned int>(count);
   }
   return true;
 }
@@ -201,7 +201,9 @@ bool GArReader::readEntry(const GArEntry* entry, char** data, unsigned int* size
   const auto release = [](char* block) { ::operator delete(block); };
   std::unique_ptr<char, decltype(release)> block(
       static_cast<char*>(::operator new(entry->getSize())), release);
-  if (!stream->read(block.get(), entry->getSize())) return readingFailed(entry);
+  if (!stream->read(block.get(), static_cast<std::streamsize>(entry->getSize()))) {
+    return readingFailed(entry);
+  }
   *data = block.release();
   *size = entry->getSize();
   return true;

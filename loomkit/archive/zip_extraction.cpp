@@ -71,7 +71,7 @@ class GZipReader::Extraction {
   bool fillInput() {
     if (remaining == 0 || z.avail_in != 0) return true;
     const unsigned int size = std::min<unsigned int>(remaining, sizeof input);
-    if (!reader.stream->read(reinterpret_cast<char*>(input), size)) {
+    if (!reader.stream->read(reinterpret_cast<char*>(input), static_cast<std::streamsize>(size))) {
       return failFile("input/output error");
     }
     remaining -= size;

@@ -24,7 +24,8 @@ class GZipExtractor::Target : public GZipReader::Output {
     if (isTooMuch()) return stop(LimitExceeded);
     if (extractor.cancelled && extractor.cancelled()) return stop(Cancelled);
     crc = crc32(crc, reinterpret_cast<const unsigned char*>(data), size);
-    if (out != nullptr && !out->write(data, size)) return stop(CannotWrite);
+    if (out != nullptr && !out->write(data, static_cast<std::streamsize>(size)))
+      return stop(CannotWrite);
     extractor.showProgress();
     return true;
   }

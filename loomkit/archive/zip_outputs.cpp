@@ -32,7 +32,7 @@ bool GZipReader::StreamOutput::write(const char* data, unsigned int size) {
   if (convertsLineEnds()) {
     convertLineEnds(data, size, pendingCR, [this](char c) { target->put(c); });
   } else {
-    target->write(data, size);
+    target->write(data, static_cast<std::streamsize>(size));
   }
   return !target->fail();
 }

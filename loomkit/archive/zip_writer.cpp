@@ -26,7 +26,8 @@ class GZipWriter::StreamInput : public GZipWriter::Input {
   unsigned int read(char* buffer, unsigned int size) override {
     // Some buffers of files throw what the stream would make its bad bit.
     try {
-      const std::streamsize count = source->rdbuf()->sgetn(buffer, size);
+      const std::streamsize count =
+          source->rdbuf()->sgetn(buffer, static_cast<std::streamsize>(size));
       return count > 0 ? static_cast<unsigned int>(count) : 0;
     } catch (...) {
       failed = true;
