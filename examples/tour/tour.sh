@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 # A tour of loomkit on real data.
 #   LOOM=path/to/loom examples/tour/tour.sh
+# With TOUR_OFFLINE set, nothing is fetched.
 # The examples in C++ are built against the library beside LOOM, or taken from
 # the folder EXAMPLES when that is set.
 set -eu
@@ -85,3 +86,68 @@ title 'A host in C++: values for $parameters'
 show_example parameters
 title 'A host in C++: words of its own'
 show_example functions
+
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cp -L /usr/share/common-licenses/GPL-3 "$work/gpl" 2>/dev/null || cp "$root/README.md" "$work/gpl"
+cd "$work"
+
+title 'A file compressed, compared and checked'
+show 'loom gzip gpl && loom gunzip -c gpl.gz | cmp - gpl && ls -s gpl gpl.gz'
+show 'loom sum gpl > list && loom sum --check list'
+
+title 'A child process, watched'
+show "loom run --timeout 10 -e WHO=loomkit -- sh -c 'echo hello from \$WHO; exit 3'"
+show "loom run --timeout 0.2 -- sleep 60"
+
+title 'Archives: a zip archive written and tested, and one of another program read'
+show 'loom zip new books.zip gpl && loom zip test books.zip && loom zip ls books.zip'
+show "python3 -m zipfile -c theirs.jar gpl && loom zip cat theirs.jar gpl | head -1"
+show "python3 -m zipfile -l books.zip | tail -1"
+
+title 'A Debian package, which is an ar archive'
+mkdir -p package/DEBIAN package/usr/share/doc/tour
+cp gpl package/usr/share/doc/tour/copyright
+printf 'Package: tour\nVersion: 1\nArchitecture: all\nMaintainer: nobody <n@tour.invalid>\nDescription: a tour\n' \
+  >package/DEBIAN/control
+deb=$(find /var/cache/apt/archives -name '*.deb' 2>/dev/null | head -1)
+if [ -z "$deb" ] && [ -z "${TOUR_OFFLINE:-}" ] && timeout 20 apt-get download hello >/dev/null 2>&1
+then deb=$(echo hello_*.deb); fi
+if [ -z "$deb" ]; then deb=tour.deb; dpkg-deb -Zgzip --build package tour.deb >/dev/null 2>&1 || deb=; fi
+if [ -n "$deb" ]; then
+  cp "$deb" package.deb 2>/dev/null || true
+  show "loom ar ls package.deb && loom ar cat package.deb debian-binary"
+fi
+
+title 'A material archive, written and read back'
+echo 'roughness 0.4' >oak.mat
+printf 'not really an image' >oak.png
+show 'loom material new oak.matz --id oak-42 --label en=Oak --description oak.mat --texture oak.png'
+show 'loom material info oak.matz'
+
+title 'One line of a real configuration file changed, the rest kept'
+conf=
+for file in /etc/adduser.conf /etc/deluser.conf /etc/login.defs /etc/os-release /etc/debconf.conf; do
+  if loom config ls $file 2>/dev/null | grep -q ' = '; then conf=$file; break; fi
+done
+if [ -n "$conf" ]; then
+  cp "$conf" copy.conf
+  key=$(loom config ls copy.conf | sed -n 's/ = .*//p' | head -1)
+  echo "(a copy of $conf)"
+  show "loom config set copy.conf $key changed --dry-run"
+  show "loom config set copy.conf $key changed; diff $conf copy.conf | grep -c '^>'"
+fi
+
+title 'Small values with a notation'
+show "echo '[1, @(\"x\", NULL), @oak, name.of:it]' | loom object fmt --json -"
+
+unicode=/usr/share/unicode/UnicodeData.txt
+if [ -r $unicode ]; then
+  title 'A table of 34,000 lines opened as it is, asked, and copied into SQLite'
+  ln -s $unicode UnicodeData.csv
+  columns=code:string,name:string,category:string,combining:int
+  show "loom db count csv:. UnicodeData --columns $columns"
+  show "loom db get csv:. UnicodeData --columns $columns code=20AC"
+  show "loom db copy csv:. UnicodeData sqlite3:chars.db --columns $columns"
+  show "loom sql sqlite3:chars.db \"SELECT category, count(*) FROM UnicodeData GROUP BY 1 ORDER BY 2 DESC LIMIT 3\""
+fi

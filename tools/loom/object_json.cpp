@@ -145,7 +145,9 @@ class Builder : public nlohmann::json_sax<nlohmann::json> {
 
   // A member is a vector in a list; an array never lies in one directly.
   [[nodiscard]] bool isMember() const {
-    return stack.size() > 1 && typeid(*stack[stack.size() - 2]) == typeid(GListObj);
+    if (stack.size() < 2) return false;
+    const GSequenceObj& outer = *stack[stack.size() - 2];
+    return typeid(outer) == typeid(GListObj);
   }
 
   bool fail(const std::string& why) {
