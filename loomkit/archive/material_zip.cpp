@@ -274,7 +274,8 @@ bool GMaterialZip::writeLabels(GZipWriter2& writer) {
   if (labels.empty()) return true;
   std::string text;
   for (const auto& [language, label] : labels) {
-    text += language + material::labelSeparator + label + material::labelLineEnd;
+    text.append(language) += material::labelSeparator;
+    text.append(label) += material::labelLineEnd;
   }
   text.pop_back();
   return writeText(writer, material::labelsName, text);

@@ -31,11 +31,11 @@ std::string normalizedName(const std::string& path) {
     const char c = path[i];
     if (isSeparator(c)) {
       if (!atComponentStart(name)) name += '/';
-    } else if (c != '.' || !atComponentStart(name)) {
-      name += c;
-    } else if (endsComponent(i + 1)) {
-      // "." is where we are already.
-    } else if (path[i + 1] != '.' || !endsComponent(i + 2)) {
+      continue;
+    }
+    const bool dot = c == '.' && atComponentStart(name);
+    if (dot && endsComponent(i + 1)) continue;  // "." is where we are already
+    if (!dot || path[i + 1] != '.' || !endsComponent(i + 2)) {
       name += c;
     } else {
       ++i;

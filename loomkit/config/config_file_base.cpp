@@ -42,7 +42,8 @@ bool ConfigFileBase<File, Section>::load(const std::string& directory1,
                                          const std::string& directory2,
                                          const std::string& fileName) {
   for (const std::string& directory : {directory1, directory2}) {
-    loadedName = directory + "/" + fileName;
+    loadedName = directory;
+    loadedName.append("/").append(fileName);
     const std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
     if (stream != nullptr) return loadOpened(stream.get());
   }
