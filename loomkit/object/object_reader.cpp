@@ -148,13 +148,15 @@ bool ObjectParser::parseNumber() {
 }  // namespace loomkit
 
 GObject* GObject::parseCb(const char* s, const char** end) {
+  *end = s;  // also where memory runs out on the way
   loomkit::ObjectParser parser(s);
   std::unique_ptr<GObject> object;
-  *end = parser.parse(&object) ? parser.getPosition() : s;
+  if (parser.parse(&object)) *end = parser.getPosition();
   return object.release();
 }
 
 GObject* GObject::parseCb(char* s, char** end) {
+  *end = s;
   const char* behind = nullptr;
   GObject* object = parseCb(static_cast<const char*>(s), &behind);
   *end = s + (behind - s);
