@@ -2,6 +2,7 @@
 #include "loomkit/object/object_reader.h"
 
 #include <cstring>
+#include <limits>
 
 #include "loomkit/object/object_parser.h"
 #include "loomkit/object/sequence_objects.h"
@@ -19,6 +20,9 @@ bool beginsWith(const char* text, const char* word) {
 }
 
 bool isWordStart(char c) { return isAsciiAlpha(c) || c == '_'; }
+
+// What turns the whole number before it into the beginning of a float.
+bool goesOnAsFloat(char c) { return c == '.' || c == 'e' || c == 'E'; }
 
 }  // namespace
 
@@ -53,7 +57,7 @@ bool ObjectParser::take(std::unique_ptr<GObject> value) {
 
 bool ObjectParser::parseValue() {
   // A word such as "Symbolic" is a name all the same.
-  if (beginsWith(next, "Symbol") && parseSymbolWord()) return true;
+  if (*next == 'S' && beginsWith(next, "Symbol") && parseSymbolWord()) return true;
   switch (*next) {
     case '@':
       return parseSigned();
@@ -66,7 +70,7 @@ bool ObjectParser::parseValue() {
       break;
   }
   // Whatever follows: "NULLABLE" is NULL, and then something else.
-  if (beginsWith(next, "NULL")) {
+  if (*next == 'N' && beginsWith(next, "NULL")) {
     next += 4;
     return take(nullptr);
   }
@@ -117,7 +121,13 @@ bool ObjectParser::closeOrContinue() {
 }
 
 bool ObjectParser::parseString() {
-  const char* end = nullptr;
+  // Most strings have no escape: they are copied once, straight into the object.
+  const char* const begin = next + 1;
+  const char* end = begin + std::strcspn(begin, "\"\\");
+  if (*end == '"' && end - begin <= std::numeric_limits<int>::max()) {
+    next = end + 1;
+    return take(std::make_unique<GStringObj>(begin, static_cast<unsigned>(end - begin)));
+  }
   const std::string text = gParseCString(next, &end, false);
   if (end == next) return fail("unterminated string");
   next = end;
@@ -133,9 +143,19 @@ bool ObjectParser::parseName() {
 }
 
 bool ObjectParser::parseNumber() {
-  const char* end = nullptr;
+  // Most numbers are decimal and too short to overflow.
+  constexpr int safeDigits = 9;
+  const char* end = next;
+  int small = 0;
+  if (*next != '0') {
+    for (; isAsciiDigit(*end) && end - next < safeDigits; ++end) small = small * 10 + (*end - '0');
+  }
+  if (end != next && !isAsciiDigit(*end) && !goesOnAsFloat(*end)) {
+    next = end;
+    return take(std::make_unique<GIntegerObj>(small));
+  }
   const std::int32_t whole = parseLong32(next, &end, 0);
-  if (end != next && *end != '.' && *end != 'e' && *end != 'E') {
+  if (end != next && !goesOnAsFloat(*end)) {
     next = end;
     return take(std::make_unique<GIntegerObj>(whole));
   }
@@ -148,13 +168,15 @@ bool ObjectParser::parseNumber() {
 }  // namespace loomkit
 
 GObject* GObject::parseCb(const char* s, const char** end) {
+  *end = s;  // also where memory runs out on the way
   loomkit::ObjectParser parser(s);
   std::unique_ptr<GObject> object;
-  *end = parser.parse(&object) ? parser.getPosition() : s;
+  if (parser.parse(&object)) *end = parser.getPosition();
   return object.release();
 }
 
 GObject* GObject::parseCb(char* s, char** end) {
+  *end = s;
   const char* behind = nullptr;
   GObject* object = parseCb(static_cast<const char*>(s), &behind);
   *end = s + (behind - s);

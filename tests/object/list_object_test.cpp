@@ -151,6 +151,19 @@ TEST(GListObj, ACloneHasACursorOfItsOwn) {
   EXPECT_EQ(valuesOf(*list), (std::vector<int>{0, 1, 2, 3, 4}));
 }
 
+// Hours if each access began at an end of the list.
+TEST(GListObj, IsReadInOrderAtOneStepAnElement) {
+  constexpr int size = 300000;
+  const auto list = listOf(size);
+  for (int i = 0; i < size; ++i) ASSERT_EQ(valueAt(*list, i), i);
+  for (int i = size - 1; i >= 0; --i) ASSERT_EQ(valueAt(*list, i), i);
+  EXPECT_EQ(valueAt(*list, size / 2), size / 2);
+  for (int i = size / 2; i < size / 2 + 100000; ++i) {
+    list->insert(i, new GIntegerObj(-1));
+    ASSERT_EQ(valueAt(*list, i), -1);
+  }
+}
+
 TEST(GListObj, MayHoldNull) {
   GListObj list;
   list.pushBack(nullptr);

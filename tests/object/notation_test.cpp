@@ -45,20 +45,26 @@ TEST_P(Notation, IsRead) { EXPECT_EQ(readBack(GetParam().text), GetParam().resul
 
 INSTANTIATE_TEST_SUITE_P(
     Numbers, Notation,
-    ::testing::Values(ReadCase{"42", "int 42 +2"}, ReadCase{"0x10", "int 16 +4"},
-                      ReadCase{"010", "int 8 +3"}, ReadCase{"-5", "int -5 +2"},
-                      ReadCase{"+1", "int 1 +2"}, ReadCase{"  7 ", "int 7 +3"},
-                      ReadCase{"\v\f\r\n\t7", "int 7 +6"}, ReadCase{"1.5", "float 1.5 +3"},
-                      ReadCase{"1e3", "float 1000 +3"}, ReadCase{"1E3", "float 1000 +3"},
-                      ReadCase{".5", "float 0.5 +2"}, ReadCase{"-.5", "float -0.5 +3"},
-                      ReadCase{"1.", "float 1 +2"}, ReadCase{"2147483647", "int 2147483647 +10"},
-                      ReadCase{"2147483648", "int 2147483647 +10"},
-                      ReadCase{"-9999999999", "int -2147483648 +11"},
-                      ReadCase{"0xFFFFFFFFF", "int 2147483647 +11"}, ReadCase{"1x", "int 1 +1"},
-                      ReadCase{"08", "int 0 +1"}, ReadCase{"0x", "int 0 +1"},
-                      ReadCase{"1,5", "int 1 +1"}, ReadCase{"9999999999.0", "float 9999999999 +12"},
-                      ReadCase{"-", "failure"}, ReadCase{"+", "failure"}, ReadCase{".", "failure"},
-                      ReadCase{"e5", "name e5 +2"}));
+    ::testing::Values(
+        ReadCase{"42", "int 42 +2"}, ReadCase{"0x10", "int 16 +4"}, ReadCase{"010", "int 8 +3"},
+        ReadCase{"-5", "int -5 +2"}, ReadCase{"+1", "int 1 +2"}, ReadCase{"  7 ", "int 7 +3"},
+        ReadCase{"\v\f\r\n\t7", "int 7 +6"}, ReadCase{"1.5", "float 1.5 +3"},
+        ReadCase{"1e3", "float 1000 +3"}, ReadCase{"1E3", "float 1000 +3"},
+        ReadCase{".5", "float 0.5 +2"}, ReadCase{"-.5", "float -0.5 +3"},
+        ReadCase{"1.", "float 1 +2"}, ReadCase{"2147483647", "int 2147483647 +10"},
+        ReadCase{"2147483648", "int 2147483647 +10"},
+        ReadCase{"-9999999999", "int -2147483648 +11"},
+        ReadCase{"0xFFFFFFFFF", "int 2147483647 +11"}, ReadCase{"1x", "int 1 +1"},
+        ReadCase{"08", "int 0 +1"}, ReadCase{"0x", "int 0 +1"}, ReadCase{"1,5", "int 1 +1"},
+        ReadCase{"9999999999.0", "float 9999999999 +12"}, ReadCase{"-", "failure"},
+        ReadCase{"+", "failure"}, ReadCase{".", "failure"}, ReadCase{"e5", "name e5 +2"},
+        // Around the nine digits that are read without a look at the range.
+        ReadCase{"0", "int 0 +1"}, ReadCase{"00", "int 0 +2"},
+        ReadCase{"123456789", "int 123456789 +9"}, ReadCase{"1234567890", "int 1234567890 +10"},
+        ReadCase{"-123456789", "int -123456789 +10"},
+        ReadCase{"123456789.5", "float 123456789.5 +11"},
+        ReadCase{"123456789e1", "float 1234567890 +11"}, ReadCase{"1e", "float 1 +1"},
+        ReadCase{"99999999999", "int 2147483647 +11"}));
 
 INSTANTIATE_TEST_SUITE_P(
     Words, Notation,
@@ -82,6 +88,9 @@ INSTANTIATE_TEST_SUITE_P(Strings, Notation,
                          ::testing::Values(ReadCase{"\"a\"", "string \"a\" +3"},
                                            ReadCase{"\"\"", "string \"\" +2"},
                                            ReadCase{"\"a\\tb\\\"\"", "string \"a\\tb\\\"\" +8"},
+                                           ReadCase{"\"a\"b\"", "string \"a\" +3"},
+                                           ReadCase{"\"a\\\\\"b", "string \"a\\\\\" +5"},
+                                           ReadCase{"\"a\\\"", "failure"},
                                            ReadCase{"\"a", "failure"}, ReadCase{"\"", "failure"}));
 
 INSTANTIATE_TEST_SUITE_P(
