@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/config/config_file_base.h"
 
-#include <cstdio>
+#include <utility>
 
 #include "loomkit/config/config_file.h"
 #include "loomkit/config/config_line.h"
@@ -26,15 +26,17 @@ ConfigFileBase<File, Section>::~ConfigFileBase() {
 template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::load(const std::string& fileName) {
   loadedName = fileName;
-  const std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
+  std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
   if (stream == nullptr) return setErrMsg("can't open for reading");
-  return loadOpened(stream.get());
+  return loadOpened(std::move(stream));
 }
 
 template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::load(const std::string& fileName, std::istream* stream) {
   loadedName = fileName;
-  return loadOpened(stream);
+  const bool ok = loadLines(*stream);
+  finishedLoading(ok);
+  return ok;
 }
 
 template <typename File, typename Section>
@@ -44,8 +46,8 @@ bool ConfigFileBase<File, Section>::load(const std::string& directory1,
   for (const std::string& directory : {directory1, directory2}) {
     loadedName = directory;
     loadedName.append("/").append(fileName);
-    const std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
-    if (stream != nullptr) return loadOpened(stream.get());
+    std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
+    if (stream != nullptr) return loadOpened(std::move(stream));
   }
   return setErrMsg("can't open for reading");
 }
@@ -76,9 +78,11 @@ bool ConfigFileBase<File, Section>::setErrMsg(const std::string& msg) {
   return false;
 }
 
+// The file is closed before finishedLoading(), which may write or move it.
 template <typename File, typename Section>
-bool ConfigFileBase<File, Section>::loadOpened(std::istream* stream) {
+bool ConfigFileBase<File, Section>::loadOpened(std::unique_ptr<std::istream> stream) {
   const bool ok = loadLines(*stream);
+  stream.reset();
   finishedLoading(ok);
   return ok;
 }

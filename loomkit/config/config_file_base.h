@@ -60,7 +60,8 @@ class LOOMKIT_API ConfigFileBase {
   [[nodiscard]] Section* getSection(const std::string& sectionName) const;
 
  protected:
-  /// Called after a load in which a file could be opened. Does nothing.
+  /// Called after a load in which a file could be opened, when that file is
+  /// closed again. Does nothing.
   virtual void finishedLoading(bool ok);
 
  public:
@@ -87,7 +88,7 @@ class LOOMKIT_API ConfigFileBase {
   void setName(const std::string& fileName) { loadedName = fileName; }
 
  private:
-  bool loadOpened(std::istream* stream);
+  bool loadOpened(std::unique_ptr<std::istream> stream);
   bool loadLines(std::istream& stream);
   bool takeLine(const std::string& line);
   bool enterSection(const std::string& sectionName);

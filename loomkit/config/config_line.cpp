@@ -2,6 +2,7 @@
 #include "loomkit/config/config_line.h"
 
 #include "loomkit/text/char_class.h"
+#include "loomkit/text/gi_string.h"
 
 namespace loomkit {
 namespace {
@@ -34,10 +35,8 @@ std::string_view trimmed(std::string_view text) {
 }
 
 std::string sectionKey(std::string_view name) {
-  std::string key(name);
-  for (char& c : key) {
-    if (isAsciiUpper(c)) c = static_cast<char>(c - 'A' + 'a');
-  }
+  GiString key(name.data(), name.data() + name.size());
+  key.toLower(0, static_cast<unsigned>(key.size()));
   return key;
 }
 

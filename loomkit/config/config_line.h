@@ -32,7 +32,7 @@ ConfigLine parseConfigLine(std::string_view line);
 /// The text without white space at its ends.
 std::string_view trimmed(std::string_view text);
 
-/// A section's name as sections are compared: with ASCII letters in lower case.
+/// A section's name as sections are compared: in lower case, as GiString has it.
 std::string sectionKey(std::string_view name);
 
 }  // namespace loomkit

@@ -145,9 +145,19 @@ bool GKeyValueConfigFile::parseLine(Line& line, std::string* section, const char
 void GKeyValueConfigFile::index() {
   lastLine.clear();
   lastLine.reserve(lines.size());
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (lines[i].kind == Entry) lastLine[indexKey(lines[i].section, lines[i].key)] = i;
-  }
+  sections.clear();
+  for (std::size_t i = 0; i < lines.size(); ++i) indexLine(i);
+}
+
+// Requires: the lines before it are in the index, those behind it are not.
+void GKeyValueConfigFile::indexLine(std::size_t at) {
+  const Line& line = lines[at];
+  if (line.kind == Other) return;
+  Section& section = sections[line.section];
+  section.end = at + 1;
+  if (line.kind == Header) return;
+  section.entries.push_back(at);
+  lastLine[indexKey(line.section, line.key)] = at;
 }
 
 // --- Saving ----------------------------------------------------------------
@@ -180,13 +190,12 @@ std::vector<std::string> GKeyValueConfigFile::getSections() const {
 }
 
 std::vector<std::string> GKeyValueConfigFile::getKeys(const std::string& section) const {
-  const std::string wanted = sectionKey(section);
   std::vector<std::string> found;
+  const auto wanted = sections.find(sectionKey(section));
+  if (wanted == sections.end()) return found;
   std::unordered_set<std::string> seen;
-  for (const Line& line : lines) {
-    if (line.kind == Entry && line.section == wanted && seen.insert(line.key).second) {
-      found.push_back(line.key);
-    }
+  for (const std::size_t at : wanted->second.entries) {
+    if (seen.insert(lines[at].key).second) found.push_back(lines[at].key);
   }
   return found;
 }
@@ -271,9 +280,7 @@ bool GKeyValueConfigFile::set(const std::string& section, const std::string& key
     return true;
   }
   const std::string wanted = sectionKey(section);
-  const bool there = std::any_of(lines.begin(), lines.end(),
-                                 [&wanted](const Line& line) { return line.section == wanted; });
-  if (!there && !wanted.empty()) addSection(section);
+  if (!wanted.empty() && sections.count(wanted) == 0) addSection(section);
   insertLine(endOfSection(wanted), key + " = " + value);
   return true;
 }
@@ -294,15 +301,11 @@ bool GKeyValueConfigFile::unset(const std::string& section, const std::string& k
 // Behind the last key of the section, or its header; at the top, in front of
 // the first header when there are no keys.
 std::size_t GKeyValueConfigFile::endOfSection(const std::string& section) const {
-  std::size_t end = 0;
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    if (lines[i].section == section && (lines[i].kind != Other || section.empty())) end = i + 1;
-  }
-  if (!section.empty()) return end;
-  const auto lastKey = std::find_if(lines.rbegin(), lines.rend(), [](const Line& line) {
-    return line.section.empty() && line.kind == Entry;
-  });
-  return lastKey == lines.rend() ? end : static_cast<std::size_t>(lines.rend() - lastKey);
+  const auto found = sections.find(section);
+  if (found != sections.end()) return found->second.end;
+  const auto header = std::find_if(lines.begin(), lines.end(),
+                                   [](const Line& line) { return line.kind == Header; });
+  return static_cast<std::size_t>(header - lines.begin());
 }
 
 // The first line end of the file counts for new lines.
@@ -326,7 +329,12 @@ void GKeyValueConfigFile::insertLine(std::size_t at, const std::string& text) {
   const char* error = nullptr;
   parseLine(line, &section, &error);
   lines.insert(lines.begin() + static_cast<Lines::difference_type>(at), std::move(line));
-  index();
+  // At the end nothing else moves.
+  if (at + 1 == lines.size()) {
+    indexLine(at);
+  } else {
+    index();
+  }
 }
 
 void GKeyValueConfigFile::addSection(const std::string& section) {

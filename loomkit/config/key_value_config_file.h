@@ -86,10 +86,15 @@ class LOOMKIT_API GKeyValueConfigFile {
     std::size_t valueEnd = 0;
   };
   using Lines = std::vector<Line>;
+  struct Section {
+    std::vector<std::size_t> entries;
+    std::size_t end = 0;  // behind the last key or header
+  };
 
   static bool parseLine(Line& line, std::string* section, const char** error);
   bool parseText(const std::string& text, Lines* parsed);
   void index();
+  void indexLine(std::size_t at);
   [[nodiscard]] const Line* find(const std::string& section, const std::string& key) const;
   template <typename Value>
   bool getValue(const std::string& section, const std::string& key, Value* value);
@@ -104,7 +109,9 @@ class LOOMKIT_API GKeyValueConfigFile {
   std::string errMsg;
   std::string byteOrderMark;
   Lines lines;
+  // Both name lines by their position.
   std::unordered_map<std::string, std::size_t> lastLine;  // of section, NUL, key
+  std::unordered_map<std::string, Section> sections;
 };
 
 #endif  // LOOMKIT_CONFIG_KEY_VALUE_CONFIG_FILE_H

@@ -183,6 +183,28 @@ TEST(GConfigFile, LoadsFiles) {
   EXPECT_EQ(file.log, "a=1;ok");
 }
 
+int openFiles() {
+  const std::filesystem::directory_iterator list("/proc/self/fd");
+  return static_cast<int>(std::distance(begin(list), end(list)));
+}
+
+TEST(GConfigFile, HasClosedTheFileWhenLoadingIsFinished) {
+  class Counting : public File {
+   public:
+    void finishedLoading(bool /*ok*/) override { open = openFiles(); }
+    int open = 0;
+  };
+  const ScratchDirectory scratch;
+  const std::string path = scratch.write("a.cfg", "a=1\n");
+  const int before = openFiles();
+  Counting file;
+  EXPECT_TRUE(file.load(path));
+  EXPECT_EQ(file.open, before);
+  file.open = 0;
+  EXPECT_TRUE(file.load(scratch / "none", scratch.path(), "a.cfg"));
+  EXPECT_EQ(file.open, before);
+}
+
 TEST(GConfigFile, SaysWhatCannotBeOpened) {
   const ScratchDirectory scratch;
   File file;

@@ -284,6 +284,30 @@ TEST(GKeyValueConfigFile, IsReadBackAfterAnyChange) {
   }
 }
 
+// Neither the listing nor the adding may look at every line for each step.
+TEST(GKeyValueConfigFile, ManySectionsAndNewKeysCostNoMoreEach) {
+  File file;
+  for (int i = 0; i < 50000; ++i) {
+    const std::string number = std::to_string(i);
+    ASSERT_TRUE(file.set("s" + number, "k" + number, number));
+  }
+  std::size_t keys = 0;
+  for (const std::string& section : file.getSections()) keys += file.getKeys(section).size();
+  EXPECT_EQ(keys, 50000U);
+  EXPECT_EQ(valueOf(file, "s49999", "k49999"), "49999");
+}
+
+TEST(GKeyValueConfigFile, HoldsLongLinesAndAnyBytes) {
+  const std::string huge(16 << 20, 'x');
+  const std::string text = "a=" + huge + "\r\n" + std::string("n\0n=\0\n#\0\n", 9) + "b=1\rc=2\n";
+  File file;
+  ASSERT_TRUE(loadText(file, text));
+  EXPECT_EQ(valueOf(file, "", "a"), huge);
+  EXPECT_EQ(valueOf(file, "", std::string("n\0n", 3)), std::string(1, '\0'));
+  EXPECT_EQ(valueOf(file, "", "b"), "1\rc=2") << "a lone CR ends no line";
+  EXPECT_EQ(file.getText(), text);
+}
+
 TEST(GKeyValueConfigFile, HoldsAMillionKeys) {
   std::string text;
   for (int i = 0; i < 1000000; ++i) text += "k" + std::to_string(i) + "=v\n";
