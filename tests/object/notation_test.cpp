@@ -64,6 +64,8 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"-123456789", "int -123456789 +10"},
         ReadCase{"123456789.5", "float 123456789.5 +11"},
         ReadCase{"123456789e1", "float 1234567890 +11"}, ReadCase{"1e", "float 1 +1"},
+        ReadCase{"1e999", "float inf +5"}, ReadCase{"-1e999", "float -inf +6"},
+        ReadCase{"-inf", "failure"}, ReadCase{"inf", "name inf +3"},
         ReadCase{"99999999999", "int 2147483647 +11"}));
 
 INSTANTIATE_TEST_SUITE_P(
