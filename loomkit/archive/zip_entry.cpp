@@ -46,8 +46,35 @@ GZipEntry::GZipEntry(const GZipEntry&) = default;
 GZipEntry& GZipEntry::operator=(const GZipEntry&) = default;
 GZipEntry::~GZipEntry() = default;
 
-unsigned short GZipEntry::getFileTime() const { return zip::toDosTime(modTime).time; }
-unsigned short GZipEntry::getFileDate() const { return zip::toDosTime(modTime).date; }
+long GZipEntry::getModTime() const {
+  if (!knowsModTime) modTime = zip::fromDosTime({fileTime, fileDate});
+  knowsModTime = true;
+  return modTime;
+}
+
+void GZipEntry::setModTime(long seconds) {
+  modTime = seconds;
+  knowsModTime = true;
+  knowsFileTime = false;
+}
+
+void GZipEntry::convertToFileTime() const {
+  if (knowsFileTime) return;
+  const zip::DosTime dos = zip::toDosTime(getModTime());
+  fileTime = dos.time;
+  fileDate = dos.date;
+  knowsFileTime = true;
+}
+
+unsigned short GZipEntry::getFileTime() const {
+  convertToFileTime();
+  return fileTime;
+}
+
+unsigned short GZipEntry::getFileDate() const {
+  convertToFileTime();
+  return fileDate;
+}
 
 bool GZipEntry::readFileHeader(std::istream* stream) {
   using namespace zip::central;
@@ -57,7 +84,9 @@ bool GZipEntry::readFileHeader(std::istream* stream) {
   if ((header.u16(flagsAt) & zip::flagEncrypted) != 0) setEncrypted();
   if ((header.u16(flagsAt) & zip::flagDataDescriptor) != 0) setHasDataDescriptor();
   takeMethod(header.u16(methodAt));
-  modTime = zip::fromDosTime({loadLe16(header.bytes + timeAt), loadLe16(header.bytes + dateAt)});
+  fileTime = loadLe16(header.bytes + timeAt);
+  fileDate = loadLe16(header.bytes + dateAt);
+  knowsModTime = false;
   crc = header.u32(crcAt);
   comprSize = header.u32(comprSizeAt);
   uncomprSize = header.u32(uncomprSizeAt);
@@ -149,13 +178,12 @@ void GZipEntry::fillLocalFileHeader(char* buffer, bool update) const {
   std::memset(header, 0, size);
   unsigned int flags = encrypted ? zip::flagEncrypted : 0;
   if (!directory && !update) flags |= zip::flagDataDescriptor;
-  const zip::DosTime time = zip::toDosTime(modTime);
   storeLe32(header + signatureAt, signature);
   storeLe16(header + versionAt, zip::version);
   storeLe16(header + flagsAt, static_cast<std::uint16_t>(flags));
   storeLe16(header + methodAt, compressed ? zip::methodDeflated : zip::methodStored);
-  storeLe16(header + timeAt, time.time);
-  storeLe16(header + dateAt, time.date);
+  storeLe16(header + timeAt, getFileTime());
+  storeLe16(header + dateAt, getFileDate());
   storeLe16(header + nameSizeAt, static_cast<std::uint16_t>(name.size()));
   if (!update) return;
   storeLe32(header + crcAt, crc);
@@ -213,14 +241,13 @@ bool GZipEntry::writeFileHeader(GZipFileWriter* sink) {
   unsigned char* header = bytesOf(record.data());
   const unsigned int flags =
       (dataDescriptor ? zip::flagDataDescriptor : 0) | (encrypted ? zip::flagEncrypted : 0);
-  const zip::DosTime time = zip::toDosTime(modTime);
   storeLe32(header + signatureAt, signature);
   storeLe16(header + madeByAt, zip::version);
   storeLe16(header + versionAt, zip::version);
   storeLe16(header + flagsAt, static_cast<std::uint16_t>(flags));
   storeLe16(header + methodAt, compressed ? zip::methodDeflated : zip::methodStored);
-  storeLe16(header + timeAt, time.time);
-  storeLe16(header + dateAt, time.date);
+  storeLe16(header + timeAt, getFileTime());
+  storeLe16(header + dateAt, getFileDate());
   storeLe32(header + crcAt, crc);
   storeLe32(header + comprSizeAt, comprSize);
   storeLe32(header + uncomprSizeAt, uncomprSize);

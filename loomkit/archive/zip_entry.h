@@ -25,8 +25,8 @@ class LOOMKIT_API GZipEntry {
   virtual ~GZipEntry();
 
   /// The last change, in seconds since 1970.
-  [[nodiscard]] long getModTime() const { return modTime; }
-  void setModTime(long seconds) { modTime = seconds; }
+  [[nodiscard]] long getModTime() const;
+  void setModTime(long seconds);
   /// The same in MS-DOS form and local time, two seconds a step.
   [[nodiscard]] unsigned short getFileTime() const;
   [[nodiscard]] unsigned short getFileDate() const;
@@ -97,11 +97,18 @@ class LOOMKIT_API GZipEntry {
   void warning(const char* text) const;
   void warning(GOStrStream& text) const;
   void fillLocalFileHeader(char* buffer, bool update) const;
+  void convertToFileTime() const;
   void takeMethod(unsigned int method);
   void takeAttributes(unsigned int attributes);
   bool writeDataDescriptor(GZipFileWriter* sink);
 
-  long modTime = 0;
+  // Times are converted when they are asked for: that costs more than the rest
+  // of a header, and most are never looked at.
+  mutable long modTime = 0;
+  mutable unsigned short fileTime = 0;
+  mutable unsigned short fileDate = 0;
+  mutable bool knowsModTime = true;
+  mutable bool knowsFileTime = false;
   unsigned int crc = 0;
   unsigned int comprSize = 0;
   unsigned int uncomprSize = 0;

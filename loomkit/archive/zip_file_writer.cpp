@@ -26,25 +26,33 @@ GZipFileWriter::~GZipFileWriter() {
 }
 
 int GZipFileWriter::write(const void* data, int size) {
-  if (usesHandle) return hulWrite(handle, data, size, nullptr);
+  if (usesHandle) {
+    const int status = hulWrite(handle, data, size, nullptr);
+    position = status == 0 && position >= 0 ? position + size : -1;
+    return status;
+  }
   stream->write(static_cast<const char*>(data), size);
   return stateOf(*stream);
 }
 
+// Asked for three times a member, so that it is kept.
 long GZipFileWriter::tell() {
   if (!usesHandle) {
     return stream == nullptr || stream->fail() ? -1 : static_cast<long>(stream->tellp());
   }
-  std::int64_t position = 0;
-  if (hulSeek(handle, hulFromCurrent, 0, 0, &position) < 0) return -1;
+  if (position < 0 && hulSeek(handle, hulFromCurrent, 0, 0, &position) < 0) return -1;
   const bool fits = position <= std::numeric_limits<std::int32_t>::max();
   return fits ? static_cast<long>(position) : -1;
 }
 
-int GZipFileWriter::seek(long position) {
-  if (usesHandle) return hulSeek(handle, hulFromStart, position, 0, nullptr);
+int GZipFileWriter::seek(long target) {
+  if (usesHandle) {
+    const int status = hulSeek(handle, hulFromStart, target, 0, nullptr);
+    position = status == 0 ? target : -1;
+    return status;
+  }
   if (stream == nullptr) return unspecificFailure;
-  stream->seekp(position);
+  stream->seekp(target);
   return stateOf(*stream);
 }
 
@@ -59,6 +67,7 @@ int GZipFileWriter::close() {
     if (handle == -1) return 0;
     const int closing = handle;
     handle = -1;
+    position = -1;
     return hulClose(closing);
   }
   if (stream == nullptr) return 0;

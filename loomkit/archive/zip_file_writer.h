@@ -4,6 +4,7 @@
 #ifndef LOOMKIT_ARCHIVE_ZIP_FILE_WRITER_H
 #define LOOMKIT_ARCHIVE_ZIP_FILE_WRITER_H
 
+#include <cstdint>
 #include <ostream>
 
 #include "loomkit/platform/export.h"
@@ -30,7 +31,7 @@ class LOOMKIT_API GZipFileWriter {
   /// does not fit 32 bits.
   long tell();
   /// Moves to a position. A stream that cannot move stays failed.
-  int seek(long position);
+  int seek(long target);
   /// Brings a stream's buffer out; nothing for a handle.
   int flush();
   /// Ends handle or stream. An owned file stream is closed and looked at, too.
@@ -41,6 +42,8 @@ class LOOMKIT_API GZipFileWriter {
   std::ostream* stream = nullptr;
   bool ownsStream = false;
   int handle = -1;
+  // Of the handle, which nobody else moves; -1 when it has to be asked for.
+  std::int64_t position = -1;
 };
 
 #endif  // LOOMKIT_ARCHIVE_ZIP_FILE_WRITER_H
