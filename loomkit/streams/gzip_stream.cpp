@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "loomkit/streams/gzip_format.h"
 #include "loomkit/text/binary.h"
@@ -30,6 +31,15 @@ class Pump {
     zlib.next_out = packed;
     zlib.avail_out = bufferSize;
   }
+  Pump(const Pump&) = delete;
+  Pump& operator=(const Pump&) = delete;
+  /// Ends zlib, also where a host's stream throws.
+  ~Pump() {
+    if (end != nullptr) end(&zlib);
+  }
+
+  /// Ends zlib, and gives its result.
+  int finish() { return std::exchange(end, nullptr)(&zlib); }
 
   /// Runs `step(zlib, input has ended)` until it gives Z_STREAM_END, whose
   /// output is written, or fails, or a stream does. The last result.
@@ -47,6 +57,7 @@ class Pump {
 
   z_stream zlib{};
   uLong crc = ::crc32(0, nullptr, 0);
+  int (*end)(z_stream*) = nullptr;  ///< set once zlib is ready
 
  private:
   [[nodiscard]] bool streamsGood() const {
@@ -132,15 +143,15 @@ bool GGZCompress::compress(std::ostream& output, bool gzipFormat) {
     logCode("zlib: deflateInit error:", code);
     return false;
   }
+  pump.end = ::deflateEnd;
   code = pump.run([](z_stream* zlib, bool ended) {
     return ::deflate(zlib, ended ? Z_FINISH : Z_PARTIAL_FLUSH);
   });
   if (code != Z_OK && code != Z_STREAM_END) {
     logCode("zlib: deflate error:", code);
-    deflateEnd(&pump.zlib);
     return false;
   }
-  code = deflateEnd(&pump.zlib);
+  code = pump.finish();
   if (code != Z_OK) {
     // Logs have always named this function; who searches them relies on it.
     logCode("zlib: inflateEnd error:", code);
@@ -163,13 +174,13 @@ bool GGZCompress::decompress(std::ostream& output, bool gzipFormat) {
     logCode("zlib: inflateInit error:", code);
     return false;
   }
+  pump.end = ::inflateEnd;
   code = pump.run([](z_stream* zlib, bool) { return ::inflate(zlib, Z_PARTIAL_FLUSH); });
   if (code != Z_OK && code != Z_STREAM_END) {
     logCode("zlib: inflate error:", code);
-    inflateEnd(&pump.zlib);
     return false;
   }
-  code = inflateEnd(&pump.zlib);
+  code = pump.finish();
   if (code != Z_OK) logCode("zlib: inflateEnd error:", code);
   return code == Z_OK;
 }

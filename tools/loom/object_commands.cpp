@@ -12,31 +12,38 @@ namespace loom {
 
 namespace {
 
-// "FILE:LINE:COLUMN: REASON", both counted from 1 and in bytes.
-Failure damageAt(const std::string& path, const std::string& text, const GObjectError& error) {
+// Line and column, both counted from 1 and in bytes.
+struct Place {
   std::size_t line = 1;
+  std::size_t column = 1;
+};
+
+Place placeOf(const std::string& text, std::size_t offset) {
+  Place place;
   std::size_t begin = 0;
-  for (std::size_t i = 0; i < error.offset && i < text.size(); ++i) {
+  for (std::size_t i = 0; i < offset && i < text.size(); ++i) {
     if (text[i] != '\n') continue;
-    ++line;
+    ++place.line;
     begin = i + 1;
   }
-  return {ExitCode::damaged, path + ":" + std::to_string(line) + ":" +
-                                 std::to_string(error.offset - begin + 1) + ": " + error.reason};
+  place.column = offset - begin + 1;
+  return place;
+}
+
+GRef2<GObject> parse(const Invocation& call, const std::string& text, GObjectError* error) {
+  if (call.value("--from") == "json") return objectOfJson(text, error);
+  return gParseObject(text, error);
 }
 
 GRef2<GObject> readObject(const Invocation& call) {
   const std::string path = call.operand("FILE");
   const std::string text = contentOf(path);
   GObjectError error;
-  GRef2<GObject> object;
-  if (call.value("--from") == "json") {
-    object = objectOfJson(text, &error);
-  } else {
-    object = gParseObject(text, &error);
-  }
-  if (!error.reason.empty()) throw damageAt(path, text, error);
-  return object;
+  GRef2<GObject> object = parse(call, text, &error);
+  if (error.reason.empty()) return object;
+  const Place place = placeOf(text, error.offset);
+  throw Failure(ExitCode::damaged, path + ":" + std::to_string(place.line) + ":" +
+                                       std::to_string(place.column) + ": " + error.reason);
 }
 
 // Breaks a sequence that does not fit a line into one line for each element.
@@ -77,9 +84,24 @@ ExitCode reformat(const Invocation& call) {
   return ExitCode::done;
 }
 
+// With --json, what is wrong is the result: null, or the place and the reason.
 ExitCode check(const Invocation& call) {
-  readObject(call);
-  return ExitCode::done;
+  if (!call.json()) {
+    readObject(call);
+    return ExitCode::done;
+  }
+  const std::string text = contentOf(call.operand("FILE"));
+  GObjectError error;
+  parse(call, text, &error);
+  JsonWriter json;
+  if (error.reason.empty()) {
+    json.null();
+    return ExitCode::done;
+  }
+  const Place place = placeOf(text, error.offset);
+  json.beginObject().key("line").value(place.line).key("column").value(place.column);
+  json.key("reason").value(error.reason).endObject();
+  return ExitCode::damaged;
 }
 
 // The element at "2.0.1": of the third element, the first, the second.
