@@ -10,6 +10,9 @@
 #ifdef LOOMKIT_PEER_SQLITECPP
 #include <SQLiteCpp/SQLiteCpp.h>
 #endif
+#ifdef LOOMKIT_PEER_SOCI
+#include <soci/soci.h>
+#endif
 
 #include <cstdlib>
 #include <filesystem>
@@ -95,14 +98,19 @@ class Ids {
   std::mt19937 random{42};
 };
 
+// All look up within a transaction, or taking the file's lock each time would be
+// most of what is measured.
 void lookupOurs(benchmark::State& state) {
   Ids ids;
   GDbRecordSet set;
+  GDbTransactionHandler* transaction = full().database->getTransactionHandler();
+  transaction->begin();
   for (auto _ : state) {
     set.clear();
     full().table->lookupKey(GDbKey(0, ids.next()), &set);
     benchmark::DoNotOptimize(set.getRecord(0)->getFloatField(2));
   }
+  transaction->rollback();
 }
 
 void scanOurs(benchmark::State& state) {
@@ -159,6 +167,7 @@ double rawRow(sqlite3_stmt* stmt, std::string* name) {
 
 void lookupRaw(benchmark::State& state) {
   const Raw raw(full().path, selectText);
+  sqlite3_exec(raw.db, "BEGIN", nullptr, nullptr, nullptr);
   Ids ids;
   std::string name;
   for (auto _ : state) {
@@ -205,6 +214,7 @@ void insertRaw(benchmark::State& state) {
 #ifdef LOOMKIT_PEER_SQLITECPP
 void lookupSqliteCpp(benchmark::State& state) {
   SQLite::Database db(full().path);
+  db.exec("BEGIN");
   SQLite::Statement query(db, selectText);
   Ids ids;
   for (auto _ : state) {
@@ -219,6 +229,7 @@ void lookupSqliteCpp(benchmark::State& state) {
 
 void lookupSqliteCppNew(benchmark::State& state) {
   SQLite::Database db(full().path);
+  db.exec("BEGIN");
   Ids ids;
   for (auto _ : state) {
     SQLite::Statement query(db, selectText);
@@ -249,6 +260,68 @@ void insertSqliteCpp(benchmark::State& state) {
 }
 #endif
 
+#ifdef LOOMKIT_PEER_SOCI
+void lookupSoci(benchmark::State& state) {
+  soci::session db("sqlite3", full().path);
+  db.begin();
+  Ids ids;
+  int wanted = 0;
+  int id = 0;
+  int amount = 0;
+  double price = 0;
+  std::string name;
+  soci::statement query =
+      (db.prepare << "SELECT id, name, price, amount FROM t WHERE id = :id", soci::use(wanted),
+       soci::into(id), soci::into(name), soci::into(price), soci::into(amount));
+  for (auto _ : state) {
+    wanted = ids.next();
+    if (!query.execute(true)) state.SkipWithError("not found");
+    benchmark::DoNotOptimize(id + amount);
+    benchmark::DoNotOptimize(price);
+  }
+}
+
+void lookupSociNew(benchmark::State& state) {
+  soci::session db("sqlite3", full().path);
+  db.begin();
+  Ids ids;
+  for (auto _ : state) {
+    int id = 0;
+    int amount = 0;
+    double price = 0;
+    std::string name;
+    db << "SELECT id, name, price, amount FROM t WHERE id = :id", soci::use(ids.next()),
+        soci::into(id), soci::into(name), soci::into(price), soci::into(amount);
+    if (!db.got_data()) state.SkipWithError("not found");
+    benchmark::DoNotOptimize(price);
+  }
+}
+
+void insertSoci(benchmark::State& state) {
+  const Fixture fixture(false);
+  soci::session db("sqlite3", fixture.path);
+  int id = 0;
+  int amount = 0;
+  double price = 0;
+  std::string name;
+  soci::statement query = (db.prepare << "INSERT INTO t (id, name, price, amount) "
+                                         "VALUES (:id, :name, :price, :amount)",
+                           soci::use(id), soci::use(name), soci::use(price), soci::use(amount));
+  for (auto _ : state) {
+    db.begin();
+    for (int i = 0; i < batch; ++i) {
+      id = i;
+      name = nameOf(i);
+      price = i * 0.25;
+      amount = i % 100;
+      query.execute(true);
+    }
+    db.rollback();
+  }
+  state.SetItemsProcessed(state.iterations() * batch);
+}
+#endif
+
 const bool registered = [] {
   using benchmark::RegisterBenchmark;
   RegisterBenchmark("sqlite-lookup/ours", lookupOurs);
@@ -263,6 +336,11 @@ const bool registered = [] {
   RegisterBenchmark("sqlite-lookup/sqlitecpp", lookupSqliteCpp);
   RegisterBenchmark("sqlite-lookup/sqlitecpp-unprepared", lookupSqliteCppNew);
   RegisterBenchmark("sqlite-insert-1000/sqlitecpp", insertSqliteCpp)->Unit(benchmark::kMicrosecond);
+#endif
+#ifdef LOOMKIT_PEER_SOCI
+  RegisterBenchmark("sqlite-lookup/soci", lookupSoci);
+  RegisterBenchmark("sqlite-lookup/soci-unprepared", lookupSociNew);
+  RegisterBenchmark("sqlite-insert-1000/soci", insertSoci)->Unit(benchmark::kMicrosecond);
 #endif
   return true;
 }();

@@ -21,7 +21,8 @@ std::string readBack(const char* text) {
   if (end == text) return object == nullptr ? "failure" : "failure with an object";
   std::string kind = "null";
   if (object != nullptr) {
-    const std::type_info& type = typeid(*object);
+    const GObject& value = *object;
+    const std::type_info& type = typeid(value);
     kind = type == typeid(GIntegerObj)  ? "int"
            : type == typeid(GFloatObj)  ? "float"
            : type == typeid(GStringObj) ? "string"

@@ -116,7 +116,8 @@ TEST(GObject, ValuesAreSetAndCloned) {
   for (const GObject* object :
        std::initializer_list<const GObject*>{&integer, &real, &text, &symbol, &name}) {
     const GRef2<GObject> twin(object->clone());
-    EXPECT_EQ(typeid(*twin), typeid(*object));
+    const GObject& copy = *twin;
+    EXPECT_EQ(typeid(copy), typeid(*object));
     EXPECT_EQ(twin->toString(), object->toString());
     EXPECT_NE(twin.get(), object);
   }
