@@ -60,7 +60,7 @@ class GZipExtractor::Target : public GZipReader::Output {
 };
 
 GZipExtractor::GZipExtractor(GZipReader* zipReader, const std::string& targetDirectory)
-    : reader(zipReader), directory(targetDirectory) {
+    : reader(zipReader), directory(targetDirectory.empty() ? "." : targetDirectory) {
   for (auto i = reader->entriesBegin(); i != reader->entriesEnd(); ++i) {
     expectedBytes += i->second->getUncomprSize();
   }

@@ -45,8 +45,8 @@ class LOOMKIT_API GZipExtractor {
     unsigned int entries = 1000000;
   };
 
-  /// Neither is taken over; the reader has to be open. The directory is made at
-  /// need, with those above it.
+  /// Neither is taken over; the reader has to be open. The directory, by default
+  /// the current one, is made at need, with those above it.
   GZipExtractor(GZipReader* reader, const std::string& directory);
 
   void setLimits(const Limits& newLimits) { limits = newLimits; }

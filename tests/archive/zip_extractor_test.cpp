@@ -213,6 +213,16 @@ TEST_F(Extractor, TellsItsProgressAndCanBeCancelled) {
   EXPECT_EQ(files(), Texts{"a"}) << "and no half of b";
 }
 
+TEST_F(Extractor, NoDirectoryIsTheCurrentOne) {
+  open({{"a", "1"}});
+  const fs::path before = fs::current_path();
+  fs::current_path(scratch.path());
+  GZipExtractor extractor(&reader, "");
+  EXPECT_EQ(extractor.extractAll(), GZipExtractor::Done);
+  fs::current_path(before);
+  EXPECT_EQ(scratch.read("a"), "1");
+}
+
 TEST_F(Extractor, SaysWhereItCannotWrite) {
   scratch.write("file", "in the way");
   open({{"a", "1"}});

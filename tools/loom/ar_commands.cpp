@@ -136,7 +136,7 @@ ExitCode extractMember(Archive& archive, const std::string& name, const GArEntry
 ExitCode extract(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
-  const std::string directory = call.value("--directory", ".");
+  const std::string directory = call.value("--directory").empty() ? "." : call.value("--directory");
   std::map<std::string, const GArEntry*> wanted = archive.members;
   ExitCode code = ExitCode::done;
   if (!call.operands("MEMBER").empty()) {

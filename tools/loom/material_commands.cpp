@@ -72,7 +72,7 @@ ExitCode textures(const Invocation& call) {
 ExitCode extract(const Invocation& call) {
   GMaterialZip material;
   openMaterial(material, call.operand("ARCHIVE"));
-  const std::string directory = call.value("--directory", ".");
+  const std::string directory = call.value("--directory").empty() ? "." : call.value("--directory");
   std::vector<std::string> names;
   material.getTextureNames(&names);
   std::vector<std::string> written;
