@@ -87,6 +87,7 @@ bool GZipEntry::readFileHeader(std::istream* stream) {
   fileTime = loadLe16(header.bytes + timeAt);
   fileDate = loadLe16(header.bytes + dateAt);
   knowsModTime = false;
+  knowsFileTime = false;
   crc = header.u32(crcAt);
   comprSize = header.u32(comprSizeAt);
   uncomprSize = header.u32(uncomprSizeAt);

@@ -102,13 +102,7 @@ class LOOMKIT_API GZipEntry {
   void takeAttributes(unsigned int attributes);
   bool writeDataDescriptor(GZipFileWriter* sink);
 
-  // Times are converted when they are asked for: that costs more than the rest
-  // of a header, and most are never looked at.
   mutable long modTime = 0;
-  mutable unsigned short fileTime = 0;
-  mutable unsigned short fileDate = 0;
-  mutable bool knowsModTime = true;
-  mutable bool knowsFileTime = false;
   unsigned int crc = 0;
   unsigned int comprSize = 0;
   unsigned int uncomprSize = 0;
@@ -122,6 +116,12 @@ class LOOMKIT_API GZipEntry {
   bool dataDescriptor = false;
   bool ascii = false;
   bool notSupported = false;
+  // Times are converted when they are asked for: that costs more than the rest
+  // of a header, and most are never looked at.
+  mutable bool knowsModTime = true;
+  mutable bool knowsFileTime = false;
+  mutable unsigned short fileTime = 0;
+  mutable unsigned short fileDate = 0;
 };
 
 #endif  // LOOMKIT_ARCHIVE_ZIP_ENTRY_H

@@ -42,7 +42,7 @@ class GZipExtractor::Target : public GZipReader::Output {
   [[nodiscard]] bool isTooMuch() const {
     constexpr std::uint64_t harmless = 1 << 20;
     return extractor.byteCount > extractor.limits.totalBytes ||
-           (bytes > harmless &&
+           (extractor.limits.ratio != 0 && bytes > harmless &&
             bytes / extractor.limits.ratio > std::max(entry.getComprSize(), 1U));
   }
 

@@ -41,7 +41,7 @@ class LOOMKIT_API GZipExtractor {
   /// What an archive may contain at most.
   struct Limits {
     std::uint64_t totalBytes = std::uint64_t{1} << 36;  ///< of all files, uncompressed
-    unsigned int ratio = 1000;                          ///< of a file to its data in the archive
+    unsigned int ratio = 1000;  ///< of a file to its data in the archive; 0: any
     unsigned int entries = 1000000;
   };
 

@@ -446,6 +446,11 @@ TEST(GZipEntry, TakesEveryTimeForStandardTime) {
   const bool hasZones = summer.getFileTime() == (14 << 11);
   if (hasZones) {
     EXPECT_EQ(readCentral(centralHeaderOf(summer)).entry.getModTime(), 1784116800 + 3600);
+    GZipEntry asked;
+    EXPECT_EQ(asked.getFileTime() & 31, 0);
+    std::istringstream header(centralHeaderOf(summer));
+    ASSERT_TRUE(asked.readFileHeader(&header));
+    EXPECT_EQ(asked.getFileTime(), 15 << 11) << "whatever was asked for before";
   }
   if (before == nullptr) {
     ::unsetenv("TZ");

@@ -193,6 +193,15 @@ TEST_F(Extractor, KeepsToItsLimits) {
                    scratch / "a.zip" + ": more than 1 entries"}));
 }
 
+TEST_F(Extractor, ARatioOfZeroAllowsAny) {
+  open({{"a", std::string(3 << 20, 'a'), true}});
+  GZipExtractor::Limits limits;
+  limits.ratio = 0;
+  GZipExtractor extractor(&reader, scratch / "out");
+  extractor.setLimits(limits);
+  EXPECT_EQ(extractor.extractAll(), GZipExtractor::Done);
+}
+
 std::vector<int> progress;
 
 TEST_F(Extractor, TellsItsProgressAndCanBeCancelled) {

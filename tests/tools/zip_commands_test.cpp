@@ -106,6 +106,24 @@ TEST(ZipCommand, ReplacesOnlyWhenToldAndOnlyWhenComplete) {
   EXPECT_EQ(shell(cd + "loom zip x --force x.zip"), (Ended{0, "", ""}));
 }
 
+TEST(ZipCommand, MuchOfTheSameIsNoDamageButNeedsAWord) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "head -c 20000000 /dev/zero > zeros && loom zip new x.zip zeros &&"
+                       " loom zip test x.zip"),
+            (Ended{0, "1 good, 0 damaged\n", ""}));
+  EXPECT_EQ(shell(cd + "loom zip x x.zip -d out").code, 4);
+  EXPECT_EQ(shell(cd + "loom zip x --no-limits x.zip -d out && cmp zeros out/zeros"),
+            (Ended{0, "", ""}));
+}
+
+TEST(ZipCommand, ShowsNoControlCharactersOfNames) {
+  const std::string path = newFolder() + "/x.zip";
+  writeFile(path, zipOf({{"a\033[31m\nb", ""}}));
+  const Ended ended = runLoom({"zip", "ls", path});
+  EXPECT_EQ(ended.out.substr(ended.out.size() - 10), " a?[31m?b\n");
+}
+
 TEST(ZipCommand, IsReproducibleWhenAskedFor) {
   const std::string dir = newFolder();
   EXPECT_EQ(shell("cd " + dir +

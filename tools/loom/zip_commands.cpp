@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // loom zip: zip archives.
 #include <algorithm>
+#include <cstdint>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -101,6 +102,15 @@ void listAsJson(JsonWriter& json, const GZipEntry& entry) {
   json.key("encrypted").value(entry.isEncrypted()).endObject();
 }
 
+// A name that a stranger chose, without what a terminal would obey.
+std::string printable(std::string name) {
+  for (char& c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7f) c = '?';
+  }
+  return name;
+}
+
 std::string padded(std::uint64_t number, std::size_t width) {
   const std::string text = std::to_string(number);
   return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
@@ -118,7 +128,8 @@ ExitCode list(const Invocation& call) {
       continue;
     }
     printLine(padded(entry.getUncomprSize(), 10) + " " + padded(entry.getComprSize(), 10) + " " +
-              timeText(entry.getModTime()) + (entry.isEncrypted() ? " * " : "   ") + i->first);
+              timeText(entry.getModTime()) + (entry.isEncrypted() ? " * " : "   ") +
+              printable(i->first));
   }
   if (json) json->endArray();
   return ExitCode::done;
@@ -166,6 +177,14 @@ class LibraryProgress {
   void (*before)(int);
 };
 
+GZipExtractor::Limits noLimits() {
+  GZipExtractor::Limits limits;
+  limits.totalBytes = UINT64_MAX;
+  limits.ratio = 0;
+  limits.entries = UINT32_MAX;
+  return limits;
+}
+
 ExitCode extract(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
@@ -174,6 +193,7 @@ ExitCode extract(const Invocation& call) {
   archive.unlock(call, entries);
   GZipExtractor extractor(&archive.reader, call.value("--directory", "."));
   extractor.setOverwrite(call.has("--force"));
+  if (call.has("--no-limits")) extractor.setLimits(noLimits());
   const LibraryProgress progress(call.operand("ARCHIVE"));
   auto worst = GZipExtractor::Done;
   if (call.operands("MEMBER").empty()) {
@@ -191,6 +211,8 @@ ExitCode test(const Invocation& call) {
   const auto entries = archive.select({}, &code);
   archive.unlock(call, entries);
   GZipExtractor extractor(&archive.reader, ".");
+  // Nothing is kept, so that no size does harm; much of the same is no damage.
+  extractor.setLimits(noLimits());
   const LibraryProgress progress(call.operand("ARCHIVE"));
   unsigned good = 0;
   unsigned bad = 0;
@@ -324,6 +346,9 @@ constexpr Option extractOptions[] = {
      .value = "DIR",
      .help = "Where the files go; by default the current directory.",
      .completes = Completes::directories},
+    {.names = "--no-limits",
+     .help = "Extract whatever its size. Otherwise a file may be 1,000 times as large as its data "
+             "in the archive, and all of them 64 GiB."},
     forceOption,
     passwordOption};
 constexpr Option createOptions[] = {
