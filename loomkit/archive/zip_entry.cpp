@@ -79,7 +79,7 @@ unsigned short GZipEntry::getFileDate() const {
 bool GZipEntry::readFileHeader(std::istream* stream) {
   using namespace zip::central;
   Record<size> header;
-  if (!header.read(*stream)) return error("central file header: input/output error");
+  if (!header.read(*stream)) return error(zip::centralHeaderFailed);
   if (header.u32(signatureAt) != signature) return error("central file header: invalid signature");
   if ((header.u16(flagsAt) & zip::flagEncrypted) != 0) setEncrypted();
   if ((header.u16(flagsAt) & zip::flagDataDescriptor) != 0) setHasDataDescriptor();
@@ -136,7 +136,7 @@ void GZipEntry::takeAttributes(unsigned int attributes) {
 bool GZipEntry::verifyLocalFileHeader(std::istream* stream) const {
   using namespace zip::local;
   Record<size> header;
-  if (!header.read(*stream)) return error("local file header: input/output error");
+  if (!header.read(*stream)) return error(zip::localHeaderFailed);
   if (header.u32(signatureAt) != signature) {
     return error("local file header: signature mismatch");
   }
@@ -198,19 +198,19 @@ bool GZipEntry::writeLocalFileHeader(GZipFileWriter* sink) {
   record += name;
   const int status = sink->write(record.data(), static_cast<int>(record.size()));
   if (status == 0) return true;
-  return error("local file header: input/output error", static_cast<unsigned int>(status));
+  return zip::entryError(zip::localHeaderFailed, status);
 }
 
 bool GZipEntry::updateLocalFileHeader(GZipFileWriter* sink) {
   const long position = sink->tell();
+  if (dataDescriptor) return writeDataDescriptor(sink);
+  char header[zip::local::size];
+  fillLocalFileHeader(header, true);
   // As 32 bits with a sign, so that the offset of a sink that has no position
   // leads nowhere.
   const long header32 = static_cast<std::int32_t>(localHeaderOffs);
-  if (dataDescriptor || sink->seek(header32) != 0) {
-    return writeDataDescriptor(sink);
-  }
-  char header[zip::local::size];
-  fillLocalFileHeader(header, true);
+  if (sink->amend(header32, header, sizeof header)) return true;
+  if (sink->seek(header32) != 0) return writeDataDescriptor(sink);
   int status = sink->write(header, sizeof header);
   if (status != 0) {
     return error("local file header (update): input/output error",
@@ -261,7 +261,7 @@ bool GZipEntry::writeFileHeader(GZipFileWriter* sink) {
   record += comment;
   const int status = sink->write(record.data(), static_cast<int>(record.size()));
   if (status == 0) return true;
-  return error("central file header: input/output error", static_cast<unsigned int>(status));
+  return zip::entryError(zip::centralHeaderFailed, status);
 }
 
 bool GZipEntry::writeLocalFileHeader(std::ostream* stream) {
@@ -286,7 +286,7 @@ bool GZipEntry::error(const char* text) const {
 }
 
 bool GZipEntry::error(const char* text, unsigned int code) const {
-  return error(zip::withReason(text, code).c_str());
+  return zip::entryError(text, static_cast<int>(code));
 }
 
 void GZipEntry::warning(const char* text) const { gOutput->warning(gDataSysName, text); }

@@ -7,6 +7,7 @@
 
 #include "loomkit/archive/zip_file_writer.h"
 #include "loomkit/platform/hul.h"
+#include "loomkit/text/output.h"
 
 namespace loomkit::zip {
 
@@ -15,6 +16,17 @@ inline std::string withReason(const char* text, unsigned int code) {
   const int status = static_cast<int>(code);
   if (status == GZipFileWriter::unspecificFailure) return text;
   return std::string(text) + " (" + hulStrError(status) + ")";
+}
+
+// What an entry says of headers that could not be read or written. The writer
+// says it for those that were held back when the entry was asked.
+inline constexpr char localHeaderFailed[] = "local file header: input/output error";
+inline constexpr char centralHeaderFailed[] = "central file header: input/output error";
+
+/// Reports a failure of an entry, which has no path. Always false.
+inline bool entryError(const char* text, int status) {
+  gOutput->error(gDataSysName, withReason(text, static_cast<unsigned int>(status)).c_str());
+  return false;
 }
 
 }  // namespace loomkit::zip

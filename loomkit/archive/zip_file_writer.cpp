@@ -2,8 +2,10 @@
 #include "loomkit/archive/zip_file_writer.h"
 
 #include <cstdint>
+#include <cstring>
 #include <fstream>
 #include <limits>
+#include <utility>
 
 #include "loomkit/platform/hul.h"
 
@@ -26,13 +28,65 @@ GZipFileWriter::~GZipFileWriter() {
 }
 
 int GZipFileWriter::write(const void* data, int size) {
+  const char* bytes = static_cast<const char*>(data);
   if (usesHandle) {
-    const int status = hulWrite(handle, data, size, nullptr);
-    position = status == 0 && position >= 0 ? position + size : -1;
-    return status;
+    return holding ? gather(bytes, static_cast<std::size_t>(size)) : writeOut(bytes, size);
   }
-  stream->write(static_cast<const char*>(data), size);
+  stream->write(bytes, size);
   return stateOf(*stream);
+}
+
+int GZipFileWriter::writeOut(const char* data, int size) {
+  const int status = hulWrite(handle, data, size, nullptr);
+  position = status == 0 && position >= 0 ? position + size : -1;
+  return status;
+}
+
+void GZipFileWriter::hold() {
+  if (!usesHandle || tell() < 0) return;
+  if (held == nullptr) held.reset(new char[capacity]);
+  holding = true;
+}
+
+int GZipFileWriter::release() {
+  if (!holding) return 0;
+  holding = false;
+  return writeOut(held.get(), static_cast<int>(std::exchange(heldSize, 0)));
+}
+
+int GZipFileWriter::gather(const char* data, std::size_t size) {
+  while (size > capacity - heldSize) {
+    const std::size_t fitting = capacity - heldSize;
+    std::memcpy(held.get() + heldSize, data, fitting);
+    heldSize = capacity;
+    data += fitting;
+    size -= fitting;
+    if (const int status = makeRoom(); status != 0) return status;
+  }
+  std::memcpy(held.get() + heldSize, data, size);
+  heldSize += size;
+  return 0;
+}
+
+// Up to the end of a page: the system has to clear the rest of a new one that
+// is written in two parts.
+int GZipFileWriter::makeRoom() {
+  constexpr std::size_t page = 4096;
+  const std::size_t beyond = (static_cast<std::size_t>(position) + capacity) % page;
+  const std::size_t leaving = capacity - beyond;
+  const int status = writeOut(held.get(), static_cast<int>(leaving));
+  holding = status == 0;
+  heldSize = holding ? beyond : 0;
+  std::memmove(held.get(), held.get() + leaving, heldSize);
+  return status;
+}
+
+bool GZipFileWriter::amend(long target, const void* data, std::size_t size) {
+  if (!holds(target)) return false;
+  const auto at = static_cast<std::size_t>(target - position);
+  if (at > heldSize || size > heldSize - at) return false;
+  std::memcpy(held.get() + at, data, size);
+  return true;
 }
 
 // Asked for three times a member, so that it is kept.
@@ -41,8 +95,9 @@ long GZipFileWriter::tell() {
     return stream == nullptr || stream->fail() ? -1 : static_cast<long>(stream->tellp());
   }
   if (position < 0 && hulSeek(handle, hulFromCurrent, 0, 0, &position) < 0) return -1;
-  const bool fits = position <= std::numeric_limits<std::int32_t>::max();
-  return fits ? static_cast<long>(position) : -1;
+  const std::int64_t here = position + static_cast<std::int64_t>(heldSize);
+  const bool fits = here <= std::numeric_limits<std::int32_t>::max();
+  return fits ? static_cast<long>(here) : -1;
 }
 
 int GZipFileWriter::seek(long target) {

@@ -4,7 +4,9 @@
 #ifndef LOOMKIT_ARCHIVE_ZIP_FILE_WRITER_H
 #define LOOMKIT_ARCHIVE_ZIP_FILE_WRITER_H
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <ostream>
 
 #include "loomkit/platform/export.h"
@@ -38,12 +40,35 @@ class LOOMKIT_API GZipFileWriter {
   int close();
 
  private:
+  friend class GZipEntry;
+  friend class GZipWriter;
+
+  // From hold() to release() what is written to a handle is gathered, so that a
+  // small member costs one system call and a large one goes out in pieces that
+  // end with a page. A failure is told by the write() that makes room, or by
+  // release(); tell() is then where the bytes have ended. Nothing is held for a
+  // stream, which has a buffer of its own, nor where there is no position.
+  void hold();
+  int release();
+  // Overwrites bytes that are still held; false when they are not.
+  bool amend(long target, const void* data, std::size_t size);
+  [[nodiscard]] bool holds(long target) const { return holding && target >= position; }
+
+  int writeOut(const char* data, int size);
+  int gather(const char* data, std::size_t size);
+  int makeRoom();
+
+  static constexpr std::size_t capacity = 65536;
+
   bool usesHandle;
   std::ostream* stream = nullptr;
   bool ownsStream = false;
   int handle = -1;
   // Of the handle, which nobody else moves; -1 when it has to be asked for.
   std::int64_t position = -1;
+  bool holding = false;
+  std::unique_ptr<char[]> held;
+  std::size_t heldSize = 0;
 };
 
 #endif  // LOOMKIT_ARCHIVE_ZIP_FILE_WRITER_H

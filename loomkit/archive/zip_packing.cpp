@@ -5,14 +5,32 @@
 #include <cassert>
 #include <random>
 
+#include "loomkit/archive/zip_errors.h"
 #include "loomkit/archive/zip_layout.h"
 #include "loomkit/archive/zip_writer.h"
+#include "loomkit/text/binary.h"
+
+namespace {
+
+// Bytes of 0x80 and more, eight at a time.
+unsigned int countHighBytes(const unsigned char* bytes, unsigned int size) {
+  constexpr std::uint64_t ones = 0x0101010101010101;
+  unsigned int count = 0;
+  for (; size >= 8; bytes += 8, size -= 8) {
+    // The product's top byte is the sum of all bytes.
+    count += static_cast<unsigned int>((loomkit::loadLe64(bytes) >> 7 & ones) * ones >> 56);
+  }
+  for (; size > 0; ++bytes, --size) count += *bytes >> 7;
+  return count;
+}
+
+}  // namespace
 
 /// One member: reads, checks, deflates and encrypts in steps of 8192 bytes.
 class GZipWriter::Packing {
  public:
   Packing(GZipWriter& zipWriter, GZipEntry& zipEntry, Input& source)
-      : writer(zipWriter), entry(zipEntry), in(source) {}
+      : writer(zipWriter), entry(zipEntry), in(source), dataStart(zipWriter.sink->tell()) {}
   Packing(const Packing&) = delete;
   Packing& operator=(const Packing&) = delete;
   ~Packing() {
@@ -65,7 +83,7 @@ class GZipWriter::Packing {
     z.next_in = input;
     z.avail_in = count;
     crc = crc32(crc, input, count);
-    for (unsigned int i = 0; i < count; ++i) textBytes += input[i] < 0x80 ? 1 : 0;
+    textBytes += count - countHighBytes(input, count);
     if (count < step) flush = Z_FINISH;
   }
 
@@ -93,13 +111,20 @@ class GZipWriter::Packing {
     if (entry.isEncrypted()) {
       for (unsigned int i = 0; i < size; ++i) bytes[i] = writer.encrypt(bytes[i]);
     }
-    const int status = writer.sink->write(bytes, static_cast<int>(size));
-    if (status != 0) {
-      return writer.error("input/output error writing to zip file",
-                          static_cast<unsigned int>(status));
-    }
     comprSize += size;
-    return true;
+    return hasGoneOut(writer.sink->write(bytes, static_cast<int>(size)));
+  }
+
+  bool hasGoneOut(int status) {
+    if (status == 0) return true;
+    // The header may have been held back until now.
+    const long reached = writer.sink->tell();
+    if (reached >= 0 && reached < dataStart) {
+      loomkit::zip::entryError(loomkit::zip::localHeaderFailed, status);
+      return writer.error("error writing local file header");
+    }
+    return writer.error("input/output error writing to zip file",
+                        static_cast<unsigned int>(status));
   }
 
   bool finish() {
@@ -112,8 +137,18 @@ class GZipWriter::Packing {
       deflating = false;
       if (deflateEnd(&z) != Z_OK) return writer.error("deflateEnd() failed");
     }
-    if (entry.updateLocalFileHeader(writer.sink)) return true;
-    return writer.error("error patching local file header");
+    return complete();
+  }
+
+  // A header that is still held is completed before it goes out.
+  bool complete() {
+    const bool isHeld = !entry.hasDataDescriptor() &&
+                        writer.sink->holds(static_cast<long>(entry.getLocalHeaderOffs()));
+    if (!isHeld && !hasGoneOut(writer.sink->release())) return false;
+    if (!entry.updateLocalFileHeader(writer.sink)) {
+      return writer.error("error patching local file header");
+    }
+    return hasGoneOut(writer.sink->release());
   }
 
   static constexpr unsigned int step = 8192;
@@ -121,6 +156,7 @@ class GZipWriter::Packing {
   GZipWriter& writer;
   GZipEntry& entry;
   Input& in;
+  long dataStart;
   z_stream z{};
   bool deflating = false;
   int flush = Z_NO_FLUSH;
@@ -132,6 +168,18 @@ class GZipWriter::Packing {
   unsigned int producedSize = 0;
   unsigned char input[step];
   unsigned char output[step];
+};
+
+/// Brings out what a member that failed has held.
+class GZipWriter::Held {
+ public:
+  explicit Held(GZipFileWriter& target) : sink(target) { sink.hold(); }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+  ~Held() { sink.release(); }
+
+ private:
+  GZipFileWriter& sink;
 };
 
 bool GZipWriter::writeEntry(const std::string& rawName, Input* data) {
@@ -146,6 +194,7 @@ bool GZipWriter::writeEntry(const std::string& rawName, Input* data) {
   }
   if (compression) entry->setCompressed();
   entry->setFile();
+  const Held held(*sink);
   if (!entry->writeLocalFileHeader(sink)) return error("error writing local file header");
   return Packing(*this, *entry, *data).run();
 }

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <memory>
 
+#include "loomkit/archive/zip_errors.h"
 #include "loomkit/archive/zip_layout.h"
 #include "loomkit/archive/zip_name.h"
 #include "loomkit/platform/hul.h"
@@ -162,8 +163,13 @@ bool GZipWriter::writeCentralDirectory() {
     });
   }
   const long start = sink->tell();
+  sink->hold();
   for (GZipEntry* entry : entries) {
     if (!entry->writeFileHeader(sink)) return error("error writing file header");
+  }
+  if (const int status = sink->release(); status != 0) {
+    zip::entryError(zip::centralHeaderFailed, status);
+    return error("error writing file header");
   }
   const long size = sink->tell() - start;
   return writeEndRecord(static_cast<unsigned int>(start), static_cast<unsigned int>(size));

@@ -87,6 +87,7 @@ class LOOMKIT_API GZipWriter : public GZipBase {
   class StreamInput;
   class BufferInput;
   class Packing;
+  class Held;
 
   static std::string normalizeName(const std::string& name);
   bool makeBaseDirectories(const std::string& name);

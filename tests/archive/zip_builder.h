@@ -15,6 +15,7 @@
 #include "loomkit/archive/zip_reader.h"
 #include "loomkit/archive/zip_writer.h"
 #include "loomkit/text/binary.h"
+#include "tests/capture_output.h"
 
 namespace loomkit::testing {
 
@@ -43,12 +44,15 @@ inline std::string zipOf(const std::vector<ZipMember>& members) {
 inline unsigned char* at(std::string& bytes, std::size_t offset) {
   return reinterpret_cast<unsigned char*>(&bytes[offset]);
 }
+inline const unsigned char* at(const std::string& bytes, std::size_t offset) {
+  return reinterpret_cast<const unsigned char*>(&bytes[offset]);
+}
 
 /// Where the end record of an archive without a comment begins.
 inline std::size_t endRecordOf(const std::string& zip) { return zip.size() - zip::end::size; }
 
 /// Where the central directory begins.
-inline std::size_t directoryOf(std::string& zip) {
+inline std::size_t directoryOf(const std::string& zip) {
   return loadLe32(at(zip, endRecordOf(zip) + zip::end::directoryOffsetAt));
 }
 
@@ -85,6 +89,51 @@ inline std::optional<std::string> blockOf(GZipReader& reader, const GZipEntry* e
   const std::string text = data == nullptr ? std::string() : std::string(data, size);
   ::operator delete(data);
   return text;
+}
+
+/// A reader over bytes, with what it said.
+struct Opened {
+  explicit Opened(const std::string& bytes) : in(bytes), reader(&in, false) {}
+  Opened(const Opened&) = delete;
+  Opened& operator=(const Opened&) = delete;
+  CaptureOutput output;
+  std::istringstream in;
+  GZipReader reader;
+};
+
+inline const std::string deflatedText = "deflated deflated deflated";
+
+/// A stored member "s" and a deflated one "d".
+inline std::string twoMembers() { return zipOf({{"s", "stored"}, {"d", deflatedText, true}}); }
+
+/// Where its data and the header of "d" begin.
+inline constexpr std::size_t storedData = zip::local::size + 1;  // behind header and name
+inline constexpr std::size_t deflatedHeader = storedData + 6;    // behind "stored"
+
+/// That archive with a field of one member forged in both of its headers.
+inline std::string forgeBoth(std::string bytes, bool second, std::size_t localAt,
+                             std::size_t centralAt, std::uint32_t value) {
+  const std::size_t directory = directoryOf(bytes);
+  const std::size_t header = directory + (second ? zip::central::size + 1 : 0);
+  bytes = with32(std::move(bytes), header + centralAt, value);
+  return with32(std::move(bytes), (second ? deflatedHeader : 0) + localAt, value);
+}
+inline std::string forgeCompr(std::string bytes, bool second, std::uint32_t value) {
+  return forgeBoth(std::move(bytes), second, zip::local::comprSizeAt, zip::central::comprSizeAt,
+                   value);
+}
+inline std::string forgeUncompr(std::string bytes, bool second, std::uint32_t value) {
+  return forgeBoth(std::move(bytes), second, zip::local::uncomprSizeAt, zip::central::uncomprSizeAt,
+                   value);
+}
+
+/// An archive with a member of each kind; the password is "pw".
+inline std::string smallOfEachKind() {
+  return zipOf({{"dir/stored", "stored"},
+                {"dir/deflated", deflatedText, true},
+                {"encrypted", "secret", false, "pw"},
+                {"both", deflatedText, true, "pw"},
+                {"empty", ""}});
 }
 
 }  // namespace loomkit::testing

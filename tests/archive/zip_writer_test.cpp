@@ -484,5 +484,34 @@ TEST(GZipFileWriter, ClosesAFileStreamThatItOwns) {
   EXPECT_EQ(full.close(), static_cast<int>(0x80004005U)) << "what the buffer held was lost";
 }
 
+// A file is written in larger pieces than a stream, with the same outcome.
+TEST(GZipWriter, WritesTheSameBytesToAFileAsToAStream) {
+  const ScratchDirectory scratch;
+  std::mt19937 random(4);
+  for (int round = 0; round < 40; ++round) {
+    std::ostringstream out;
+    GZipWriter toStream(&out, false);
+    GZipWriter toFile;
+    toStream.setReproducible(true);
+    toFile.setReproducible(true);
+    ASSERT_TRUE(toFile.open(scratch / "a.zip"));
+    for (unsigned member = random() % 8; member-- > 0;) {
+      // Around the steps of 8192 bytes and the 65536 that are held back.
+      const std::size_t sizes[] = {0, 1, 8191, 8192, 8193, 65000, 65536, 70000, 200000};
+      std::string data(sizes[random() % std::size(sizes)] + random() % 40, '\0');
+      for (char& c : data) c = static_cast<char>(random() % (member % 2 == 0 ? 256 : 4));
+      const std::string name(1 + random() % 300, static_cast<char>('a' + member));
+      const bool compress = random() % 2 == 0;
+      for (GZipWriter* writer : {&toStream, &toFile}) {
+        writer->setCompression(compress);
+        ASSERT_TRUE(writer->writeEntry(name, data.data(), static_cast<unsigned>(data.size())));
+      }
+    }
+    ASSERT_TRUE(toStream.close());
+    ASSERT_TRUE(toFile.close());
+    ASSERT_EQ(scratch.read("a.zip"), out.str()) << round;
+  }
+}
+
 }  // namespace
 }  // namespace loomkit::testing
