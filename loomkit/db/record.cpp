@@ -95,14 +95,12 @@ void GDbRecord::addFloatField(double value) {
   static_cast<void>(block.release());
 }
 
-void GDbRecord::addStringField(const char* value) {
-  Block block = makeText(value, std::strlen(value));
-  addField(GDbFieldString, block.get());
-  static_cast<void>(block.release());
-}
+void GDbRecord::addStringField(const char* value) { addText(value, std::strlen(value)); }
 
-void GDbRecord::addStringField(const std::string& value) {
-  Block block = makeText(value.data(), value.size());
+void GDbRecord::addStringField(const std::string& value) { addText(value.data(), value.size()); }
+
+void GDbRecord::addText(const char* text, std::size_t length) {
+  Block block = makeText(text, length);
   addField(GDbFieldString, block.get());
   static_cast<void>(block.release());
 }

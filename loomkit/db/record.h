@@ -76,6 +76,7 @@ class LOOMKIT_API GDbRecord {
 
  private:
   friend struct loomkit::RecordAccess;
+  void addText(const char* text, std::size_t length);
   void addField(GDbFieldType type, void* value);
 
   bool singleBlock;

@@ -19,6 +19,10 @@ struct RecordAccess {
     GDbFieldType& type = record->types[record->numFields - 1];
     type = static_cast<GDbFieldType>(type | GDbFieldNullFlag);
   }
+  /// Appends a String field of `length` bytes.
+  static void addText(GDbRecord* record, const char* text, std::size_t length) {
+    record->addText(text, length);
+  }
   /// The block of a value; null when its allocation failed.
   static const void* value(const GDbRecord& record, int field) { return record.values[field]; }
 };

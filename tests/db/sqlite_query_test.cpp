@@ -3,6 +3,7 @@
 #include "loomkit/db/sqlite/sqlite3_database.h"
 
 #include <cstring>
+#include <random>
 
 #include "loomkit/db/record_access.h"
 #include "loomkit/db/sqlite/affinity.h"
@@ -324,6 +325,60 @@ TEST(SqliteStatus, MapsEveryResultCode) {
   for (const auto& row : rows) EXPECT_EQ(loomkit::sqliteStatus(row.code), row.status) << row.code;
   for (const int code : {2, 3, 4, 9, 11, 12, 15, 16, 17, 21, 22, 23, 25})
     EXPECT_EQ(loomkit::sqliteStatus(code), GDbInternalError) << code;
+}
+
+// What a NULL is read as is also a value of its own.
+TEST_F(SqliteQuery, TellsAZeroFromANull) {
+  exec("CREATE TABLE z (i INTEGER, f REAL, s TEXT, b BLOB, u);");
+  exec("INSERT INTO z VALUES (0, 0.0, '', x'', 0), (NULL, NULL, NULL, NULL, NULL);");
+  GSqlQuery query = exec("SELECT * FROM z;");
+  for (const bool null : {false, true}) {
+    ASSERT_EQ(query.next(), GDbNoError);
+    const GDbRecord& record = *query.getRecord();
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(loomkit::RecordAccess::isNull(record, i), null) << i;
+    EXPECT_EQ(record.getIntField(0), 0);
+    EXPECT_EQ(record.getFloatField(1), 0.0);
+    EXPECT_STREQ(record.getStringField(2), "");
+    EXPECT_EQ(record.getFieldType(4), null ? GDbFieldString : GDbFieldInt);
+  }
+}
+
+// SQLite prepares a statement anew when the table is another one. The types of
+// its columns are not those of before, however often that happens unseen.
+TEST_F(SqliteQuery, TheTypesOfAPreparedStatementFollowTheTable) {
+  GSqlQuery query(sql, "SELECT a, b FROM t;");
+  const auto make = [&](const char* a, const char* b, bool filled) {
+    exec("DROP TABLE IF EXISTS t;");
+    exec(std::string("CREATE TABLE t (a ") + a + ", b " + b + ");");
+    if (filled) exec("INSERT INTO t VALUES (1, 2);");
+  };
+  const auto types = [&](int rows) {
+    std::vector<int> found;
+    EXPECT_EQ(query.exec(), GDbNoError);
+    for (; rows > 0; --rows) {
+      EXPECT_EQ(query.next(), GDbNoError);
+      found = {query.getRecord()->getFieldType(0), query.getRecord()->getFieldType(1)};
+    }
+    EXPECT_EQ(query.reset(), GDbNoError);
+    return found;
+  };
+  const char* const declared[] = {"INTEGER", "TEXT", "REAL", "", "BLOB"};
+  const int read[] = {GDbFieldInt, GDbFieldString, GDbFieldFloat, GDbFieldInt, GDbFieldBlob};
+  std::mt19937 random(7);
+  for (int round = 0; round < 300; ++round) {
+    const std::size_t a = random() % 5;
+    const std::size_t b = random() % 5;
+    // Executions that look at no row lie between those that do.
+    for (auto unseen = random() % 3; unseen > 0; --unseen) {
+      make(declared[a], declared[random() % 5], false);
+      types(0);
+    }
+    make(declared[a], declared[b], true);
+    // Without a type in the declaration the value's own counts; a column of
+    // texts has made the number one.
+    EXPECT_EQ(types(1), (std::vector<int>{read[a], read[b]})) << round;
+    EXPECT_EQ(types(1), (std::vector<int>{read[a], read[b]})) << round;
+  }
 }
 
 }  // namespace

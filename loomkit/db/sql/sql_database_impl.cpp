@@ -78,9 +78,8 @@ GDbStatus GSqlDatabaseImpl::deleteTable(const std::string& tableName) {
 
 std::list<GSqlDatabaseImpl::Lookup>::iterator GSqlDatabaseImpl::findLookup(
     const std::string& table, const std::string& where, const std::string& fields) {
-  return std::find_if(lookupCache.begin(), lookupCache.end(), [&](const Lookup& lookup) {
-    return lookup.where == where && lookup.table == table && lookup.fields == fields;
-  });
+  return std::find_if(lookupCache.begin(), lookupCache.end(),
+                      [&](const Lookup& lookup) { return lookup.is(table, where, fields); });
 }
 
 GDbStatus GSqlDatabaseImpl::getLookupQuery(const std::string& table, const std::string& where,
@@ -88,7 +87,9 @@ GDbStatus GSqlDatabaseImpl::getLookupQuery(const std::string& table, const std::
   const auto found = findLookup(table, where, fields);
   if (found != lookupCache.end()) {
     *query = found->query;
-    lookupCache.erase(found);
+    found->query.clear();
+    lentLookup.clear();
+    lentLookup.splice(lentLookup.begin(), lookupCache, found);
     return GDbNoError;
   }
   *query = GSqlQuery(this, "SELECT " + fields + " FROM \"" + table + "\" WHERE " + where + ";");
@@ -100,7 +101,12 @@ void GSqlDatabaseImpl::putLookupQuery(const std::string& table, const std::strin
   if (findLookup(table, where, fields) != lookupCache.end()) return;
   const auto limit = 2 * static_cast<std::size_t>(getTableCount());
   if (!lookupCache.empty() && lookupCache.size() >= limit) lookupCache.pop_back();
-  lookupCache.push_front({table, where, fields, query});
+  if (!lentLookup.empty() && lentLookup.front().is(table, where, fields)) {
+    lookupCache.splice(lookupCache.begin(), lentLookup);
+    lookupCache.front().query = query;
+  } else {
+    lookupCache.push_front({table, where, fields, query});
+  }
   lookupCache.front().query.clearBindings();
 }
 

@@ -110,12 +110,20 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
     std::string where;
     std::string fields;
     GSqlQuery query;
+
+    [[nodiscard]] bool is(const std::string& itsTable, const std::string& itsWhere,
+                          const std::string& itsFields) const {
+      return where == itsWhere && table == itsTable && fields == itsFields;
+    }
   };
   std::list<Lookup>::iterator findLookup(const std::string& table, const std::string& where,
                                          const std::string& fields);
 
   loomkit::SqlQuerySet queries;
   std::list<Lookup> lookupCache;  // most recently returned first
+  // The texts of the query that was handed out last, for its return: most
+  // lookups come one by one.
+  std::list<Lookup> lentLookup;
   GSqlError lastError;
 };
 

@@ -31,19 +31,18 @@ struct TextDelete {
   void operator()(char* text) const { ::operator delete(text); }
 };
 
+}  // namespace
+
 bool isAscii(const char* text, std::size_t length) {
   unsigned char seen = 0;
   for (std::size_t i = 0; i < length; ++i) seen |= static_cast<unsigned char>(text[i]);
   return seen < 0x80;
 }
 
-}  // namespace
-
 HulText toUtf8(const char* text, int length, int* utf8Length, const char* logText) {
   const std::size_t size =
       length < 0 ? std::strlen(text) : strnlen(text, static_cast<std::size_t>(length));
-  // ASCII is the same in every encoding: a text that runs to its NUL and is that
-  // needs a copy and no conversion.
+  // A text that runs to its NUL and is ASCII needs a copy and no conversion.
   if (length < 0 && isAscii(text, size)) {
     if (utf8Length != nullptr) *utf8Length = static_cast<int>(size);
     return HulText(hulStrDup(text));
@@ -61,7 +60,7 @@ HulText toUtf8(const char* text, int length, int* utf8Length, const char* logTex
 
 void fromUtf8(const char* utf8, int length, std::string* text) {
   const std::size_t size = strnlen(utf8, static_cast<std::size_t>(length));
-  if (isAscii(utf8, size)) {  // nearly every text
+  if (isAscii(utf8, size)) {
     text->assign(utf8, size);
     return;
   }

@@ -4,6 +4,7 @@
 #ifndef LOOMKIT_DB_SQLITE_LOCAL_TEXT_H
 #define LOOMKIT_DB_SQLITE_LOCAL_TEXT_H
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -22,6 +23,9 @@ using HulText = std::unique_ptr<char, HulFree>;
 /// and the result is a plain copy. `*utf8Length` (unless null) receives the
 /// result's length.
 HulText toUtf8(const char* text, int length, int* utf8Length, const char* logText);
+
+/// Whether a text is the same in every encoding. Nearly every text is.
+bool isAscii(const char* text, std::size_t length);
 
 /// `length` bytes of UTF-8 in the local encoding, up to the first NUL. Bytes
 /// that cannot be converted are taken as they are.

@@ -44,11 +44,9 @@ GDbStatus GSqlite3Database::exec(GSqlQueryData* query) {
     status = reportCode(data->stop());
     if (status != GDbNoError) return status;
   }
-  data->row = -1;
-  data->rowsAffected = -1;
-  data->affinities.clear();
+  data->beginExecution();
   const loomkit::Sqlite3Api& api = sqlite3Library().api;
-  const int changesBefore = api.total_changes(db);
+  const int changesBefore = data->hasColumns ? 0 : api.total_changes(db);
   const int code = api.step(data->stmt);
   if (code == loomkit::sqliteRow) {
     data->state = GSqlite3QueryData::stepped;  // first() or next() makes it current

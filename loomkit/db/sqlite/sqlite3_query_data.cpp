@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/db/sqlite/sqlite3_query_data.h"
 
+#include "loomkit/db/sqlite/affinity.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 
@@ -40,7 +41,38 @@ void GSqlite3QueryData::forgetExecution() {
   state = inactive;
   row = -1;
   rowsAffected = -1;
+}
+
+// What was not looked at in the last execution may have changed twice by the
+// next time.
+void GSqlite3QueryData::beginExecution() {
+  row = -1;
+  rowsAffected = -1;
+  if (!affinitiesLookedAt) affinities.clear();
+  affinitiesLookedAt = false;
+}
+
+const GDbFieldType* GSqlite3QueryData::columnAffinities(int columns) {
+  if (!affinitiesLookedAt) {
+    const bool known =
+        affinities.size() == static_cast<std::size_t>(columns) && witness != nullptr &&
+        loomkit::sqlite3Library().api.column_decltype(stmt, witnessColumn) == witness;
+    if (!known) readAffinities(columns);
+    affinitiesLookedAt = true;
+  }
+  return affinities.data();
+}
+
+void GSqlite3QueryData::readAffinities(int columns) {
   affinities.clear();
+  witness = nullptr;
+  for (int column = 0; column < columns; ++column) {
+    const char* declared = loomkit::sqlite3Library().api.column_decltype(stmt, column);
+    affinities.push_back(declared != nullptr ? loomkit::sqliteAffinity(declared) : GDbFieldNone);
+    if (declared == nullptr) continue;
+    witnessColumn = column;
+    witness = declared;
+  }
 }
 
 // Back to inactive; SQLite's result code.
@@ -55,5 +87,6 @@ void GSqlite3QueryData::finalize() {
   GSqlite3QueryData::clearRecord();
   if (stmt != nullptr) loomkit::sqlite3Library().api.finalize(stmt);
   stmt = nullptr;
+  affinities.clear();
   forgetExecution();
 }

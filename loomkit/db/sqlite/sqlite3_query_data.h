@@ -35,6 +35,11 @@ class LOOMKIT_API GSqlite3QueryData : public GSqlQueryData {
   int stop();
   void finalize();
   void forgetExecution();
+  void beginExecution();
+  // Of so many columns; GDbFieldNone where there is no declared type or it says
+  // nothing.
+  const GDbFieldType* columnAffinities(int columns);
+  void readAffinities(int columns);
 
   static constexpr std::int32_t inactive = 0;
   static constexpr std::int32_t stepped = 1;   // a row was stepped to
@@ -46,9 +51,14 @@ class LOOMKIT_API GSqlite3QueryData : public GSqlQueryData {
   std::int32_t row = -1;  // zero-based; -1 when none has been asked for
   bool valid = false;     // positioned on a row
   std::int32_t rowsAffected = -1;
-  // The affinities of the columns, read at the first record of an execution: the
-  // library may prepare the statement anew when the next one begins.
+  // By the declared types. The library may prepare a statement anew when an
+  // execution begins; then a declared type has another address, since the new
+  // statement is made before the old one goes. So one that is looked at in each
+  // execution vouches for all.
   std::vector<GDbFieldType> affinities;
+  bool affinitiesLookedAt = false;  // in this execution
+  int witnessColumn = -1;
+  const char* witness = nullptr;
 };
 
 #endif  // LOOMKIT_DB_SQLITE_SQLITE3_QUERY_DATA_H

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // Parameters, columns and rows of a SQLite query.
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "loomkit/db/record_access.h"
-#include "loomkit/db/sqlite/affinity.h"
 #include "loomkit/db/sqlite/local_text.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
@@ -47,41 +46,53 @@ GDbFieldType storageType(int storageClass) {
   }
 }
 
-// By the declared types; GDbFieldNone where there is none or it says nothing.
-void readAffinities(sqlite3_stmt* stmt, int columns, std::vector<GDbFieldType>* affinities) {
-  for (int column = 0; column < columns; ++column) {
-    const char* declared = sqlite3Library().api.column_decltype(stmt, column);
-    affinities->push_back(declared != nullptr ? loomkit::sqliteAffinity(declared) : GDbFieldNone);
+// Up to its first NUL; an empty text for a NULL.
+void addText(GDbRecord* record, sqlite3_stmt* stmt, int column) {
+  const auto* utf8 = reinterpret_cast<const char*>(sqlite3Library().api.column_text(stmt, column));
+  const std::size_t length = utf8 != nullptr ? std::strlen(utf8) : 0;
+  if (loomkit::isAscii(utf8, length)) {
+    loomkit::RecordAccess::addText(record, utf8, length);
+    return;
   }
+  std::string text;
+  loomkit::fromUtf8(utf8, sqlite3Library().api.column_bytes(stmt, column), &text);
+  record->addStringField(text);
 }
 
-// Appends the column to `record`; SQLite converts to the type that is read.
-void addColumn(GDbRecord* record, sqlite3_stmt* stmt, int column, GDbFieldType affinity,
-               std::string* text) {
+// Appends the column to `record`; SQLite converts to the type that is read. Each
+// question costs its lock, so that only a value that may be a NULL is asked
+// whether it is one.
+void addColumn(GDbRecord* record, sqlite3_stmt* stmt, int column, GDbFieldType affinity) {
   const Sqlite3Api& api = sqlite3Library().api;
-  const int storageClass = api.column_type(stmt, column);  // before any conversion
-  text->clear();
-  switch (affinity != GDbFieldNone ? affinity : storageType(storageClass)) {
-    case GDbFieldInt:
-      record->addIntField(api.column_int(stmt, column));
+  if (affinity == GDbFieldNone) affinity = storageType(api.column_type(stmt, column));
+  bool maybeNull = false;
+  switch (affinity) {
+    case GDbFieldInt: {
+      const int value = api.column_int(stmt, column);
+      record->addIntField(value);
+      maybeNull = value == 0;
       break;
-    case GDbFieldFloat:
-      record->addFloatField(api.column_double(stmt, column));
+    }
+    case GDbFieldFloat: {
+      const double value = api.column_double(stmt, column);
+      record->addFloatField(value);
+      maybeNull = value == 0;
       break;
+    }
     case GDbFieldBlob: {
       const void* bytes = api.column_blob(stmt, column);
       const int size = bytes != nullptr ? api.column_bytes(stmt, column) : 0;
       record->addBlobField(bytes, static_cast<unsigned>(size));
+      maybeNull = bytes == nullptr;
       break;
     }
-    case GDbFieldString:
-      readText(stmt, column, text);
-      record->addStringField(*text);
-      break;
     default:
-      record->addStringField(*text);
+      addText(record, stmt, column);
+      maybeNull = *record->getStringField(column) == '\0';
   }
-  if (storageClass == loomkit::sqliteNull) loomkit::RecordAccess::markLastNull(record);
+  if (maybeNull && api.column_type(stmt, column) == loomkit::sqliteNull) {
+    loomkit::RecordAccess::markLastNull(record);
+  }
 }
 
 struct RecordDelete {
@@ -229,10 +240,9 @@ GDbStatus GSqlite3Database::getRecord(GSqlQueryData* query, GDbRecord** record) 
   const int columns = sqlite3Library().api.column_count(stmt);
   if (columns == 0) return GDbNoError;
   std::unique_ptr<GDbRecord, RecordDelete> made(new GDbRecord);
-  std::string text;
-  if (data->affinities.empty()) readAffinities(stmt, columns, &data->affinities);
+  const GDbFieldType* affinities = data->columnAffinities(columns);
   for (int column = 0; column < columns; ++column)
-    addColumn(made.get(), stmt, column, data->affinities[static_cast<std::size_t>(column)], &text);
+    addColumn(made.get(), stmt, column, affinities[column]);
   *record = made.release();
   return GDbNoError;
 }
