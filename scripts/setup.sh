@@ -2,10 +2,13 @@
 # SPDX-License-Identifier: MIT
 # Installs the Debian packages that are missing. setup.sh run|test|ci|bench
 # Each word includes the ones before it, but for bench, which adds the peers
-# that the benchmarks compare with.
+# that the benchmarks compare with. The tour and the tests read a package of
+# Debian's as it is published, which goes to build/real, and the jar in it.
 set -euo pipefail
+here=$(cd "$(dirname "$0")/.." && pwd)
+real=libjsr305-java
 
-run="g++ cmake ninja-build ccache pkg-config zlib1g-dev libcli11-dev libedit-dev nlohmann-json3-dev libsqlite3-0 unicode-data zip unzip"
+run="g++ cmake ninja-build ccache pkg-config zlib1g-dev libcli11-dev libedit-dev nlohmann-json3-dev libsqlite3-0 unicode-data zip unzip $real"
 test="googletest make python3 binutils llvm libarchive-tools p7zip-full sqlite3 zsh fish groff-base"
 ci="clang clang-format clang-tidy libclang-rt-14-dev g++-multilib lib32z1-dev"
 bench="libbenchmark-dev python3 libmuparser-dev liblua5.4-dev liburiparser-dev libcurl4-openssl-dev libsqlite3-dev libsqlitecpp-dev libsoci-dev libboost-dev libcsv-dev rapidjson-dev libzip-dev libminizip-dev libarchive-dev libssl-dev libinih-dev libsimpleini-dev"
@@ -23,20 +26,32 @@ for package in $wanted; do
   [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)" = installed ] ||
     missing+=("$package")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
 
-echo "installing: ${missing[*]}" >&2
-as_root=()
-if [ "$(id -u)" -ne 0 ]; then
-  command -v sudo >/dev/null || { echo "install these packages as root, then run this again" >&2; exit 1; }
-  as_root=(sudo)
-fi
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-export DEBIAN_FRONTEND=noninteractive
-# A list that is a little old is good enough: what counts is the installation.
-if ! { "${as_root[@]}" apt-get update || true
-  "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
-  cat "$log" >&2
-  exit 1
+as_root=()
+if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null; then as_root=(sudo); fi
+
+# A list that is a little old is good enough: what counts is what follows.
+update() { "${as_root[@]}" apt-get update || true; }
+install() {
+  export DEBIAN_FRONTEND=noninteractive
+  update
+  "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
+}
+fetch() {
+  mkdir -p "$here/build/real"
+  cd "$here/build/real"
+  apt-get download "$real" || { update && apt-get download "$real"; }
+}
+logged() { "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }; }
+
+if [ ${#missing[@]} -ne 0 ]; then
+  echo "installing: ${missing[*]}" >&2
+  if [ "$(id -u)" -ne 0 ] && [ ${#as_root[@]} -eq 0 ]; then
+    echo "install these packages as root, then run this again" >&2
+    exit 1
+  fi
+  logged install
 fi
+compgen -G "$here/build/real/*.deb" >/dev/null || logged fetch
