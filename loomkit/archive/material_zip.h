@@ -82,7 +82,9 @@ class LOOMKIT_API GMaterialZip {
   /// Appends the names of the archive's own images: .png, .jpg, .tga, .bmp.
   bool getTextureNames(std::vector<std::string>* names);
   /// Give one of them as a file, as a block of `operator new` that is the
-  /// caller's, or as a new file object that is the caller's.
+  /// caller's, or as a new file object that is the caller's. Requires, of an
+  /// encrypted archive: a text, such as the id, was asked for before; that is
+  /// what sets the password.
   bool extractTexture(const std::string& name, const std::string& path);
   bool extractTexture(const std::string& name, char** data, unsigned int* size);
   bool extractTexture(const std::string& name, GFileObject** texture);

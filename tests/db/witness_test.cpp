@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Other programs read what the backends write, and the other way round. A test
-// whose program is not installed is skipped.
-#include <cstdio>
-
+// Other programs read what the backends write, and the other way round.
+#include "tests/witness.h"
 #include "tests/db/db_fixture.h"
 
 namespace {
@@ -10,23 +8,14 @@ namespace {
 using namespace loomkit::testing;
 using Texts = std::vector<std::string>;
 
-// The standard output of a shell command; false when it fails.
-bool run(const std::string& command, std::string* output) {
-  std::FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return false;
-  char buffer[4096];
-  for (std::size_t count = 0; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-    output->append(buffer, count);
-  return pclose(pipe) == 0;
-}
-
-bool installed(const std::string& program) {
-  std::string ignored;
-  return run("command -v " + program, &ignored);
+// The standard output of a shell command, which is to succeed.
+std::string run(const std::string& command) {
+  const Witnessed witnessed = runShell(command);
+  EXPECT_EQ(witnessed.status, 0) << command;
+  return witnessed.output;
 }
 
 TEST(DbWitness, TheSqlite3ShellReadsWhatWeWrite) {
-  if (!installed("sqlite3")) GTEST_FAIL() << "sqlite3 is not installed: run scripts/setup.sh test";
   const TempDir dir;
   {
     const DatabaseOwner database = openDb("sqlite3:" + dir.file("w.db"));
@@ -45,34 +34,26 @@ TEST(DbWitness, TheSqlite3ShellReadsWhatWeWrite) {
     set.addRecord(record);
     ASSERT_EQ(table->insertRecords(set), GDbNoError);
   }
-  std::string output;
-  ASSERT_TRUE(run("sqlite3 " + dir.file("w.db") +
-                      " \"SELECT id, name, hex(data) FROM w; PRAGMA integrity_check;\"",
-                  &output));
+  const std::string output = run("sqlite3 " + dir.file("w.db") +
+                                 " \"SELECT id, name, hex(data) FROM w; PRAGMA integrity_check;\"");
   EXPECT_EQ(output, "1|\xc3\xa9t\xc3\xa9 'quoted'|00FF\nok\n");
 }
 
 TEST(DbWitness, WeReadWhatTheSqlite3ShellWrites) {
-  if (!installed("sqlite3")) GTEST_FAIL() << "sqlite3 is not installed: run scripts/setup.sh test";
   const TempDir dir;
-  std::string output;
-  ASSERT_TRUE(run("sqlite3 " + dir.file("r.db") +
-                      " \"CREATE TABLE r (id INTEGER, name VARCHAR(10), f DOUBLE);"
-                      " INSERT INTO r VALUES (1, 'a', 0.5), (2, NULL, 1e10);\"",
-                  &output));
+  run("sqlite3 " + dir.file("r.db") +
+      " \"CREATE TABLE r (id INTEGER, name VARCHAR(10), f DOUBLE);"
+      " INSERT INTO r VALUES (1, 'a', 0.5), (2, NULL, 1e10);\"");
   const DatabaseOwner database = openDb("sqlite3:" + dir.file("r.db"));
   EXPECT_EQ(scan(openTable(database, "r").get()), (Texts{"1|a|0.5", "2||1e+10"}));
 }
 
 TEST(DbWitness, WeReadWhatPythonsCsvModuleWrites) {
-  if (!installed("python3")) GTEST_FAIL() << "python3 is not installed: run scripts/setup.sh test";
   const TempDir dir;
   for (const char* quoting : {"QUOTE_MINIMAL", "QUOTE_ALL", "QUOTE_NONNUMERIC"}) {
-    std::string output;
-    ASSERT_TRUE(run("python3 -c \"import csv; w = csv.writer(open('" + dir.file("p.csv") +
-                        "', 'w', newline=''), delimiter=';', quoting=csv." + quoting +
-                        "); w.writerows([['a;b', 'say \\\"x\\\"'], ['', ' plain '], ['1', '-']])\"",
-                    &output));
+    run("python3 -c \"import csv; w = csv.writer(open('" + dir.file("p.csv") +
+        "', 'w', newline=''), delimiter=';', quoting=csv." + quoting +
+        "); w.writerows([['a;b', 'say \\\"x\\\"'], ['', ' plain '], ['1', '-']])\"");
     const DatabaseOwner database = openDb("csv:" + dir.path());
     const GDbStructure structure = structureOf({{"a", GDbFieldString}, {"b", GDbFieldString}});
     EXPECT_EQ(scan(openTable(database, "p", &structure).get()),
@@ -84,11 +65,9 @@ TEST(DbWitness, WeReadWhatPythonsCsvModuleWrites) {
 TEST(DbWitness, WeReadTablesOutOfAnArchiveThatPythonMade) {
   const TempDir dir;
   dir.write("t.csv", "1;file\n");
-  std::string output;
-  ASSERT_TRUE(run("python3 -c \"import zipfile; z = zipfile.ZipFile('" + dir.file("a.zip") +
-                      "', 'w', zipfile.ZIP_DEFLATED); z.writestr('t.csv', '1;zip\\n2;more\\n');"
-                      " z.writestr('only.csv', '3;only\\n'); z.close()\"",
-                  &output));
+  run("python3 -c \"import zipfile; z = zipfile.ZipFile('" + dir.file("a.zip") +
+      "', 'w', zipfile.ZIP_DEFLATED); z.writestr('t.csv', '1;zip\\n2;more\\n');"
+      " z.writestr('only.csv', '3;only\\n'); z.close()\"");
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
   const struct {
     const char* options;
