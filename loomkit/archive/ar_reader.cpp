@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "loomkit/archive/ar_layout.h"
+#include "loomkit/archive/block_buf.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/output.h"
@@ -48,8 +49,9 @@ GArEntry::GArEntry(const std::string& entryName, unsigned long dataOffset, unsig
 /// 64 bits wide, so that no size, however forged, leads backwards.
 class GArReader::TableReader {
  public:
-  explicit TableReader(GArReader& arReader) : reader(arReader), in(*arReader.stream) {}
+  explicit TableReader(GArReader& arReader) : reader(arReader) {}
 
+  // The stream has just been moved to its beginning.
   bool readAll() {
     if (!readMagic()) return false;
     bool atEnd = false;
@@ -62,7 +64,6 @@ class GArReader::TableReader {
  private:
   bool readMagic() {
     char bytes[ar::magic.size()];
-    if (!in.seekg(0)) return reader.error("can't seek to beginning of ar file");
     if (!in.read(bytes, sizeof bytes)) {
       return reader.error("can't read magic string of ar file");
     }
@@ -139,7 +140,8 @@ class GArReader::TableReader {
   }
 
   GArReader& reader;
-  std::istream& in;
+  DirectoryStream stream{*reader.stream, 0};
+  std::istream& in = stream.get();
   std::uint64_t position = 0;
   std::string name;
 };
@@ -215,7 +217,10 @@ void GArReader::takeStream(std::istream* newStream, bool ownsNewStream) {
   ownsStream = ownsNewStream;
 }
 
-bool GArReader::createTableOfContents() { return TableReader(*this).readAll(); }
+bool GArReader::createTableOfContents() {
+  if (!stream->seekg(0)) return error("can't seek to beginning of ar file");
+  return TableReader(*this).readAll();
+}
 
 void GArReader::deleteEntries() {
   for (const auto& [name, entry] : entries) delete entry;

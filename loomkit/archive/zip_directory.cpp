@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 // GZipReader: the end record and the central directory.
 #include <algorithm>
+#include <cstring>
 #include <memory>
-#include <streambuf>
 #include <vector>
 
+#include "loomkit/archive/block_buf.h"
 #include "loomkit/archive/zip_layout.h"
 #include "loomkit/archive/zip_reader.h"
 #include "loomkit/text/binary.h"
@@ -17,46 +18,31 @@ const unsigned char* bytesOf(const char* text) {
   return reinterpret_cast<const unsigned char*>(text);
 }
 
-// Reads a stream in blocks, so that the many small fields of a directory cost
-// no system calls, and knows its position without asking the stream.
-class BlockBuf : public std::streambuf {
- public:
-  BlockBuf(std::streambuf* source, std::streamoff position)
-      : stream(source), block(size), blockEnd(position) {}
-
-  [[nodiscard]] std::streamoff position() const { return blockEnd - (egptr() - gptr()); }
-
- protected:
-  int_type underflow() override {
-    const std::streamsize count = stream->sgetn(block.data(), size);
-    if (count <= 0) return traits_type::eof();
-    blockEnd += count;
-    setg(block.data(), block.data(), block.data() + count);
-    return traits_type::to_int_type(*gptr());
-  }
-
-  // Only forward from the current position.
-  pos_type seekoff(off_type offset, std::ios_base::seekdir /*direction*/,
-                   std::ios_base::openmode /*which*/) override {
-    const off_type beyond = offset - (egptr() - gptr());
-    if (beyond <= 0) {
-      setg(eback(), gptr() + offset, egptr());
-      return position();
-    }
-    const pos_type target = stream->pubseekoff(beyond, std::ios::cur, std::ios::in);
-    if (target == pos_type(off_type(-1))) return target;
-    blockEnd += beyond;
-    setg(nullptr, nullptr, nullptr);
-    return position();
-  }
-
- private:
-  static constexpr std::streamsize size = 65536;
-
-  std::streambuf* stream;
-  std::vector<char> block;
-  std::streamoff blockEnd;  // the stream's position
+// A name's first eight bytes, which decide most comparisons, lie side by side.
+struct NameKey {
+  std::uint64_t start;
+  std::uint32_t index;
 };
+
+// The entries in the order of their names; those with one name as they came.
+std::vector<NameKey> orderOfNames(const std::vector<std::unique_ptr<GZipEntry>>& entries) {
+  std::vector<NameKey> keys;
+  keys.reserve(entries.size());
+  for (const auto& entry : entries) {
+    unsigned char start[8] = {};
+    std::memcpy(start, entry->getFName().data(), std::min(sizeof start, entry->getFName().size()));
+    keys.push_back({loadBe64(start), static_cast<std::uint32_t>(keys.size())});
+  }
+  const auto before = [&entries](const NameKey& a, const NameKey& b) {
+    if (a.start != b.start) return a.start < b.start;
+    const int order = entries[a.index]->getFName().compare(entries[b.index]->getFName());
+    return order != 0 ? order < 0 : a.index < b.index;
+  };
+  // Most archives are sorted already.
+  if (!std::is_sorted(keys.begin(), keys.end(), before))
+    std::sort(keys.begin(), keys.end(), before);
+  return keys;
+}
 
 }  // namespace
 
@@ -141,28 +127,30 @@ bool GZipReader::readCentralDirectory() {
 }
 
 bool GZipReader::readFileHeaders() {
-  BlockBuf buffer(stream->rdbuf(), centralDirectoryOffset);
-  std::istream headers(&buffer);
+  DirectoryStream directory(*stream, centralDirectoryOffset);
   const std::streamoff end = std::streamoff{centralDirectoryOffset} + centralDirectorySize;
-  std::uint16_t count = 0;
-  while (buffer.position() < end) {
-    auto entry = std::make_unique<GZipEntry>();
-    if (!entry->readFileHeader(&headers)) {
+  std::vector<std::unique_ptr<GZipEntry>> read;
+  while (directory.position() < end) {
+    read.push_back(std::make_unique<GZipEntry>());
+    if (!read.back()->readFileHeader(&directory.get())) {
       deleteEntries();
       return error("error reading central directory entry");
     }
-    addEntry(std::move(entry));
-    ++count;
   }
-  if (buffer.position() != end) warning("read beyond end of central directory");
+  if (directory.position() != end) warning("read beyond end of central directory");
+  const auto count = static_cast<std::uint16_t>(read.size());
   if (count != centralDirectoryEntryCount) warning("central directory entry count mismatch");
+  addEntries(std::move(read));
   return true;
 }
 
-// Of several entries with one name the first stays. Most archives are sorted,
-// so that the end is the place to look first.
-void GZipReader::addEntry(std::unique_ptr<GZipEntry> entry) {
-  const std::size_t before = entries.size();
-  entries.emplace_hint(entries.end(), entry->getFName(), entry.get());
-  if (entries.size() > before) static_cast<void>(entry.release());
+// Of several entries with one name the first stays. In their order they go into
+// the map without a search.
+void GZipReader::addEntries(std::vector<std::unique_ptr<GZipEntry>> read) {
+  for (const NameKey& key : orderOfNames(read)) {
+    std::unique_ptr<GZipEntry>& entry = read[key.index];
+    const std::size_t before = entries.size();
+    entries.emplace_hint(entries.end(), entry->getFName(), entry.get());
+    if (entries.size() > before) static_cast<void>(entry.release());
+  }
 }

@@ -15,6 +15,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "loomkit/archive/entry_iterator.h"
 #include "loomkit/archive/zip_base.h"
@@ -121,7 +122,7 @@ class LOOMKIT_API GZipReader : public GZipBase {
   void checkEndRecord(const unsigned char* record);
   void takeZipFileComment(const std::string& tail, std::size_t index);
   bool readFileHeaders();
-  void addEntry(std::unique_ptr<GZipEntry> entry);
+  void addEntries(std::vector<std::unique_ptr<GZipEntry>> read);
   const GZipEntry* findEntry(const std::string& name);
 
   bool ownsStream = false;

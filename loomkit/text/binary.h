@@ -31,6 +31,9 @@ inline std::uint16_t loadBe16(const unsigned char* p) noexcept {
 inline std::uint32_t loadBe32(const unsigned char* p) noexcept {
   return std::uint32_t{p[0]} << 24 | std::uint32_t{p[1]} << 16 | std::uint32_t{p[2]} << 8 | p[3];
 }
+inline std::uint64_t loadBe64(const unsigned char* p) noexcept {
+  return std::uint64_t{loadBe32(p)} << 32 | loadBe32(p + 4);
+}
 
 /// Stores of 2, 4 and 8 bytes at `p`. Requires: that many bytes are writable.
 inline void storeLe16(unsigned char* p, std::uint16_t v) noexcept {

@@ -4,6 +4,8 @@
 #include <sys/resource.h>
 
 #include <fstream>
+#include <map>
+#include <random>
 
 #include "loomkit/archive/zip_reader.h"
 #include "loomkit/platform/poison.h"
@@ -98,6 +100,34 @@ TEST(ZipHostile, NamesAreKeptWhole) {
   }
   Opened opened(bytes);
   EXPECT_EQ(textOf(opened.reader, std::string("a\0b", 3)), "data");
+}
+
+// Beside a map, the obvious way. Names of few letters, so that many are equal,
+// or differ behind their eighth byte only.
+TEST(ZipHostile, AnyNamesAreInOrderAndTheFirstOfEqualOnesCounts) {
+  std::mt19937 random(11);
+  const std::string letters("\0\1az\x7f\x80\xff", 7);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<ZipMember> members(random() % 60);
+    std::map<std::string, std::string> expected;
+    for (ZipMember& member : members) {
+      member.name = std::string(random() % 2 == 0 ? 0 : 7, 'x');
+      for (auto size = random() % 4; size > 0; --size) member.name += letters[random() % 7];
+      member.data = std::to_string(random());
+      expected.emplace(member.name, member.data);
+    }
+    Opened opened(zipOf(members));
+    std::map<std::string, std::string> found;
+    std::string last;
+    for (auto i = opened.reader.entriesBegin(); i != opened.reader.entriesEnd(); ++i) {
+      const auto& [name, entry] = *i;
+      EXPECT_TRUE(found.empty() || last < name);
+      last = name;
+      found[name] = textOf(opened.reader, entry).value_or("failed");
+    }
+    ASSERT_EQ(found, expected) << round;
+    ASSERT_EQ(opened.output.lines, Lines{});
+  }
 }
 
 TEST(ZipHostile, OverlappingMembersAreReadEachForItself) {
