@@ -6,6 +6,7 @@
 #include <unordered_set>
 
 #include "loomkit/config/config_line.h"
+#include "loomkit/config/config_lines.h"
 #include "loomkit/config/config_section_base.h"
 #include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/file.h"
@@ -16,18 +17,6 @@ using namespace loomkit;
 namespace {
 
 constexpr char utf8Mark[] = "\xef\xbb\xbf";
-
-std::string indexKey(const std::string& section, const std::string& key) {
-  return section + '\0' + key;
-}
-
-// Where the line's content ends and its line end begins.
-std::size_t contentSize(const std::string& text) {
-  std::size_t size = text.size();
-  if (size > 0 && text[size - 1] == '\n') --size;
-  if (size < text.size() && size > 0 && text[size - 1] == '\r') --size;
-  return size;
-}
 
 bool matches(const std::string& pattern, const std::string& text) {
   return gPatternMatch(pattern.c_str(), text.c_str(), false, false, false);
@@ -68,6 +57,26 @@ bool canBeSection(const std::string& section) {
 
 }  // namespace
 
+GKeyValueConfigFile::GKeyValueConfigFile() : lines(std::make_unique<ConfigLines>()) {}
+
+GKeyValueConfigFile::GKeyValueConfigFile(const GKeyValueConfigFile& other)
+    : name(other.name),
+      errMsg(other.errMsg),
+      byteOrderMark(other.byteOrderMark),
+      lines(std::make_unique<ConfigLines>(*other.lines)) {}
+
+GKeyValueConfigFile& GKeyValueConfigFile::operator=(const GKeyValueConfigFile& other) {
+  if (this == &other) return *this;
+  auto copy = std::make_unique<ConfigLines>(*other.lines);
+  name = other.name;
+  errMsg = other.errMsg;
+  byteOrderMark = other.byteOrderMark;
+  lines = std::move(copy);
+  return *this;
+}
+
+GKeyValueConfigFile::~GKeyValueConfigFile() = default;
+
 // --- Loading ---------------------------------------------------------------
 
 bool GKeyValueConfigFile::load(const std::string& fileName) {
@@ -87,86 +96,22 @@ bool GKeyValueConfigFile::load(const std::string& fileName, std::istream* stream
     errMsg = fileName + ": read error";
     return false;
   }
-  std::string mark;
-  if (text.compare(0, 3, utf8Mark) == 0) {
-    mark = utf8Mark;
-    text.erase(0, 3);
-  }
-  Lines parsed;
-  if (!parseText(text, &parsed)) {
-    errMsg = fileName + ": " + errMsg;
+  const bool marked = text.compare(0, 3, utf8Mark) == 0;
+  auto parsed = std::make_unique<ConfigLines>();
+  std::string problem;
+  if (!parsed->parse(std::string_view(text).substr(marked ? 3 : 0), &problem)) {
+    errMsg = fileName + ": " + problem;
     return false;
   }
   name = fileName;
-  byteOrderMark = mark;
+  byteOrderMark = marked ? utf8Mark : "";
   lines = std::move(parsed);
-  index();
   return true;
-}
-
-bool GKeyValueConfigFile::parseText(const std::string& text, Lines* parsed) {
-  parsed->reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1);
-  std::string section;
-  for (std::size_t begin = 0; begin < text.size();) {
-    const std::size_t newLine = text.find('\n', begin);
-    const std::size_t end = newLine == std::string::npos ? text.size() : newLine + 1;
-    Line line;
-    line.text.assign(text, begin, end - begin);
-    const char* error = nullptr;
-    if (!parseLine(line, &section, &error)) {
-      return fail("line " + std::to_string(parsed->size() + 1) + ": " + error);
-    }
-    parsed->push_back(std::move(line));
-    begin = end;
-  }
-  return true;
-}
-
-bool GKeyValueConfigFile::parseLine(Line& line, std::string* section, const char** error) {
-  const std::string_view content(line.text.data(), contentSize(line.text));
-  const ConfigLine parsed = parseConfigLine(content);
-  *error = parsed.error;
-  if (parsed.kind == ConfigLine::Section) {
-    line.kind = Header;
-    *section = sectionKey(parsed.name);
-  } else if (parsed.kind == ConfigLine::Key) {
-    line.kind = Entry;
-    line.key = parsed.name;
-    // An empty value begins where the next one would be written.
-    line.valueBegin = parsed.value.empty()
-                          ? content.size()
-                          : static_cast<std::size_t>(parsed.value.data() - content.data());
-    line.valueEnd = line.valueBegin + parsed.value.size();
-  }
-  line.section = *section;
-  return parsed.kind != ConfigLine::Wrong;
-}
-
-void GKeyValueConfigFile::index() {
-  lastLine.clear();
-  lastLine.reserve(lines.size());
-  sections.clear();
-  for (std::size_t i = 0; i < lines.size(); ++i) indexLine(i);
-}
-
-// Requires: the lines before it are in the index, those behind it are not.
-void GKeyValueConfigFile::indexLine(std::size_t at) {
-  const Line& line = lines[at];
-  if (line.kind == Other) return;
-  Section& section = sections[line.section];
-  section.end = at + 1;
-  if (line.kind == Header) return;
-  section.entries.push_back(at);
-  lastLine[indexKey(line.section, line.key)] = at;
 }
 
 // --- Saving ----------------------------------------------------------------
 
-std::string GKeyValueConfigFile::getText() const {
-  std::string text = byteOrderMark;
-  for (const Line& line : lines) text += line.text;
-  return text;
-}
+std::string GKeyValueConfigFile::getText() const { return byteOrderMark + lines->text(); }
 
 bool GKeyValueConfigFile::save() { return save(name); }
 
@@ -183,38 +128,33 @@ bool GKeyValueConfigFile::save(const std::string& fileName) {
 std::vector<std::string> GKeyValueConfigFile::getSections() const {
   std::vector<std::string> found;
   std::unordered_set<std::string> seen;
-  for (const Line& line : lines) {
-    if (line.kind == Header && seen.insert(line.section).second) found.push_back(line.section);
+  for (auto line = lines->first(); line != ConfigLines::none; line = lines->next(line)) {
+    if (lines->kindOf(line) != ConfigLines::Header) continue;
+    const std::string& section = lines->sectionOf(line);
+    if (seen.insert(section).second) found.push_back(section);
   }
   return found;
 }
 
 std::vector<std::string> GKeyValueConfigFile::getKeys(const std::string& section) const {
   std::vector<std::string> found;
-  const auto wanted = sections.find(sectionKey(section));
-  if (wanted == sections.end()) return found;
-  std::unordered_set<std::string> seen;
-  for (const std::size_t at : wanted->second.entries) {
-    if (seen.insert(lines[at].key).second) found.push_back(lines[at].key);
+  std::unordered_set<std::string_view> seen;
+  for (auto line = lines->firstEntry(sectionKey(section)); line != ConfigLines::none;
+       line = lines->nextEntry(line)) {
+    if (seen.insert(lines->keyOf(line)).second) found.emplace_back(lines->keyOf(line));
   }
   return found;
 }
 
-const GKeyValueConfigFile::Line* GKeyValueConfigFile::find(const std::string& section,
-                                                           const std::string& key) const {
-  const auto found = lastLine.find(indexKey(sectionKey(section), key));
-  return found == lastLine.end() ? nullptr : &lines[found->second];
-}
-
 bool GKeyValueConfigFile::has(const std::string& section, const std::string& key) const {
-  return find(section, key) != nullptr;
+  return lines->find(sectionKey(section), key) != ConfigLines::none;
 }
 
 bool GKeyValueConfigFile::get(const std::string& section, const std::string& key,
                               std::string* value) {
-  const Line* line = find(section, key);
-  if (line == nullptr) return fail(name + ": there is no key " + key);
-  *value = line->text.substr(line->valueBegin, line->valueEnd - line->valueBegin);
+  const auto line = lines->find(sectionKey(section), key);
+  if (line == ConfigLines::none) return fail(name + ": there is no key " + key);
+  *value = lines->valueOf(line);
   return true;
 }
 
@@ -224,7 +164,9 @@ bool GKeyValueConfigFile::getValue(const std::string& section, const std::string
   std::string text;
   if (!get(section, key, &text)) return false;
   const char* error = parseConfigValue(text, value);
-  return error == nullptr || fail(messageAt(*find(section, key), key + ": " + error));
+  if (error == nullptr) return true;
+  const std::size_t number = lines->numberOf(lines->find(sectionKey(section), key));
+  return fail(messageAt(number, key + ": " + error));
 }
 
 bool GKeyValueConfigFile::get(const std::string& section, const std::string& key, bool* value) {
@@ -239,24 +181,26 @@ bool GKeyValueConfigFile::get(const std::string& section, const std::string& key
 
 std::vector<std::string> GKeyValueConfigFile::check(const std::vector<Rule>& rules) const {
   std::vector<std::string> problems;
-  for (const Line& line : lines) {
-    if (line.kind != Entry) continue;
-    const auto rule = std::find_if(rules.begin(), rules.end(), [&line](const Rule& r) {
-      return matches(sectionKey(r.section), line.section) && matches(r.key, line.key);
+  std::size_t number = 0;
+  for (auto line = lines->first(); line != ConfigLines::none; line = lines->next(line)) {
+    ++number;
+    if (lines->kindOf(line) != ConfigLines::Entry) continue;
+    const std::string key(lines->keyOf(line));
+    const auto rule = std::find_if(rules.begin(), rules.end(), [&](const Rule& r) {
+      return matches(sectionKey(r.section), lines->sectionOf(line)) && matches(r.key, key);
     });
     if (rule == rules.end()) {
-      problems.push_back(messageAt(line, "unknown key: " + line.key));
+      problems.push_back(messageAt(number, "unknown key: " + key));
       continue;
     }
-    const char* error =
-        checkType(rule->type, line.text.substr(line.valueBegin, line.valueEnd - line.valueBegin));
-    if (error != nullptr) problems.push_back(messageAt(line, line.key + ": " + error));
+    const char* error = checkType(rule->type, std::string(lines->valueOf(line)));
+    if (error != nullptr) problems.push_back(messageAt(number, key + ": " + error));
   }
   return problems;
 }
 
-std::string GKeyValueConfigFile::messageAt(const Line& line, const std::string& text) const {
-  return name + ": line " + std::to_string(&line - lines.data() + 1) + ": " + text;
+std::string GKeyValueConfigFile::messageAt(std::size_t lineNumber, const std::string& text) const {
+  return name + ": line " + std::to_string(lineNumber) + ": " + text;
 }
 
 bool GKeyValueConfigFile::fail(const std::string& text) {
@@ -272,72 +216,20 @@ bool GKeyValueConfigFile::set(const std::string& section, const std::string& key
   if (!canBeWritten(key, value)) {
     return fail(name + ": not a key and a value of one line: " + key + "=" + value);
   }
-  const auto found = lastLine.find(indexKey(sectionKey(section), key));
-  if (found != lastLine.end()) {
-    Line& line = lines[found->second];
-    line.text.replace(line.valueBegin, line.valueEnd - line.valueBegin, value);
-    line.valueEnd = line.valueBegin + value.size();
+  const std::string wanted = sectionKey(section);
+  const auto line = lines->find(wanted, key);
+  if (line != ConfigLines::none) {
+    lines->setValue(line, value);
     return true;
   }
-  const std::string wanted = sectionKey(section);
-  if (!wanted.empty() && sections.count(wanted) == 0) addSection(section);
-  insertLine(endOfSection(wanted), key + " = " + value);
+  if (!wanted.empty() && !lines->hasSection(wanted)) lines->addSection(section);
+  lines->addEntry(wanted, key, value);
   return true;
 }
 
 bool GKeyValueConfigFile::unset(const std::string& section, const std::string& key) {
-  if (!has(section, key)) return fail(name + ": there is no key " + key);
-  const std::string wanted = sectionKey(section);
-  lines.erase(std::remove_if(lines.begin(), lines.end(),
-                             [&](const Line& line) {
-                               return line.kind == Entry && line.section == wanted &&
-                                      line.key == key;
-                             }),
-              lines.end());
-  index();
+  const auto line = lines->find(sectionKey(section), key);
+  if (line == ConfigLines::none) return fail(name + ": there is no key " + key);
+  lines->removeKey(line);
   return true;
-}
-
-// Behind the last key of the section, or its header; at the top, in front of
-// the first header when there are no keys.
-std::size_t GKeyValueConfigFile::endOfSection(const std::string& section) const {
-  const auto found = sections.find(section);
-  if (found != sections.end()) return found->second.end;
-  const auto header = std::find_if(lines.begin(), lines.end(),
-                                   [](const Line& line) { return line.kind == Header; });
-  return static_cast<std::size_t>(header - lines.begin());
-}
-
-// The first line end of the file counts for new lines.
-std::string GKeyValueConfigFile::lineEnd() const {
-  if (lines.empty()) return "\n";
-  const std::string& first = lines.front().text;
-  const std::string end = first.substr(contentSize(first));
-  return end.empty() ? "\n" : end;
-}
-
-// A last line without an end gets one, and hands its lack of one on.
-void GKeyValueConfigFile::insertLine(std::size_t at, const std::string& text) {
-  const std::string end = lineEnd();
-  Line line;
-  line.text = text + end;
-  if (at > 0 && contentSize(lines[at - 1].text) == lines[at - 1].text.size()) {
-    lines[at - 1].text += end;
-    line.text = text;
-  }
-  std::string section = at == 0 ? std::string() : lines[at - 1].section;
-  const char* error = nullptr;
-  parseLine(line, &section, &error);
-  lines.insert(lines.begin() + static_cast<Lines::difference_type>(at), std::move(line));
-  // At the end nothing else moves.
-  if (at + 1 == lines.size()) {
-    indexLine(at);
-  } else {
-    index();
-  }
-}
-
-void GKeyValueConfigFile::addSection(const std::string& section) {
-  if (!lines.empty() && contentSize(lines.back().text) > 0) insertLine(lines.size(), "");
-  insertLine(lines.size(), "[" + section + "]");
 }

@@ -8,13 +8,16 @@
 #ifndef LOOMKIT_CONFIG_KEY_VALUE_CONFIG_FILE_H
 #define LOOMKIT_CONFIG_KEY_VALUE_CONFIG_FILE_H
 
-#include <cstddef>
 #include <istream>
+#include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "loomkit/platform/export.h"
+
+namespace loomkit {
+class ConfigLines;
+}
 
 /// Reads the syntax of GConfigFile. A value that is set changes its own line
 /// and no other byte: comments, blanks, line ends and a byte-order mark stay.
@@ -25,6 +28,11 @@
 /// and getErrMsg() says why; nothing goes to gOutput. One thread at a time.
 class LOOMKIT_API GKeyValueConfigFile {
  public:
+  GKeyValueConfigFile();
+  GKeyValueConfigFile(const GKeyValueConfigFile& other);
+  GKeyValueConfigFile& operator=(const GKeyValueConfigFile& other);
+  ~GKeyValueConfigFile();
+
   /// Takes a file's content in place of what was there. On failure that stays.
   bool load(const std::string& fileName);
   /// The same from a stream of the caller's; the name is for messages and
@@ -76,42 +84,15 @@ class LOOMKIT_API GKeyValueConfigFile {
   [[nodiscard]] std::vector<std::string> check(const std::vector<Rule>& rules) const;
 
  private:
-  enum Kind { Other, Header, Entry };
-  struct Line {
-    std::string text;  // with its line end
-    Kind kind = Other;
-    std::string section;  // of a header its own
-    std::string key;
-    std::size_t valueBegin = 0;
-    std::size_t valueEnd = 0;
-  };
-  using Lines = std::vector<Line>;
-  struct Section {
-    std::vector<std::size_t> entries;
-    std::size_t end = 0;  // behind the last key or header
-  };
-
-  static bool parseLine(Line& line, std::string* section, const char** error);
-  bool parseText(const std::string& text, Lines* parsed);
-  void index();
-  void indexLine(std::size_t at);
-  [[nodiscard]] const Line* find(const std::string& section, const std::string& key) const;
   template <typename Value>
   bool getValue(const std::string& section, const std::string& key, Value* value);
-  [[nodiscard]] std::string messageAt(const Line& line, const std::string& text) const;
-  [[nodiscard]] std::string lineEnd() const;
-  [[nodiscard]] std::size_t endOfSection(const std::string& section) const;
-  void insertLine(std::size_t at, const std::string& text);
-  void addSection(const std::string& section);
+  [[nodiscard]] std::string messageAt(std::size_t lineNumber, const std::string& text) const;
   bool fail(const std::string& text);
 
   std::string name;
   std::string errMsg;
   std::string byteOrderMark;
-  Lines lines;
-  // Both name lines by their position.
-  std::unordered_map<std::string, std::size_t> lastLine;  // of section, NUL, key
-  std::unordered_map<std::string, Section> sections;
+  std::unique_ptr<loomkit::ConfigLines> lines;
 };
 
 #endif  // LOOMKIT_CONFIG_KEY_VALUE_CONFIG_FILE_H

@@ -284,6 +284,91 @@ TEST(GKeyValueConfigFile, IsReadBackAfterAnyChange) {
   }
 }
 
+// The obvious way: the lines of a file in a row, each change a walk over them.
+class LinesInARow {
+ public:
+  void set(const std::string& section, const std::string& key, const std::string& value) {
+    std::size_t behind = 0;
+    bool known = section.empty();
+    for (std::size_t i = lines.size(); i-- > 0 && behind == 0;) {
+      if (lines[i].section != section) continue;
+      known = true;
+      if (lines[i].blank) continue;
+      behind = i + 1;
+    }
+    for (std::size_t i = lines.size(); i-- > 0;) {
+      if (lines[i].section != section || lines[i].key != key || lines[i].blank) continue;
+      lines[i].text = key + " = " + value;
+      return;
+    }
+    if (!known) {
+      if (!lines.empty() && !lines.back().text.empty()) {
+        lines.push_back({lines.back().section, "", "", true});
+      }
+      lines.push_back({section, "", "[" + section + "]", false});
+      behind = lines.size();
+    }
+    lines.insert(lines.begin() + static_cast<std::ptrdiff_t>(behind),
+                 {section, key, key + " = " + value, false});
+  }
+  bool unset(const std::string& section, const std::string& key) {
+    return std::erase_if(lines, [&](const Line& line) {
+             return !line.blank && line.section == section && line.key == key;
+           }) > 0;
+  }
+  [[nodiscard]] std::string text() const {
+    std::string all;
+    for (const Line& line : lines) all += line.text + "\n";
+    return all;
+  }
+
+ private:
+  struct Line {
+    std::string section, key, text;
+    bool blank;
+  };
+  std::vector<Line> lines;
+};
+
+TEST(GKeyValueConfigFile, ChangesLikeLinesInARow) {
+  std::mt19937 random(17);
+  for (int round = 0; round < 20; ++round) {
+    File file;
+    LinesInARow model;
+    // More and more keys, then fewer, so that places are used again.
+    for (int step = 0; step < 3000; ++step) {
+      const auto number = random() % 6;
+      const std::string section = number == 0 ? "" : "s" + std::to_string(number);
+      const std::string key = "k" + std::to_string(random() % 150);
+      if (random() % 100 < (step / 600 % 2 == 0 ? 30U : 70U)) {
+        ASSERT_EQ(file.unset(section, key), model.unset(section, key));
+      } else {
+        const std::string value = std::to_string(step);
+        ASSERT_TRUE(file.set(section, key, value));
+        model.set(section, key, value);
+      }
+      if (step % 50 != 0) continue;
+      ASSERT_EQ(file.getText(), model.text()) << round << " " << step;
+    }
+    ASSERT_EQ(file.getText(), model.text());
+    const File copy = file;
+    ASSERT_TRUE(file.set("", "other", "1"));
+    ASSERT_EQ(copy.getText(), model.text()) << "a copy is its own";
+  }
+}
+
+TEST(GKeyValueConfigFile, RemovesAllLinesOfAKeyThatIsSetOftenAndElsewhere) {
+  File file;
+  ASSERT_TRUE(loadText(file, "a=1\n[s]\na=2\nb=3\na=4\n[t]\na=5\n[s]\na=6\n"));
+  EXPECT_EQ(valueOf(file, "s", "a"), "6");
+  EXPECT_TRUE(file.unset("S", "a"));
+  EXPECT_EQ(file.getText(), "a=1\n[s]\nb=3\n[t]\na=5\n[s]\n");
+  EXPECT_FALSE(file.unset("s", "a"));
+  EXPECT_TRUE(file.set("s", "c", "7"));
+  EXPECT_EQ(file.getText(), "a=1\n[s]\nb=3\n[t]\na=5\n[s]\nc = 7\n");
+  EXPECT_EQ(file.getKeys("s"), (Texts{"b", "c"}));
+}
+
 // Neither the listing nor the adding may look at every line for each step.
 TEST(GKeyValueConfigFile, ManySectionsAndNewKeysCostNoMoreEach) {
   File file;
@@ -295,6 +380,9 @@ TEST(GKeyValueConfigFile, ManySectionsAndNewKeysCostNoMoreEach) {
   for (const std::string& section : file.getSections()) keys += file.getKeys(section).size();
   EXPECT_EQ(keys, 50000U);
   EXPECT_EQ(valueOf(file, "s49999", "k49999"), "49999");
+  for (int i = 0; i < 200000; ++i) ASSERT_TRUE(file.set("s0", "n" + std::to_string(i), "v"));
+  for (int i = 0; i < 200000; ++i) ASSERT_TRUE(file.unset("s0", "n" + std::to_string(i)));
+  EXPECT_EQ(file.getKeys("s0"), Texts{"k0"});
 }
 
 TEST(GKeyValueConfigFile, HoldsLongLinesAndAnyBytes) {
