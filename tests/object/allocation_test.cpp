@@ -3,59 +3,14 @@
 // half done stays. A program of its own, because it replaces operator new.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
 #include "loomkit/object/sequence_objects.h"
 #include "loomkit/object/value_objects.h"
+#include "tests/allocation_faults.h"
 
 namespace {
 
-std::size_t allocations = 0;
-std::size_t failAt = 0;  // the allocation that fails, counted from 1; 0: none
-long blocks = 0;         // allocated and not freed
-
-void* allocate(std::size_t size) {
-  ++allocations;
-  if (failAt != 0 && allocations == failAt) throw std::bad_alloc();
-  void* const memory = std::malloc(size != 0 ? size : 1);
-  if (memory == nullptr) throw std::bad_alloc();
-  ++blocks;
-  return memory;
-}
-
-void giveBack(void* memory) noexcept {
-  if (memory != nullptr) --blocks;
-  std::free(memory);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { giveBack(memory); }
-void operator delete(void* memory, std::size_t) noexcept { giveBack(memory); }
-
-namespace {
-
-// Does the work again and again, with its first, second, third... allocation
-// failing, until it gets through. Each time all blocks must be given back.
-template <typename Work>
-std::size_t failEachAllocation(Work work) {
-  for (std::size_t nth = 1;; ++nth) {
-    const long before = blocks;
-    allocations = 0;
-    failAt = nth;
-    bool threw = false;
-    try {
-      work();
-    } catch (const std::bad_alloc&) {
-      threw = true;
-    }
-    failAt = 0;
-    EXPECT_EQ(blocks, before) << "allocation " << nth;
-    if (!threw) return nth - 1;
-  }
-}
+using loomkit::testing::AllocationFaults;
+using loomkit::testing::failEachAllocation;
 
 const char notation[] =
     "[1, -2.5e3, \"a text that is too long for the small buffer \\x41\", @symbol, NULL, "
@@ -107,13 +62,17 @@ TEST(ObjectAllocation, AFailedChangeLeavesAListAsItWas) {
       if (at < 3) {
         EXPECT_NE(list.get(at), nullptr);
       }
-      allocations = 0;
-      failAt = 1;
-      EXPECT_THROW(operation == 0   ? list.pushBack(item)
-                   : operation == 1 ? list.pushFront(item)
-                                    : list.insert(at, item),
-                   std::bad_alloc);
-      failAt = 0;
+      const auto change = [&] {
+        const AllocationFaults faults(1);
+        if (operation == 0) {
+          list.pushBack(item);
+        } else if (operation == 1) {
+          list.pushFront(item);
+        } else {
+          list.insert(at, item);
+        }
+      };
+      EXPECT_THROW(change(), std::bad_alloc);
       for (int i = 2; i >= 0; --i) EXPECT_EQ(static_cast<GIntegerObj*>(list.get(i))->getValue(), i);
       EXPECT_EQ(list.toString(), "@(0, 1, 2)");
     }

@@ -3,33 +3,15 @@
 // it is refused. A program of its own, because it replaces operator new.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
 #include "loomkit/rpn/function_table.h"
 #include "loomkit/rpn/map_param_set.h"
+#include "tests/allocation_faults.h"
 #include "tests/rpn/rpn_fixture.h"
 
 namespace {
 
-std::size_t allocations = 0;
-std::size_t failAt = 0;  // the allocation that fails, counted from 1; 0: none
-
-void* allocate(std::size_t size) {
-  ++allocations;
-  if (failAt != 0 && allocations == failAt) throw std::bad_alloc();
-  void* const memory = std::malloc(size != 0 ? size : 1);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) { return allocate(size); }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-
-namespace {
+using loomkit::testing::allocationCount;
+using loomkit::testing::AllocationFaults;
 
 // An evaluator with a parameter and a function, silent.
 struct Silent : GRpnEval::ErrorHandler {
@@ -66,10 +48,10 @@ TEST(Allocation, SteadyNumericEvaluationAllocatesNothing) {
   double result = 0;
   for (int warm = 0; warm < 2; ++warm)
     for (const char* expr : expressions) ASSERT_TRUE(host.eval.evalFloat(expr, &result)) << expr;
-  const std::size_t before = allocations;
+  const std::size_t before = allocationCount();
   for (int round = 0; round < 100; ++round)
     for (const char* expr : expressions) host.eval.evalFloat(expr, &result);
-  EXPECT_EQ(allocations - before, 0U);
+  EXPECT_EQ(allocationCount() - before, 0U);
 }
 
 // Without a parameter set: one that says why it knows no such name allocates
@@ -79,9 +61,9 @@ TEST(Allocation, SteadyDefaultsAllocateNothing) {
   const char* const expr = "${y:-3 ${z:-4} +} ${y:-2} *";
   double result = 0;
   for (int warm = 0; warm < 2; ++warm) ASSERT_TRUE(eval.evalFloat(expr, &result));
-  const std::size_t before = allocations;
+  const std::size_t before = allocationCount();
   for (int round = 0; round < 100; ++round) eval.evalFloat(expr, &result);
-  EXPECT_EQ(allocations - before, 0U);
+  EXPECT_EQ(allocationCount() - before, 0U);
 }
 
 TEST(Allocation, ShortStringsAreMadeInPooledObjects) {
@@ -89,9 +71,9 @@ TEST(Allocation, ShortStringsAreMadeInPooledObjects) {
   GRpnValue result;
   const char* const expr = "\"ab\" \"cd\" + @ef + \"x\" find string";
   for (int warm = 0; warm < 2; ++warm) ASSERT_TRUE(host.eval.eval(expr, &result));
-  const std::size_t before = allocations;
+  const std::size_t before = allocationCount();
   for (int round = 0; round < 100; ++round) host.eval.eval(expr, &result);
-  EXPECT_EQ(allocations - before, 0U);
+  EXPECT_EQ(allocationCount() - before, 0U);
 }
 
 // Each allocation of each expression fails once, in a fresh evaluator. Then the
@@ -114,16 +96,14 @@ TEST(Allocation, AFailedAllocationDoesNoHarm) {
     for (std::size_t nth = 1;; ++nth) {
       Host host;
       std::vector<GRpnValue> results;
-      allocations = 0;
-      failAt = nth;
       bool threw = false;
       try {
+        const AllocationFaults faults(nth);
         host.eval.eval(expr, &results);
       } catch (const std::bad_alloc&) {
         threw = true;
         ++injected;
       }
-      failAt = 0;
       double sum = 0;
       ASSERT_TRUE(host.eval.evalFloat("1 2 +", &sum)) << expr << " " << nth;
       ASSERT_EQ(sum, 3);

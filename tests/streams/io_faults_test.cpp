@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Every system call of a piece of work made to fail in turn: the work fails
 // clearly and leaves what was there, or it is done.
-#include "tests/streams/io_faults.h"
+#include "tests/io_faults.h"
 
 #include <gtest/gtest.h>
 

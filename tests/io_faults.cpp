@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "tests/streams/io_faults.h"
+#include "tests/io_faults.h"
 
 #include <fcntl.h>
 #include <sys/syscall.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Makes the system calls of this test program fail: it defines write(), read()
 // and their like itself, in front of the C library's.
-#ifndef LOOMKIT_TESTS_STREAMS_IO_FAULTS_H
-#define LOOMKIT_TESTS_STREAMS_IO_FAULTS_H
+#ifndef LOOMKIT_TESTS_IO_FAULTS_H
+#define LOOMKIT_TESTS_IO_FAULTS_H
 
 namespace loomkit::testing {
 
@@ -28,4 +28,4 @@ class IoFaults {
 
 }  // namespace loomkit::testing
 
-#endif  // LOOMKIT_TESTS_STREAMS_IO_FAULTS_H
+#endif  // LOOMKIT_TESTS_IO_FAULTS_H

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+// Makes allocations of this test program fail: allocation_faults.cpp replaces
+// operator new, so that a test of this kind is a program of its own.
+#ifndef LOOMKIT_TESTS_ALLOCATION_FAULTS_H
+#define LOOMKIT_TESTS_ALLOCATION_FAULTS_H
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <new>
+
+namespace loomkit::testing {
+
+/// Lets allocations fail while an object of this kind lives. There is one at a
+/// time.
+class AllocationFaults {
+ public:
+  /// The `first`-th allocation from now fails, counted from 1, and with `all`
+  /// every later one.
+  explicit AllocationFaults(std::size_t first, bool all = false);
+  AllocationFaults(const AllocationFaults&) = delete;
+  AllocationFaults& operator=(const AllocationFaults&) = delete;
+  ~AllocationFaults();
+};
+
+/// Allocations since the program began.
+std::size_t allocationCount();
+/// Blocks that are allocated and not freed.
+long blockCount();
+/// Bytes in them, and the most there have been since resetPeak().
+std::size_t byteCount();
+std::size_t peakByteCount();
+void resetPeak();
+
+/// Does the work again and again, with its first, second, third... allocation
+/// failing, until it gets through. Each time all blocks must be given back. The
+/// number of failures.
+template <typename Work>
+std::size_t failEachAllocation(Work work, bool andAllLater = false) {
+  for (std::size_t nth = 1;; ++nth) {
+    const long before = blockCount();
+    const std::size_t countBefore = allocationCount();
+    bool met = false;
+    try {
+      const AllocationFaults faults(nth, andAllLater);
+      work();
+      met = allocationCount() - countBefore >= nth;
+    } catch (const std::bad_alloc&) {
+      met = true;
+    }
+    EXPECT_EQ(blockCount(), before) << "allocation " << nth;
+    if (!met) return nth - 1;
+  }
+}
+
+}  // namespace loomkit::testing
+
+#endif  // LOOMKIT_TESTS_ALLOCATION_FAULTS_H
