@@ -10,14 +10,14 @@ namespace {
 
 std::size_t allocations = 0;
 std::size_t firstToFail = 0;  // counted like `allocations`; 0: none
-bool allLater = false;
+std::size_t step = 0;
 long blocks = 0;
 std::size_t bytes = 0;
 std::size_t peak = 0;
 
 bool fails() {
-  if (firstToFail == 0) return false;
-  return allLater ? allocations >= firstToFail : allocations == firstToFail;
+  if (firstToFail == 0 || allocations < firstToFail) return false;
+  return step == 0 ? allocations == firstToFail : (allocations - firstToFail) % step == 0;
 }
 
 void* allocate(std::size_t size) noexcept {
@@ -51,9 +51,9 @@ void operator delete(void* memory, std::size_t) noexcept { giveBack(memory); }
 
 namespace loomkit::testing {
 
-AllocationFaults::AllocationFaults(std::size_t first, bool all) {
+AllocationFaults::AllocationFaults(std::size_t first, std::size_t everyStep) {
   firstToFail = first == 0 ? 0 : allocations + first;
-  allLater = all;
+  step = everyStep;
 }
 AllocationFaults::~AllocationFaults() { firstToFail = 0; }
 

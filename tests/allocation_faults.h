@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <functional>
 #include <new>
 
 namespace loomkit::testing {
@@ -15,9 +16,9 @@ namespace loomkit::testing {
 /// time.
 class AllocationFaults {
  public:
-  /// The `first`-th allocation from now fails, counted from 1, and with `all`
-  /// every later one.
-  explicit AllocationFaults(std::size_t first, bool all = false);
+  /// The `first`-th allocation from now fails, counted from 1, and then every
+  /// `step`-th: with 1 all later ones, with 0 none.
+  explicit AllocationFaults(std::size_t first, std::size_t step = 0);
   AllocationFaults(const AllocationFaults&) = delete;
   AllocationFaults& operator=(const AllocationFaults&) = delete;
   ~AllocationFaults();
@@ -33,22 +34,24 @@ std::size_t peakByteCount();
 void resetPeak();
 
 /// Does the work again and again, with its first, second, third... allocation
-/// failing, until it gets through. Each time all blocks must be given back. The
-/// number of failures.
+/// failing, until it gets through. Each time all blocks must be given back, and
+/// `check` may look at what else there is. The number of failures.
 template <typename Work>
-std::size_t failEachAllocation(Work work, bool andAllLater = false) {
+std::size_t failEachAllocation(
+    Work work, std::size_t step = 0, const std::function<void()>& check = [] {}) {
   for (std::size_t nth = 1;; ++nth) {
     const long before = blockCount();
     const std::size_t countBefore = allocationCount();
     bool met = false;
     try {
-      const AllocationFaults faults(nth, andAllLater);
+      const AllocationFaults faults(nth, step);
       work();
       met = allocationCount() - countBefore >= nth;
     } catch (const std::bad_alloc&) {
       met = true;
     }
-    EXPECT_EQ(blockCount(), before) << "allocation " << nth;
+    EXPECT_EQ(blockCount(), before) << "allocation " << nth << ", step " << step;
+    check();
     if (!met) return nth - 1;
   }
 }

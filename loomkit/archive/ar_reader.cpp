@@ -148,9 +148,11 @@ class GArReader::TableReader {
 
 GArReader::GArReader() = default;
 
-GArReader::GArReader(std::istream* archive, bool ownsArchive)
-    : ownsStream(ownsArchive), stream(archive) {
+// When this throws, the stream is not taken.
+GArReader::GArReader(std::istream* archive, bool ownsArchive) : GArReader() {
+  stream = archive;
   if (!createTableOfContents()) error("can't create ar file table of contents");
+  ownsStream = ownsArchive;
 }
 
 GArReader::~GArReader() { close(); }

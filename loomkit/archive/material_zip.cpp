@@ -223,7 +223,9 @@ bool GMaterialZip::setTextures(const std::vector<std::string>& paths) {
 }
 
 bool GMaterialZip::addTexture(const std::string& name, std::istream* stream) {
+  std::unique_ptr<std::istream> owner(stream);
   auto texture = std::make_unique<GMatzTexture>(name, stream);
+  static_cast<void>(owner.release());
   addedTextures.push_back(texture.get());
   static_cast<void>(texture.release());
   return true;

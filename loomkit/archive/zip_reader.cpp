@@ -12,9 +12,11 @@ using namespace loomkit;
 
 GZipReader::GZipReader() = default;
 
-GZipReader::GZipReader(std::istream* archive, bool ownsArchive)
-    : ownsStream(ownsArchive), stream(archive) {
+// When this throws, the stream is not taken.
+GZipReader::GZipReader(std::istream* archive, bool ownsArchive) : GZipReader() {
+  stream = archive;
   if (!readCentralDirectory()) error("can't read central directory");
+  ownsStream = ownsArchive;
 }
 
 GZipReader::~GZipReader() { close(); }

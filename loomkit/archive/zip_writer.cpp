@@ -5,6 +5,7 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+#include <utility>
 
 #include "loomkit/archive/zip_errors.h"
 #include "loomkit/archive/zip_layout.h"
@@ -65,7 +66,11 @@ GZipWriter::GZipWriter(std::ostream* stream, bool ownsStream) : GZipWriter() {
 }
 
 GZipWriter::~GZipWriter() {
-  close();
+  try {
+    close();
+  } catch (...) {  // memory has run out; the archive has no end then
+    delete sink;
+  }
   for (const GZipEntry* entry : entries) delete entry;
 }
 
@@ -97,9 +102,8 @@ bool GZipWriter::open(const std::string& newPath) {
 
 bool GZipWriter::close() {
   if (sink == nullptr) return true;
-  const std::unique_ptr<GZipFileWriter> closing(sink);
   const bool complete = writeCentralDirectory();
-  sink = nullptr;
+  const std::unique_ptr<GZipFileWriter> closing(std::exchange(sink, nullptr));
   if (!complete) return false;
   int status = closing->flush();
   if (status != 0) return error("input/output error on flush", static_cast<unsigned int>(status));

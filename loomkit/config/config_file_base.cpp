@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/config/config_file_base.h"
 
+#include <memory>
 #include <utility>
 
 #include "loomkit/config/config_file.h"
@@ -63,7 +64,9 @@ void ConfigFileBase<File, Section>::finishedLoading(bool /*ok*/) {}
 
 template <typename File, typename Section>
 void ConfigFileBase<File, Section>::addSection(Section* section) {
+  std::unique_ptr<Section> owner(section);
   sections.push_back(section);
+  static_cast<void>(owner.release());
   sectionsByName.emplace(sectionKey(section->getSectionName()), section);
 }
 
@@ -122,10 +125,11 @@ template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::enterSection(const std::string& sectionName) {
   currentSection = getSection(sectionName);
   if (currentSection != nullptr) return true;
-  currentSection = newSection(sectionName);
-  if (currentSection == nullptr) return setErrMsg("unknown section name");
+  std::unique_ptr<Section> made(newSection(sectionName));
+  if (made == nullptr) return setErrMsg("unknown section name");
+  sections.push_back(made.get());
+  currentSection = made.release();
   // Under the name of the header, whatever the section calls itself.
-  sections.push_back(currentSection);
   sectionsByName[sectionName] = currentSection;
   return true;
 }

@@ -16,9 +16,10 @@ constexpr unsigned memberBlockSize = 0x1000;
 std::unique_ptr<std::istream> GDbCSV::openZipMember(const std::string& file) {
   if (zipReader == nullptr) {
     const std::string path = directory + "/" + zipFile;
-    std::istream* stream = GFile(path).getInStream(true);
+    std::unique_ptr<std::istream> stream(GFile(path).getInStream(true));
     if (stream == nullptr) return nullptr;
-    auto reader = std::make_unique<GZipReader>(stream, true);
+    auto reader = std::make_unique<GZipReader>(stream.get(), true);
+    static_cast<void>(stream.release());
     if (reader->isError()) return nullptr;
     reader->setPath(path);
     zipReader = reader.release();
@@ -27,7 +28,9 @@ std::unique_ptr<std::istream> GDbCSV::openZipMember(const std::string& file) {
   if (entry == nullptr) return nullptr;
   GOMemStream text(memberBlockSize);
   if (!zipReader->readEntry(entry, &text, false)) return nullptr;
-  auto stream = std::make_unique<GIStream>(text.rdbuf(nullptr), true);
+  std::unique_ptr<std::streambuf> buffer(text.rdbuf(nullptr));
+  auto stream = std::make_unique<GIStream>(buffer.get(), true);
+  static_cast<void>(buffer.release());
   stream->seekg(0);
   return stream;
 }

@@ -64,7 +64,8 @@ GDbStatus GSqlDatabaseImpl::openTable(const std::string& tableName, const GDbStr
   std::unique_ptr<GDbStructure> real(found);
   status = structure != nullptr ? checkStructure(*real, *structure) : checkAllTyped(*real);
   if (status != GDbNoError) return setError(status);
-  *table = new GSqlTable(this, tableName, real.release());
+  *table = new GSqlTable(this, tableName, real.get());
+  static_cast<void>(real.release());  // it is the table's now
   return GDbNoError;
 }
 

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "loomkit/db/record_access.h"
 #include "loomkit/db/sql/sql_database_impl.h"
 
 namespace {
@@ -160,20 +161,19 @@ GDbStatus GSqlTable::insertRecord(const GDbRecord& record) {
 GDbStatus GSqlTable::bindField(const GDbRecord& record, int field) {
   const GDbFieldType type = sqlType(record.getFieldType(field));
   if (type != sqlType(structure->getField(field).getType())) return GDbFieldTypeMismatch;
+  // A number for which there was no memory has no value.
+  if (loomkit::RecordAccess::value(record, field) == nullptr) return GDbInvalidArgument;
   switch (type) {
     case GDbFieldInt:
       return insertQuery.bindInt(field, record.getIntField(field));
     case GDbFieldFloat:
       return insertQuery.bindDouble(field, record.getFloatField(field));
-    case GDbFieldString: {
-      const char* text = record.getStringField(field);
-      return text != nullptr ? insertQuery.bindText(field, text, -1, false) : GDbInvalidArgument;
-    }
+    case GDbFieldString:
+      return insertQuery.bindText(field, record.getStringField(field), -1, false);
     case GDbFieldBlob: {
       const void* data = nullptr;
       unsigned size = 0;
       record.getBlobField(field, &data, &size);
-      if (data == nullptr) return GDbInvalidArgument;
       return insertQuery.bindBlob(field, const_cast<void*>(data), size, false);
     }
     default:

@@ -68,20 +68,21 @@ GDbStatus GSqlite3DatabaseFactory::openDatabase(const char* locator, GDbDatabase
   int code = loomkit::sqliteOk;
   const GDbStatus status = openConnection(parts.path, openFlags(parts.options), &db, &code);
   if (status != GDbNoError) return status;
+  // The library leaves a connection even when it has failed.
   const loomkit::Sqlite3Api& api = sqlite3Library().api;
+  std::unique_ptr<sqlite3, decltype(api.close)> connection(db, api.close);
   if (code != loomkit::sqliteOk) {
     std::string text = "Failed to open database %1 (error %2).";
     text << parts.path << code;
     logLine(text);
-    api.close(db);  // the library leaves a connection even then
     return loomkit::sqliteStatus(code);
   }
   code = api.busy_timeout(db, busyMilliseconds);
   if (code != loomkit::sqliteOk) {
     logLine("Failed to set busy timeout of Sqlite3 database.");
-    api.close(db);
     return loomkit::sqliteStatus(code);
   }
-  *database = new GSqlite3Database(locator, db);
+  *database = new GSqlite3Database(locator, connection.get());
+  static_cast<void>(connection.release());
   return GDbNoError;
 }

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "loomkit/platform/hul.h"
 #include "loomkit/platform/posix/hul_status.h"
@@ -90,11 +91,13 @@ int createReplacement(const std::string& target, Replacement* replacement) {
       return failure;
     }
   }
-  *replacement = made;
+  *replacement = std::move(made);
   return 0;
 }
 
 int commitReplacement(Replacement* replacement) {
+  // Before anything is done that memory running out could interrupt.
+  const std::string directory = directoryOf(replacement->target);
   int status = syncFile(replacement->handle) ? 0 : failedStatus();
   const int closed = hulClose(replacement->handle);
   replacement->handle = -1;
@@ -106,7 +109,7 @@ int commitReplacement(Replacement* replacement) {
     ::unlink(replacement->path.c_str());
     return status;
   }
-  syncDirectory(directoryOf(replacement->target));
+  syncDirectory(directory);
   return 0;
 }
 
