@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 
 namespace {
@@ -23,6 +24,7 @@ int count = 0;
 bool fails() {
   if (!active) return false;
   ++count;
+  if (kind == IoFaults::Kill && count >= chosen) ::kill(::getpid(), SIGKILL);
   if (kind == IoFaults::Fail && count >= chosen) {
     errno = error;
     return true;
@@ -66,7 +68,7 @@ ssize_t write(int file, const void* data, std::size_t size) {
 
 ssize_t writev(int file, const iovec* parts, int partCount) {
   if (isOurs(file) && fails()) return -1;
-  if (active && kind == loomkit::testing::IoFaults::Short && isOurs(file)) {
+  if (active && kind == IoFaults::Short && isOurs(file)) {
     for (int i = 0; i < partCount; ++i) {
       if (parts[i].iov_len > 0) return ::syscall(SYS_write, file, parts[i].iov_base, 1);
     }
@@ -80,13 +82,50 @@ ssize_t read(int file, void* data, std::size_t size) {
   return ::syscall(SYS_read, file, data, isOurs(file) ? allowed(size) : size);
 }
 
+#if __SIZEOF_POINTER__ == 8  // SQLite's calls; there is none to test with elsewhere
+ssize_t pread64(int file, void* data, std::size_t size, off64_t at) {
+  if (fails()) return -1;
+  return ::syscall(SYS_pread64, file, data, allowed(size), at);
+}
+
+ssize_t pwrite64(int file, const void* data, std::size_t size, off64_t at) {
+  if (fails()) return -1;
+  return ::syscall(SYS_pwrite64, file, data, allowed(size), at);
+}
+
+ssize_t pread(int file, void* data, std::size_t size, off_t at) {
+  return pread64(file, data, size, at);
+}
+
+ssize_t pwrite(int file, const void* data, std::size_t size, off_t at) {
+  return pwrite64(file, data, size, at);
+}
+
+int fdatasync(int file) {
+  if (fails()) return -1;
+  return static_cast<int>(::syscall(SYS_fdatasync, file));
+}
+
+int ftruncate64(int file, off64_t size) noexcept {
+  if (fails()) return -1;
+  return static_cast<int>(::syscall(SYS_ftruncate, file, size));
+}
+
+#endif
+
+int unlink(const char* path) noexcept {
+  // The way back from a failure is to be open.
+  if (active && kind == IoFaults::Kill && fails()) return -1;
+  return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
 int fsync(int file) {
   if (fails()) return -1;
   return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
 int rename(const char* from, const char* to) noexcept {
-  if (active && kind == loomkit::testing::IoFaults::Fail && fails()) return -1;
+  if (active && (kind == IoFaults::Fail || kind == IoFaults::Kill) && fails()) return -1;
   return static_cast<int>(::syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
 }
 }

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Makes the system calls of this test program fail: it defines write(), read()
-// and their like itself, in front of the C library's.
+// Makes the system calls of this test program fail: io_faults.cpp defines
+// write(), read() and their like itself, in front of the C library's.
 #ifndef LOOMKIT_TESTS_IO_FAULTS_H
 #define LOOMKIT_TESTS_IO_FAULTS_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
 
 namespace loomkit::testing {
 
@@ -13,7 +17,8 @@ class IoFaults {
   enum Kind {
     Fail,   ///< the chosen call fails with the error, and all later ones
     Short,  ///< every call moves one byte
-    Storm   ///< every other call fails with EINTR
+    Storm,  ///< every other call fails with EINTR
+    Kill    ///< the process is killed at the chosen call
   };
 
   /// The `chosen`-th call, from 1, is the first that fails.
@@ -25,6 +30,34 @@ class IoFaults {
   /// Calls so far that could have failed.
   [[nodiscard]] static int calls();
 };
+
+/// Does the work with its first, second, third call failing, and so on, until it
+/// is done without meeting a failure. `check` sees after each failure that all is
+/// well. The number of failures.
+inline int failInTurn(int error, const std::function<bool()>& work,
+                      const std::function<void()>& check) {
+  int failures = 0;
+  for (int call = 1; call < 10000; ++call) {
+    bool done = false;
+    bool met = false;
+    {
+      const IoFaults faults(IoFaults::Fail, call, error);
+      done = work();
+      met = IoFaults::calls() >= call;
+    }
+    if (!met) {
+      EXPECT_TRUE(done);
+      return failures;
+    }
+    // What cannot spoil the result any more may fail unseen, as the sync of the
+    // directory behind it all.
+    if (done) continue;
+    check();
+    ++failures;
+  }
+  ADD_FAILURE() << "no end";
+  return failures;
+}
 
 }  // namespace loomkit::testing
 

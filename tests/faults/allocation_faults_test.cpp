@@ -272,7 +272,7 @@ const Work works[] = {{"writes zip", writeZip},
                       {"drives config", driveConfig},
                       {"uses csv", useCsv},
                       {"uses csv in zip", useCsvInZip},
-                      {"uses sqlite", useSqlite},
+                      {"uses Sqlite", useSqlite},
                       {"uses streams", useStreams}};
 
 class MemoryRunsOut : public ::testing::TestWithParam<Work> {

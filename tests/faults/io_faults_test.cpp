@@ -13,7 +13,9 @@
 #include <memory>
 #include <sstream>
 
+#include "loomkit/archive/ar_reader.h"
 #include "loomkit/archive/material_zip.h"
+#include "loomkit/archive/zip_extractor.h"
 #include "loomkit/config/key_value_config_file.h"
 #include "loomkit/platform/hul.h"
 #include "loomkit/streams/atomic_file.h"
@@ -31,33 +33,6 @@ std::string largeText() {
   std::string text;
   for (int i = 0; text.size() < 100000; ++i) text += "key" + std::to_string(i) + " = value\n";
   return text;
-}
-
-// Does the work with its first, second, third call failing, and so on, until it
-// is done without meeting a failure. `check` sees after each failure that all is
-// well. The number of failures.
-int failInTurn(int error, const std::function<bool()>& work, const std::function<void()>& check) {
-  int failures = 0;
-  for (int call = 1; call < 10000; ++call) {
-    bool done = false;
-    bool met = false;
-    {
-      const IoFaults faults(IoFaults::Fail, call, error);
-      done = work();
-      met = IoFaults::calls() >= call;
-    }
-    if (!met) {
-      EXPECT_TRUE(done);
-      return failures;
-    }
-    // What cannot spoil the result any more may fail unseen, as the sync of the
-    // directory behind it all.
-    if (done) continue;
-    check();
-    ++failures;
-  }
-  ADD_FAILURE() << "no end";
-  return failures;
 }
 
 class IoFault : public ::testing::TestWithParam<int> {
@@ -159,6 +134,49 @@ TEST_P(IoFault, AZipReaderGivesAllOrFails) {
                out.str() == text;
       },
       [&] { EXPECT_FALSE(output.lines.empty()); });
+}
+
+TEST_P(IoFault, AnArReaderGivesAllOrFails) {
+  const std::string text = largeText().substr(0, 100000);
+  std::string header = "member";
+  header.resize(48, ' ');
+  const std::string path = scratch.write("a.a", "!<arch>\n" + header + "100000    `\n" + text);
+  failInTurn(
+      GetParam(),
+      [&] {
+        GArReader reader;
+        std::ostringstream out;
+        return reader.open(path) && reader.readEntry("member", &out) && out.str() == text;
+      },
+      [&] { EXPECT_FALSE(output.lines.empty()); });
+}
+
+// A file has its final name when it is whole, or not at all.
+TEST_P(IoFault, AnExtractorLeavesNoHalfOfAFile) {
+  const std::string text = largeText();
+  {
+    GZipWriter writer;
+    writer.setCompression(true);
+    ASSERT_TRUE(writer.open(scratch / "a.zip"));
+    writer.writeEntry("text", text.data(), static_cast<unsigned>(text.size()));
+    ASSERT_TRUE(writer.close());
+  }
+  const auto extract = [&] {
+    GZipReader reader;
+    if (!reader.open(scratch / "a.zip")) return false;
+    GZipExtractor extractor(&reader, scratch / "out");
+    extractor.setOverwrite(true);
+    return extractor.extractAll() == GZipExtractor::Done;
+  };
+  failInTurn(GetParam(), extract, [&] {
+    EXPECT_FALSE(output.lines.empty());
+    if (!std::filesystem::exists(scratch / "out")) return;
+    for (const auto& file : std::filesystem::directory_iterator(scratch / "out")) {
+      EXPECT_EQ(file.path().filename(), "text") << "nothing else stays";
+      EXPECT_EQ(scratch.read("out/text"), text);
+    }
+  });
+  EXPECT_EQ(scratch.read("out/text"), text);
 }
 
 TEST_P(IoFault, ARuntimeFileReportsTheReason) {

@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: MIT
+// A process that is killed at each of its writes: a file that is replaced is the
+// old one or the new one, and what was committed is there.
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "loomkit/archive/zip_extractor.h"
+#include "loomkit/archive/zip_writer.h"
+#include "loomkit/config/key_value_config_file.h"
+#include "loomkit/streams/atomic_file.h"
+#include "tests/db/db_fixture.h"
+#include "tests/io_faults.h"
+#include "tests/scratch_directory.h"
+
+namespace loomkit::testing {
+namespace {
+
+// Does the work in a child that is killed at its first, second, third call, and
+// so on, until it gets to its end. `check` looks after each death. The number
+// of deaths.
+int killInTurn(const std::function<void()>& work, const std::function<void()>& check) {
+  for (int call = 1; call < 10000; ++call) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+      const IoFaults faults(IoFaults::Kill, call, 0);
+      work();
+      ::_exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    if (WIFEXITED(status)) return call - 1;
+    check();
+  }
+  ADD_FAILURE() << "no end";
+  return 0;
+}
+
+// With blanks at their ends, so that there is more to write.
+std::string manyLines(const char* value) {
+  std::string text;
+  for (int i = 0; i < 20000; ++i) {
+    text += "key" + std::to_string(i) + " = " + value + std::string(20, ' ') + "\n";
+  }
+  return text;
+}
+
+TEST(Killed, AnAtomicFileIsTheOldOneOrTheNewOne) {
+  const ScratchDirectory scratch;
+  const std::string before = manyLines("old");
+  const std::string after = manyLines("new");
+  const std::string path = scratch.write("file", before);
+  const int deaths = killInTurn(
+      [&] {
+        GAtomicFile file(path);
+        for (const char c : after) file.out().put(c);
+        file.commit();
+      },
+      [&] {
+        const std::string now = scratch.read("file");
+        EXPECT_TRUE(now == before || now == after);
+        scratch.write("file", before);
+      });
+  EXPECT_GT(deaths, 5);
+}
+
+TEST(Killed, ASavedConfigurationIsTheOldOneOrTheNewOne) {
+  const ScratchDirectory scratch;
+  const std::string before = manyLines("old");
+  const std::string path = scratch.write("file", before);
+  killInTurn(
+      [&] {
+        GKeyValueConfigFile file;
+        file.load(path);
+        file.set("", "key7", "new");
+        file.save();
+      },
+      [&] {
+        GKeyValueConfigFile file;
+        ASSERT_TRUE(file.load(path)) << file.getErrMsg();
+        EXPECT_EQ(file.getKeys("").size(), 20000U);
+      });
+}
+
+TEST(Killed, AnExtractedFileIsWholeOrMissing) {
+  const ScratchDirectory scratch;
+  const std::string text = manyLines("text");
+  {
+    GZipWriter writer;
+    writer.setCompression(true);
+    ASSERT_TRUE(writer.open(scratch / "a.zip"));
+    writer.writeEntry("a", text.data(), static_cast<unsigned>(text.size()));
+    writer.writeEntry("b", text.data(), static_cast<unsigned>(text.size()));
+    ASSERT_TRUE(writer.close());
+  }
+  const int deaths = killInTurn(
+      [&] {
+        GZipReader reader;
+        reader.open(scratch / "a.zip");
+        GZipExtractor extractor(&reader, scratch / "out");
+        extractor.setOverwrite(true);
+        extractor.extractAll();
+      },
+      [&] {
+        for (const char* name : {"out/a", "out/b"}) {
+          const std::string now = scratch.read(name);
+          EXPECT_TRUE(now.empty() || now == text) << name;
+        }
+      });
+  EXPECT_GT(deaths, 20);
+}
+
+// The child says what it has committed before it goes on.
+TEST(Killed, NothingThatSqliteHasCommittedIsLost) {
+  const ScratchDirectory scratch;
+  const CaptureOutput output;
+  const std::string locator = "sqlite3:" + scratch / "k.db";
+  const GDbStructure structure = structureOf({{"id", GDbFieldInt}});
+  int committed[2] = {-1, -1};
+  ASSERT_EQ(::pipe(committed), 0);
+  const auto insertRows = [&] {
+    const DatabaseOwner database = openDb(locator);
+    GDbTable* table = nullptr;
+    if (database->openTable("t", nullptr, &table) != GDbNoError) {
+      database->createTable("t", &structure, &table);
+    }
+    if (table == nullptr) return;
+    for (int i = 0; i < 5; ++i) {
+      GDbRecordSet records;
+      auto* record = new GDbRecord;
+      record->addIntField(i);
+      records.addRecord(record);
+      if (table->insertRecords(records) != GDbNoError) return;
+      // Not by write(), which is counted.
+      ::dprintf(committed[1], "x");
+    }
+  };
+  int known = 0;
+  const int deaths = killInTurn(insertRows, [&] {
+    char bytes[16];
+    ::dprintf(committed[1], ".");  // so that the read below never waits
+    known += static_cast<int>(::read(committed[0], bytes, sizeof bytes)) - 1;
+    const DatabaseOwner database = openDb(locator);
+    GDbTable* found = nullptr;
+    int rows = 0;
+    if (database->openTable("t", nullptr, &found) == GDbNoError) {
+      const TableOwner table(found);
+      GDbRecordSet row;
+      EXPECT_EQ(table->getFirstRecord(&row), GDbNoError);
+      for (; row.getNumRecords() > 0; ++rows) EXPECT_EQ(table->getNextRecord(&row), GDbNoError);
+    }
+    EXPECT_GE(rows, known);
+    known = rows;
+  });
+  EXPECT_GT(deaths, 20);
+  ::close(committed[0]);
+  ::close(committed[1]);
+}
+
+}  // namespace
+}  // namespace loomkit::testing
