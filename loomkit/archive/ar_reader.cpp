@@ -155,6 +155,8 @@ GArReader::GArReader(std::istream* archive, bool ownsArchive) : GArReader() {
   ownsStream = ownsArchive;
 }
 
+GArReader::GArReader(const GArReader&) = default;
+GArReader& GArReader::operator=(const GArReader&) = default;
 GArReader::~GArReader() { close(); }
 
 bool GArReader::open(const std::string& newPath) {

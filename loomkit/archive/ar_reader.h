@@ -56,8 +56,10 @@ class LOOMKIT_API GArReader {
   /// how that went. The reader deletes the stream if `ownsStream` is set;
   /// otherwise the stream has to live until the reader is closed.
   GArReader(std::istream* stream, bool ownsStream);
-  GArReader(const GArReader&) = delete;
-  GArReader& operator=(const GArReader&) = delete;
+  /// Copies share stream and entries: close and end only one of the two, or
+  /// copy a closed reader.
+  GArReader(const GArReader&);
+  GArReader& operator=(const GArReader&);
   ~GArReader();
 
   /// Opens a file and reads its table of contents. Clears the error of before,

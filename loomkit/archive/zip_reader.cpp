@@ -19,6 +19,8 @@ GZipReader::GZipReader(std::istream* archive, bool ownsArchive) : GZipReader() {
   ownsStream = ownsArchive;
 }
 
+GZipReader::GZipReader(const GZipReader&) = default;
+GZipReader& GZipReader::operator=(const GZipReader&) = default;
 GZipReader::~GZipReader() { close(); }
 
 bool GZipReader::open(const std::string& newPath) {

@@ -64,8 +64,10 @@ class LOOMKIT_API GZipReader : public GZipBase {
   /// Reads the directory of a seekable binary stream; isError() tells how that
   /// went. The reader deletes the stream if `ownsStream` is set.
   GZipReader(std::istream* stream, bool ownsStream);
-  GZipReader(const GZipReader&) = delete;
-  GZipReader& operator=(const GZipReader&) = delete;
+  /// Copies share stream and entries: close and end only one of the two, or
+  /// copy a closed reader.
+  GZipReader(const GZipReader&);
+  GZipReader& operator=(const GZipReader&);
   ~GZipReader() override;
 
   /// Opens a file. Clears the error of before; what is still open is not

@@ -19,6 +19,8 @@ GZipReader2::GZipReader2(std::istream* archive, bool ownsArchive)
   initPassword();
 }
 
+GZipReader2::GZipReader2(const GZipReader2&) = default;
+GZipReader2& GZipReader2::operator=(const GZipReader2&) = default;
 GZipReader2::~GZipReader2() = default;
 
 void GZipReader2::initPassword() {

@@ -15,6 +15,8 @@ class LOOMKIT_API GZipReader2 : public GZipReader {
  public:
   GZipReader2();
   GZipReader2(std::istream* stream, bool ownsStream);
+  GZipReader2(const GZipReader2&);
+  GZipReader2& operator=(const GZipReader2&);
   ~GZipReader2() override;
 
   /// Reads a member whole, CR LF as LF; on failure the text stays as it was.
@@ -55,6 +57,8 @@ class LOOMKIT_API GZipReader2 : public GZipReader {
   void initPassword();
 
   static constexpr unsigned passwordSize = 128;
+
+  std::string spareText;  // unused; hosts count on the place of what follows
   char builtInPassword[passwordSize];  // scrambled
 };
 

@@ -42,6 +42,16 @@ TEST(GZipReader, StartsClosed) {
   EXPECT_EQ(output.lines, Lines{});
 }
 
+TEST(GZipReader, CopiesShareStreamAndEntries) {
+  Opened opened(zipOf({{"a", "data"}}));
+  GZipReader copy(opened.reader);
+  EXPECT_EQ(copy.getEntry("a"), opened.reader.getEntry("a"));
+  EXPECT_EQ(textOf(copy, "a"), "data");
+  copy = GZipReader();
+  EXPECT_EQ(copy.getEntryCount(), 0U);
+  EXPECT_EQ(textOf(opened.reader, "a"), "data");
+}
+
 TEST(GZipReader, ReadsMembersOfEveryKindInEveryWay) {
   const std::string text = deflatable();
   std::vector<ZipMember> members;
