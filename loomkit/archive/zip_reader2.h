@@ -58,7 +58,7 @@ class LOOMKIT_API GZipReader2 : public GZipReader {
 
   static constexpr unsigned passwordSize = 128;
 
-  std::string spareText;  // unused; hosts count on the place of what follows
+  std::string spareText;               // unused; hosts count on the place of what follows
   char builtInPassword[passwordSize];  // scrambled
 };
 

@@ -51,6 +51,15 @@ TEST(ObjectCommand, BreaksLongSequences) {
   EXPECT_EQ(runLoom({"object", "fmt", "-c", "-"}, ended.out).out, text + "\n");
 }
 
+TEST(ObjectCommand, DoesNotIndentForEver) {
+  std::string text = "1";
+  for (int depth = 0; depth < 9000; ++depth) text = "[" + text + ", 2]";
+  const Ended ended = runLoom({"object", "fmt", "-"}, text);
+  EXPECT_EQ(ended.code, 0);
+  EXPECT_LT(ended.out.size(), text.size() + 10000);
+  EXPECT_EQ(runLoom({"object", "fmt", "-c", "-"}, ended.out).out, text + "\n");
+}
+
 struct JsonRow {
   const char* notation;
   const char* json;

@@ -19,8 +19,8 @@ TEST(Tour, TheExpressionsGiveWhatTheirCommentsSay) {
 
 TEST(Tour, RunsToItsEnd) {
   // The examples are built by the install check; here they may be missing.
-  const Ended ended = shell("EXAMPLES=/nonexistent LOOM=loom " LOOMKIT_SOURCE_DIR
-                            "/examples/tour/tour.sh");
+  const Ended ended =
+      shell("EXAMPLES=/nonexistent LOOM=loom " LOOMKIT_SOURCE_DIR "/examples/tour/tour.sh");
   EXPECT_EQ(ended.code, 0) << ended;
   EXPECT_EQ(ended.err, "");
   for (const char* const part :

@@ -46,12 +46,15 @@ GRef2<GObject> readObject(const Invocation& call) {
                                        std::to_string(place.column) + ": " + error.reason);
 }
 
-// Breaks a sequence that does not fit a line into one line for each element.
+// Breaks a sequence that does not fit a line into one line for each element. What
+// is nested too deep would be mostly blanks, and stays on its line.
 void format(GObject* object, std::size_t indent, std::string* text) {
   constexpr std::size_t width = 78;
+  constexpr std::size_t deepest = 60;
   const std::string whole = GObject::formatCb(object);
   const auto* sequence = dynamic_cast<const GSequenceObj*>(object);
-  if (sequence == nullptr || sequence->empty() || indent + whole.size() <= width) {
+  if (sequence == nullptr || sequence->empty() || indent > deepest ||
+      indent + whole.size() <= width) {
     *text += whole;
     return;
   }
