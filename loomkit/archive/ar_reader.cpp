@@ -100,7 +100,8 @@ class GArReader::TableReader {
       return reader.error("error seeking to next entry in ar file");
     }
     if (!in.read(header, ar::headerSize)) {
-      if (in.gcount() > 0) {
+      // A stream that has broken is not at its end.
+      if (in.gcount() > 0 || in.bad()) {
         return reader.error("unexpected end of file reading header of ar file entry");
       }
       in.clear();

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
 #include <new>
 
 #include "loomkit/archive/zip_password.h"
@@ -39,8 +40,9 @@ bool GZipReader2::readTextEntry(const GZipEntry* entry, std::string& text) {
   char* data = nullptr;
   unsigned int size = 0;
   if (!readEntry(entry, &data, &size, true)) return false;
+  const auto release = [](char* block) { ::operator delete(block); };
+  const std::unique_ptr<char, decltype(release)> owner(data, release);
   text.assign(data, size);
-  ::operator delete(data);
   return true;
 }
 

@@ -11,7 +11,12 @@ GDbTable::GDbTable(GDbDatabase* owner, const std::string& tableName)
     : database(owner), name(tableName) {
   tableIdx = loomkit::takeSlot(&sTables, this);
   seqNo = sSeqNo++;
-  database->registerTable(this);
+  try {
+    database->registerTable(this);
+  } catch (...) {
+    sTables[static_cast<std::size_t>(tableIdx)] = nullptr;
+    throw;
+  }
 }
 
 // A copy is registered nowhere.

@@ -9,7 +9,6 @@
 #include <cstring>
 
 #include "loomkit/text/binary.h"
-#include "loomkit/text/string_util.h"
 
 namespace {
 
@@ -163,11 +162,14 @@ void GMD5Checker::reset() { *context = Context(); }
 
 void GMD5Checker::final() {
   context->finish(digest);
+  // Formatting would take three times as long as the digest of a short text.
+  constexpr char digits[] = "0123456789abcdef";
   char* hex = hexDigest;
   for (const unsigned char byte : digest) {
-    gsnprintf(hex, 3, "%02x", byte);
-    hex += 2;
+    *hex++ = digits[byte >> 4];
+    *hex++ = digits[byte & 15];
   }
+  *hex = '\0';
 }
 
 const unsigned char* GMD5Checker::getDigest() const { return digest; }

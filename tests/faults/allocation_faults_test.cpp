@@ -197,6 +197,7 @@ bool useTable(GDbDatabase* database, const char* name, int rows) {
   int count = 0;
   GDbStatus status = table->getFirstRecord(&row);
   for (; status == GDbNoError && row.getNumRecords() > 0; status = table->getNextRecord(&row)) {
+    EXPECT_GT(row.getRecord(0)->getIntField(0), count);
     ++count;
     row.clear();
   }

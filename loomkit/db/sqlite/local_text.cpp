@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 
 #include "loomkit/text/output.h"
@@ -34,9 +35,13 @@ struct TextDelete {
 }  // namespace
 
 bool isAscii(const char* text, std::size_t length) {
-  unsigned char seen = 0;
-  for (std::size_t i = 0; i < length; ++i) seen |= static_cast<unsigned char>(text[i]);
-  return seen < 0x80;
+  std::uint64_t seen = 0;
+  for (std::uint64_t word = 0; length >= sizeof word; text += sizeof word, length -= sizeof word) {
+    std::memcpy(&word, text, sizeof word);
+    seen |= word;
+  }
+  for (; length > 0; ++text, --length) seen |= static_cast<unsigned char>(*text);
+  return (seen & 0x8080808080808080) == 0;
 }
 
 HulText toUtf8(const char* text, int length, int* utf8Length, const char* logText) {

@@ -61,8 +61,8 @@ void addText(GDbRecord* record, sqlite3_stmt* stmt, int column) {
 
 // Appends the column to `record`; SQLite converts to the type that is read. Each
 // question costs its lock, so that only a value that may be a NULL is asked
-// whether it is one.
-void addColumn(GDbRecord* record, sqlite3_stmt* stmt, int column, GDbFieldType affinity) {
+// whether it is one. False when there is no memory for a number.
+bool addColumn(GDbRecord* record, sqlite3_stmt* stmt, int column, GDbFieldType affinity) {
   const Sqlite3Api& api = sqlite3Library().api;
   if (affinity == GDbFieldNone) affinity = storageType(api.column_type(stmt, column));
   bool maybeNull = false;
@@ -93,6 +93,7 @@ void addColumn(GDbRecord* record, sqlite3_stmt* stmt, int column, GDbFieldType a
   if (maybeNull && api.column_type(stmt, column) == loomkit::sqliteNull) {
     loomkit::RecordAccess::markLastNull(record);
   }
+  return loomkit::RecordAccess::value(*record, column) != nullptr;
 }
 
 struct RecordDelete {
@@ -241,8 +242,9 @@ GDbStatus GSqlite3Database::getRecord(GSqlQueryData* query, GDbRecord** record) 
   if (columns == 0) return GDbNoError;
   std::unique_ptr<GDbRecord, RecordDelete> made(new GDbRecord);
   const GDbFieldType* affinities = data->columnAffinities(columns);
-  for (int column = 0; column < columns; ++column)
-    addColumn(made.get(), stmt, column, affinities[column]);
+  for (int column = 0; column < columns; ++column) {
+    if (!addColumn(made.get(), stmt, column, affinities[column])) return setError(GDbOutOfMemory);
+  }
   *record = made.release();
   return GDbNoError;
 }
