@@ -168,16 +168,34 @@ TEST(GKeyValueConfigFile, SavesInOneStep) {
   EXPECT_EQ(file.getName(), scratch / "link");
 }
 
+TEST(GKeyValueConfigFile, CopiesAreTheirOwn) {
+  File file;
+  ASSERT_TRUE(loadText(file, "\xef\xbb\xbf[s]\na=1\n"));
+  EXPECT_FALSE(file.set("s", "", "x"));
+  File copy;
+  copy = file;
+  ASSERT_TRUE(file.set("s", "a", "2"));
+  file = *&file;
+  EXPECT_EQ(file.getText(), "\xef\xbb\xbf[s]\na=2\n");
+  EXPECT_EQ(copy.getText(), "\xef\xbb\xbf[s]\na=1\n");
+  EXPECT_EQ(copy.getName(), "app.cfg");
+  EXPECT_NE(copy.getErrMsg(), "");
+}
+
 TEST(GKeyValueConfigFile, ChecksAgainstRules) {
   File file;
-  ASSERT_TRUE(loadText(file, "[Window]\nwidth=x\nheight=5\nname=any\nwdith=1\n[log]\na.level=2\n"));
+  ASSERT_TRUE(loadText(file,
+                       "[Window]\nwidth=x\nheight=5\nname=any\nwdith=1\n[log]\na.level=2\n"
+                       "scale=1.5\nshare=half\n"));
   const std::vector<File::Rule> rules = {{"Window", "width", File::Int},
+                                         {"log", "s*e", File::Double},
                                          {"window", "height", File::Int},
                                          {"window", "name", File::Text},
                                          {"*", "*.level", File::Bool}};
   EXPECT_EQ(file.check(rules), (Texts{"app.cfg: line 2: width: integer value expected",
                                       "app.cfg: line 5: unknown key: wdith",
-                                      "app.cfg: line 7: a.level: boolean value expected"}));
+                                      "app.cfg: line 7: a.level: boolean value expected",
+                                      "app.cfg: line 9: share: floating point value expected"}));
   EXPECT_EQ(file.check({{"*", "*", File::Text}}), Texts{});
 }
 

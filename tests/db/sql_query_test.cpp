@@ -2,6 +2,8 @@
 // The handles of the SQL layer: errors, queries, and what closing does to them.
 #include "loomkit/db/sql/sql_query.h"
 
+#include <memory>
+
 #include "loomkit/db/sql/sql_query_data.h"
 #include "loomkit/db/sql/sql_query_set.h"
 #include "tests/db/db_fixture.h"
@@ -118,6 +120,15 @@ TEST_F(SqlQuery, CopiesShareTheStatementAndItsState) {
   copy = self;
   EXPECT_EQ(copy.getStatement(), "SELECT 7;");
   EXPECT_EQ(copy.getSqlDatabase(), sql);
+}
+
+TEST_F(SqlQuery, AChangedStatementIsForwardOnlyAgain) {
+  const std::unique_ptr<GSqlQueryData> data(sql->createQuery("SELECT 1;"));
+  EXPECT_TRUE(data->isForwardOnly());
+  data->setForwardOnly(false);
+  EXPECT_FALSE(data->isForwardOnly());
+  data->setStatement("SELECT 2;");
+  EXPECT_TRUE(data->isForwardOnly());
 }
 
 TEST_F(SqlQuery, AnswersNotOpenAfterTheDatabaseHasClosed) {

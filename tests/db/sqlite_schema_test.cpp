@@ -54,6 +54,11 @@ TEST_F(SqliteSchema, RefusesAColumnWithoutAType) {
   EXPECT_EQ(schema(), Texts{});
 }
 
+TEST_F(SqliteSchema, MakesAColumnOfAnUnknownTypeAndCannotOpenIt) {
+  EXPECT_EQ(create(structureOf({{"x", static_cast<GDbFieldType>(6)}})), GDbInvalidFieldType);
+  EXPECT_EQ(schema(), Texts{"CREATE TABLE \"t\" (\"x\" )"});
+}
+
 TEST_F(SqliteSchema, GathersThePrimaryKeyInOrder) {
   GDbStructure structure;
   structure.appendField(field("a", GDbFieldInt, true));
