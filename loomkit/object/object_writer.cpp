@@ -3,6 +3,9 @@
 
 #include <typeinfo>
 
+#include "loomkit/object/value_objects.h"
+#include "loomkit/text/c_string.h"
+
 namespace loomkit {
 
 std::string ObjectWriter::textOf(const GVectorObj& vector) {
@@ -57,14 +60,19 @@ void ObjectWriter::writeAll() {
   }
 }
 
-// A sequence of a host's own class writes itself.
+// An object of a host's own class writes itself.
 void ObjectWriter::write(const GObject* object) {
   if (object == nullptr) {
     text += "NULL";
-  } else if (typeid(*object) == typeid(GVectorObj)) {
+    return;
+  }
+  const std::type_info& type = typeid(*object);
+  if (type == typeid(GVectorObj)) {
     open(static_cast<const GVectorObj&>(*object));
-  } else if (typeid(*object) == typeid(GListObj)) {
+  } else if (type == typeid(GListObj)) {
     open(static_cast<const GListObj&>(*object));
+  } else if (type == typeid(GStringObj)) {
+    appendCString(static_cast<const GStringObj&>(*object).getValue(), &text);
   } else {
     text += object->toString();
   }

@@ -6,15 +6,15 @@
 #include <cmath>
 #include <limits>
 
+#include "loomkit/text/c_string.h"
 #include "loomkit/text/char_class.h"
-#include "loomkit/text/gi_string.h"
 
 namespace {
 
-constexpr unsigned toTheEnd = 0xffffffff;
-
 std::string literalOf(const std::string& text) {
-  return GiString(text).convertToCString(0, toTheEnd);
+  std::string literal;
+  loomkit::appendCString(text, &literal);
+  return literal;
 }
 
 // True for what may stand behind a '@'.

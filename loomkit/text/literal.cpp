@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "loomkit/text/c_string.h"
 #include "loomkit/text/char_class.h"
 
 namespace {
@@ -141,37 +142,47 @@ constexpr bool needsEscape(char c) {
   return static_cast<unsigned char>(c) < 32 || c == '"' || c == '\\';
 }
 
+// As far as there is text.
+std::string_view partOf(const std::string& text, unsigned pos, unsigned n) {
+  return std::string_view(text).substr(std::min<std::size_t>(pos, text.size()), n);
+}
+
 }  // namespace
 
-GiString GiString::convertToCString(unsigned pos, unsigned n) const {
-  const std::size_t first = std::min<std::size_t>(pos, size());
-  const std::size_t count = std::min<std::size_t>(n, size() - first);
-  GiString literal;
-  literal.reserve(count + (count + 7) / 8 + 3);
-  literal.push_back('"');
-  const char* s = data() + first;
-  const char* limit = s + count;
+void loomkit::appendCString(std::string_view text, std::string* literals) {
+  literals->push_back('"');
+  const char* s = text.data();
+  const char* limit = s + text.size();
   while (s != limit) {
     const char* run = s;
     while (s != limit && !needsEscape(*s)) ++s;
-    literal.append(run, s);
+    literals->append(run, s);
     if (s == limit) break;
     const char c = *s++;
-    literal.push_back('\\');
+    literals->push_back('\\');
     if (static_cast<unsigned char>(c) < 32) {
-      literal.append(controlEscapes[static_cast<unsigned char>(c)]);
+      literals->append(controlEscapes[static_cast<unsigned char>(c)]);
     } else {
-      literal.push_back(c);
+      literals->push_back(c);
     }
   }
-  literal.push_back('"');
+  literals->push_back('"');
+}
+
+GiString GiString::convertToCString(unsigned pos, unsigned n) const {
+  const std::string_view part = partOf(*this, pos, n);
+  GiString literal;
+  literal.reserve(part.size() + (part.size() + 7) / 8 + 3);
+  loomkit::appendCString(part, &literal);
   return literal;
 }
 
 std::string gConvertToCStringOrNULL(const std::string& s, unsigned pos, unsigned n) {
   static const std::string none(nullWord);
   if (n == 0 || s.empty()) return none;
-  return GiString(s).convertToCString(pos, n);
+  std::string literal;
+  loomkit::appendCString(partOf(s, pos, n), &literal);
+  return literal;
 }
 
 std::string gParseSymbol(const char* s, const char** end, bool acceptNull) {
