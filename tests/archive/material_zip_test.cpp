@@ -302,6 +302,49 @@ TEST_F(Material, ReadsTimeStamps) {
   }
 }
 
+// Each member in turn has a wrong byte: its own item fails, the others are there.
+TEST_F(Material, ADamagedMemberIsMissingAndTheOthersAreNot) {
+  const std::vector<ZipMember> members = {{"id.txt", "the id"},
+                                          {"a.mat", "the text"},
+                                          {"meta.txt", "the meta information"},
+                                          {"preview.jpeg", "the preview"},
+                                          {"t.png", "the texture"},
+                                          {"timestamp.txt", "1700000000"}};
+  for (std::size_t damaged = 0; damaged <= members.size(); ++damaged) {
+    std::string bytes = zipOf(members);
+    if (damaged < members.size()) bytes[bytes.find(members[damaged].data)] ^= 1;
+    std::istringstream in(bytes);
+    GMaterialZip zip(&in, false);
+    std::string text;
+    EXPECT_EQ(zip.getId(&text), damaged != 0);
+    EXPECT_EQ(zip.getDescription(&text, nullptr), damaged != 1);
+    text = "before";
+    EXPECT_TRUE(zip.getMetaInfo(&text));
+    EXPECT_EQ(text, damaged == 2 ? "" : members[2].data);
+    EXPECT_EQ(zip.extractPreviewImage(scratch / "p"), damaged != 3);
+    char* data = nullptr;
+    unsigned size = 0;
+    EXPECT_EQ(zip.extractTexture("t.png", &data, &size), damaged != 4);
+    ::operator delete(data);
+    std::int64_t seconds = 7;
+    EXPECT_TRUE(zip.getTimeStamp(&seconds));
+    EXPECT_EQ(seconds, damaged == 5 ? 0 : 1700000000);
+    EXPECT_EQ(output.lines.size(), damaged < members.size() ? 1U : 0U) << damaged;
+    output.lines.clear();
+  }
+}
+
+TEST_F(Material, OfTwoMembersWithANameTheFirstCounts) {
+  std::istringstream in(
+      zipOf({{"id.txt", "first"}, {"id.txt", "second"}, {"x.._mat", "late"}, {"x.mat", "early"}}));
+  GMaterialZip zip(&in, false);
+  std::string text;
+  EXPECT_TRUE(zip.getId(&text));
+  EXPECT_EQ(text, "first");
+  EXPECT_TRUE(zip.getDescription(&text, nullptr));
+  EXPECT_EQ(text, "early");
+}
+
 TEST_F(Material, TrimsTheId) {
   std::istringstream in(zipOf({{"id.txt", " \toak\r\n"}}));
   GMaterialZip zip(&in, false);
