@@ -290,6 +290,8 @@ INSTANTIATE_TEST_SUITE_P(
                    "invalid trailer in header of ar file entry"},
         BadArchive{"second trailer byte", arArchive(arMember("a", "").replace(59, 1, "\r")),
                    "invalid trailer in header of ar file entry"},
+        BadArchive{"no pad byte", arArchive(arHeader("a", "3") + "abc" + arMember("b", "data")),
+                   "invalid trailer in header of ar file entry"},
         BadArchive{"long name cut off", arArchive(arHeader("#1/20", "30") + "ten bytes."),
                    "unexpected end of file reading ar file entry name"},
         BadArchive{"endless long name", arArchive(arHeader("#1/4294967295", "30") + "name"),
