@@ -5,6 +5,7 @@
 
 #include "loomkit/archive/ar_reader.h"
 #include "loomkit/archive/entry_iterator.h"
+#include "loomkit/archive/material_labels.h"
 #include "loomkit/archive/material_texture.h"
 #include "loomkit/archive/material_zip.h"
 #include "loomkit/archive/zip_base.h"

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <memory>
 
+#include "loomkit/archive/material_labels.h"
 #include "tests/archive/zip_builder.h"
 #include "tests/capture_output.h"
 #include "tests/scratch_directory.h"
@@ -343,6 +344,48 @@ TEST_F(Material, OfTwoMembersWithANameTheFirstCounts) {
   EXPECT_EQ(text, "first");
   EXPECT_TRUE(zip.getDescription(&text, nullptr));
   EXPECT_EQ(text, "early");
+}
+
+struct LabelsCase {
+  std::string text;
+  std::map<std::string, std::string> labels;
+};
+
+TEST_F(Material, LabelsCanBeReadBack) {
+  const LabelsCase cases[] = {{"", {}},
+                              {"en;Oak", {{"en", "Oak"}}},
+                              {"de;Eiche\nen;Oak\n", {{"de", "Eiche"}, {"en", "Oak"}}},
+                              {"de;Eiche\r\nen;Oak", {{"de", "Eiche"}, {"en", "Oak"}}},
+                              {"en;a;b", {{"en", "a;b"}}},
+                              {"en;Oak\nof England\nfr;", {{"en", "Oak\nof England"}, {"fr", ""}}},
+                              {"nothing yet\nen;Oak\nen;Elm", {{"en", "Elm"}}}};
+  for (const LabelsCase& c : cases) {
+    std::istringstream in(zipOf({{"id.txt", "x"}, {"name.csv", c.text, true}}));
+    GZipReader2 reader(&in, false);
+    std::map<std::string, std::string> labels{{"old", "one"}};
+    EXPECT_TRUE(gReadMaterialLabels(reader, &labels));
+    EXPECT_EQ(labels, c.labels) << c.text;
+  }
+  make(true, true);
+  GZipReader2 reader;
+  ASSERT_TRUE(reader.open(path()));
+  std::map<std::string, std::string> labels;
+  EXPECT_TRUE(gReadMaterialLabels(reader, &labels));
+  EXPECT_EQ(labels, (std::map<std::string, std::string>{{"de", "Eiche"}, {"en", "Oak"}}));
+}
+
+TEST_F(Material, LabelsThatAreMissingOrDamaged) {
+  std::map<std::string, std::string> labels{{"old", "one"}};
+  std::string bytes = zipOf({{"name.csv", "en;Oak"}});
+  bytes[bytes.find("Oak")] = 'X';
+  std::istringstream damaged(bytes);
+  GZipReader2 reader(&damaged, false);
+  EXPECT_FALSE(gReadMaterialLabels(reader, &labels));
+  EXPECT_EQ(labels.size(), 1U);
+  std::istringstream without(zipOf({{"id.txt", "x"}}));
+  GZipReader2 other(&without, false);
+  EXPECT_TRUE(gReadMaterialLabels(other, &labels));
+  EXPECT_TRUE(labels.empty());
 }
 
 TEST_F(Material, TrimsTheId) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// loom zip and loom material: exit codes, passwords, damage; the plain cases
-// are the examples of the commands.
+// loom zip: exit codes, passwords, damage; the plain cases are the examples of
+// the commands.
 #include <gtest/gtest.h>
 
 #include "run_program.h"
@@ -131,39 +131,6 @@ TEST(ZipCommand, IsReproducibleWhenAskedFor) {
                   " && TZ=UTC0 loom zip new --reproducible a.zip d && touch d/1"
                   " && TZ=XXX-9 loom zip new --reproducible b.zip d/2 d/1 && cmp a.zip b.zip"),
             (Ended{0, "", ""}));
-}
-
-TEST(MaterialCommand, SaysWhatIsWrong) {
-  const std::string dir = newFolder();
-  writeFile(dir + "/text", "no archive");
-  writeFile(dir + "/x.zip", zipOf({{"a", "text"}}));
-  EXPECT_EQ(runLoom({"material", "info", dir + "/none"}).code, 3);
-  EXPECT_EQ(runLoom({"material", "info", dir + "/text"}).code, 4);
-  EXPECT_EQ(runLoom({"material", "info", dir + "/x.zip"}),
-            (Ended{4, "", "loom: not a material archive: " + dir + "/x.zip\n"}));
-  EXPECT_EQ(runLoom({"material", "new", dir + "/m.matz"}).code, 2);
-  EXPECT_EQ(runLoom({"material", "new", dir + "/text", "--id", "x"}).code, 6);
-  EXPECT_EQ(runLoom({"material", "new", dir + "/m", "--id", "x", "--texture", dir + "/none"}).code,
-            3);
-  EXPECT_EQ(runLoom({"material", "new", dir + "/m", "--id", "x", "--label", "en"}).code, 2);
-}
-
-TEST(MaterialCommand, KeepsAnEncryptedArchiveReadable) {
-  const std::string dir = newFolder();
-  writeFile(dir + "/a.png", "png");
-  writeFile(dir + "/p.jpg", "jpeg");
-  const std::string cd = "cd " + dir + " && ";
-  EXPECT_EQ(shell(cd + "loom material new m.matz -e --id oak --texture a.png --preview p.jpg"),
-            (Ended{0, "", ""}));
-  EXPECT_EQ(shell(cd + "mkdir d && loom material x m.matz -d d"),
-            (Ended{0, "d/preview.jpeg\nd/a.png\n", ""}));
-  EXPECT_EQ(readFile(dir + "/d/preview.jpeg"), "jpeg");
-  EXPECT_EQ(shell(cd + "loom material info --json m.matz | tr -d '0-9'").out,
-            "{\"id\":\"oak\",\"descriptionFile\":\"\",\"description\":\"\",\"meta\":\"\","
-            "\"written\":,\"textures\":[\"a.png\"]}\n");
-  EXPECT_EQ(shell(cd + "loom material set m.matz --meta m && loom material textures m.matz"),
-            (Ended{1, "", ""}))
-      << "textures are lost unless they are given again";
 }
 
 }  // namespace

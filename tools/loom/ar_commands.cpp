@@ -12,8 +12,6 @@
 #include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/archive/ar_reader.h"
-#include "loomkit/streams/atomic_file.h"
-#include "loomkit/streams/file.h"
 #include "result_stream.h"
 
 namespace loom {
@@ -107,32 +105,6 @@ ExitCode cat(const Invocation& call) {
   return code;
 }
 
-// A name that is one file of the directory, whatever the archive has in mind.
-bool isPlainName(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(std::string("/\\\0", 3)) == std::string::npos;
-}
-
-ExitCode extractMember(Archive& archive, const std::string& name, const GArEntry* entry,
-                       const std::string& directory, bool force) {
-  if (!isPlainName(name)) {
-    complain("not a name for a file: " + name);
-    return ExitCode::damaged;
-  }
-  const std::string path = directory + "/" + name;
-  if (!force && GFile(path).exists()) {
-    complain(path + " is there already (--force replaces it)");
-    return ExitCode::cannotWrite;
-  }
-  GAtomicFile file(path);
-  if (file.isOpen() && !archive.reader.readEntry(entry, &file.out()) && file.out()) {
-    return ExitCode::damaged;
-  }
-  if (file.commit()) return ExitCode::done;
-  complain(file.getErrMsg());
-  return ExitCode::cannotWrite;
-}
-
 ExitCode extract(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
@@ -150,7 +122,12 @@ ExitCode extract(const Invocation& call) {
     }
   }
   for (const auto& [name, entry] : wanted) {
-    const ExitCode one = extractMember(archive, name, entry, directory, call.has("--force"));
+    const auto fill = [&, member = entry](std::ostream& out) {
+      return archive.reader.readEntry(member, &out);
+    };
+    const ExitCode one = isPlainName(name)
+                             ? writeFile(directory + "/" + name, call.has("--force"), fill)
+                             : ExitCode::damaged;
     if (one != ExitCode::done) code = one;
   }
   return code;

@@ -4,7 +4,8 @@
 #include <istream>
 #include <memory>
 
-#include "command.h"
+#include "console.h"
+#include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/file.h"
 #include "terminal.h"
 
@@ -45,6 +46,26 @@ std::string contentOf(const std::string& path) {
   }
   if (in->bad()) throw Failure(ExitCode::cannotOpen, "cannot read " + path);
   return text;
+}
+
+bool isPlainName(const std::string& name) {
+  const bool plain = !name.empty() && name != "." && name != ".." &&
+                     name.find_first_of(std::string("/\\\0", 3)) == std::string::npos;
+  if (!plain) complain("not a name for a file: " + name);
+  return plain;
+}
+
+ExitCode writeFile(const std::string& path, bool force,
+                   const std::function<bool(std::ostream&)>& fill) {
+  if (!force && GFile(path).exists()) {
+    complain(path + " is there already (--force replaces it)");
+    return ExitCode::cannotWrite;
+  }
+  GAtomicFile file(path);
+  if (file.isOpen() && !fill(file.out()) && file.out()) return ExitCode::damaged;
+  if (file.commit()) return ExitCode::done;
+  complain(file.getErrMsg());
+  return ExitCode::cannotWrite;
 }
 
 }  // namespace loom

@@ -3,7 +3,11 @@
 #ifndef LOOM_FILE_CONTENT_H
 #define LOOM_FILE_CONTENT_H
 
+#include <functional>
+#include <ostream>
 #include <string>
+
+#include "command.h"
 
 namespace loom {
 
@@ -13,6 +17,17 @@ void requireFile(const std::string& path);
 /// All of a file, or of standard input for "-". Throws Failure (exit code 3)
 /// when it cannot be read.
 [[nodiscard]] std::string contentOf(const std::string& path);
+
+/// Whether a name that an archive has chosen is that of one file in a directory
+/// and nothing else; if not, that is said.
+bool isPlainName(const std::string& name);
+
+/// Makes a file of what `fill` puts into a stream. It appears whole or not at
+/// all, in the place of another only with `force`. The exit code is `damaged`
+/// when `fill` fails by itself, which it has reported; what else fails is
+/// reported here.
+ExitCode writeFile(const std::string& path, bool force,
+                   const std::function<bool(std::ostream&)>& fill);
 
 }  // namespace loom
 

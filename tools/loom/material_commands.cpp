@@ -1,50 +1,70 @@
 // SPDX-License-Identifier: MIT
 // loom material: archives of one material each.
-#include <memory>
+#include <map>
 #include <optional>
+#include <utility>
 
 #include "console.h"
 #include "families.h"
 #include "file_content.h"
 #include "json_writer.h"
+#include "loomkit/archive/material_labels.h"
 #include "loomkit/archive/material_zip.h"
 #include "loomkit/streams/file.h"
+#include "temporary_directory.h"
 
 namespace loom {
 
 namespace {
 
-// Opens an existing archive; its id tells whether it is one.
-std::string openMaterial(GMaterialZip& material, const std::string& path) {
-  requireFile(path);
-  material.open(path, false);
+// An archive that is there, with what the library's class does not tell of it.
+struct Archive {
+  // Throws Failure unless it is one: its id tells.
+  explicit Archive(const std::string& path) {
+    requireFile(path);
+    material.open(path, false);
+    GZipReader2 reader;
+    if (!material.getId(&id) || !reader.open(path) || !gReadMaterialLabels(reader, &labels)) {
+      throw Failure(ExitCode::damaged, "not a material archive: " + path);
+    }
+    for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i) {
+      isCompressed = isCompressed || i->second->isCompressed();
+      isEncrypted = isEncrypted || i->second->isEncrypted();
+    }
+  }
+
+  GMaterialZip material;
   std::string id;
-  if (!material.getId(&id)) throw Failure(ExitCode::damaged, "not a material archive: " + path);
-  return id;
-}
+  std::map<std::string, std::string> labels;
+  bool isCompressed = false;
+  bool isEncrypted = false;
+};
 
 ExitCode info(const Invocation& call) {
-  GMaterialZip material;
-  const std::string id = openMaterial(material, call.operand("ARCHIVE"));
+  Archive archive(call.operand("ARCHIVE"));
   std::string description;
   std::string fileName;
   std::string meta;
   std::int64_t seconds = 0;
   std::vector<std::string> textures;
-  material.getDescription(&description, &fileName);
-  material.getMetaInfo(&meta);
-  material.getTimeStamp(&seconds);
-  material.getTextureNames(&textures);
+  archive.material.getDescription(&description, &fileName);
+  archive.material.getMetaInfo(&meta);
+  archive.material.getTimeStamp(&seconds);
+  archive.material.getTextureNames(&textures);
   if (call.json()) {
     JsonWriter json;
-    json.beginObject().key("id").value(id).key("descriptionFile").value(fileName);
+    json.beginObject().key("id").value(archive.id).key("labels").beginObject();
+    for (const auto& [language, label] : archive.labels) json.key(language).value(label);
+    json.endObject().key("descriptionFile").value(fileName);
     json.key("description").value(description).key("meta").value(meta);
     json.key("written").value(seconds).key("textures").beginArray();
     for (const std::string& name : textures) json.value(name);
     json.endArray().endObject();
     return ExitCode::done;
   }
-  printLine("id: " + id);
+  printLine("id: " + archive.id);
+  for (const auto& [language, label] : archive.labels)
+    printLine("label: " + language + "=" + label);
   printLine("description: " + fileName);
   printLine("meta: " + meta);
   for (const std::string& name : textures) printLine("texture: " + name);
@@ -52,10 +72,9 @@ ExitCode info(const Invocation& call) {
 }
 
 ExitCode textures(const Invocation& call) {
-  GMaterialZip material;
-  openMaterial(material, call.operand("ARCHIVE"));
+  Archive archive(call.operand("ARCHIVE"));
   std::vector<std::string> names;
-  material.getTextureNames(&names);
+  archive.material.getTextureNames(&names);
   std::optional<JsonWriter> json;
   if (call.json()) json.emplace().beginArray();
   for (const std::string& name : names) {
@@ -69,31 +88,66 @@ ExitCode textures(const Invocation& call) {
   return names.empty() ? ExitCode::no : ExitCode::done;
 }
 
-ExitCode extract(const Invocation& call) {
-  GMaterialZip material;
-  openMaterial(material, call.operand("ARCHIVE"));
-  const std::string directory = call.value("--directory").empty() ? "." : call.value("--directory");
-  std::vector<std::string> names;
-  material.getTextureNames(&names);
-  std::vector<std::string> written;
-  const std::string preview = directory + "/preview.jpeg";
-  if (material.extractPreviewImage(preview)) written.push_back(preview);
-  ExitCode code = ExitCode::done;
-  for (const std::string& name : names) {
-    if (name.find_first_of("/\\") != std::string::npos) {
-      complain("not a name for a file: " + name);
-      code = ExitCode::damaged;
-      continue;
-    }
-    const std::string path = directory + "/" + name;
-    if (material.extractTexture(name, path)) {
-      written.push_back(path);
+// The images of an archive, each in a file.
+struct Images {
+  Images(GMaterialZip& material, const TemporaryDirectory& scratch) {
+    const std::string previewFile = scratch / "preview";
+    if (material.extractPreviewImage(previewFile)) {
+      preview = previewFile;
     } else {
-      code = ExitCode::damaged;
+      damaged = GFile(previewFile).exists();
+    }
+    std::vector<std::string> names;
+    material.getTextureNames(&names);
+    for (const std::string& name : names) {
+      const std::string file = scratch / std::to_string(textures.size());
+      if (material.extractTexture(name, file)) {
+        textures.emplace_back(name, file);
+      } else {
+        damaged = true;
+      }
     }
   }
-  for (const std::string& path : written) printLine(path);
+
+  std::string preview;                                        // empty without one
+  std::vector<std::pair<std::string, std::string>> textures;  // name and file
+  bool damaged = false;                                       // others are; that was reported
+};
+
+ExitCode extract(const Invocation& call) {
+  Archive archive(call.operand("ARCHIVE"));
+  const TemporaryDirectory scratch;
+  const Images images(archive.material, scratch);
+  ExitCode code = images.damaged ? ExitCode::damaged : ExitCode::done;
+  const auto save = [&](const std::string& name, const std::string& file) {
+    const std::string path = call.value("--directory", ".") + "/" + name;
+    const auto fill = [&file](std::ostream& out) { return bool(out << contentOf(file)); };
+    const ExitCode one =
+        isPlainName(name) ? writeFile(path, call.has("--force"), fill) : ExitCode::damaged;
+    if (one == ExitCode::done) {
+      printLine(path);
+    } else {
+      code = one;
+    }
+  };
+  if (!images.preview.empty()) save("preview.jpeg", images.preview);
+  for (const auto& [name, file] : images.textures) save(name, file);
   return code;
+}
+
+// Sets again what writing the archive anew would lose.
+void keepTheRest(const Invocation& call, Archive& archive, const TemporaryDirectory& scratch) {
+  const Images images(archive.material, scratch);
+  if (images.damaged) {
+    throw Failure(ExitCode::damaged, call.operand("ARCHIVE") + " stays as it was");
+  }
+  for (const auto& [language, label] : archive.labels) archive.material.setLabel(language, label);
+  if (!images.preview.empty()) archive.material.setPreviewImage(images.preview);
+  archive.material.setTextures({});
+  if (call.has("--texture")) return;
+  for (const auto& [name, file] : images.textures) {
+    archive.material.addTexture(name, GFile(file).getInStream(true));
+  }
 }
 
 // Sets what the options give.
@@ -124,9 +178,10 @@ void applyOptions(const Invocation& call, GMaterialZip& material) {
   }
 }
 
-ExitCode write(const Invocation& call, GMaterialZip& material) {
-  if (material.flush(!call.has("--store"), call.has("--encrypt"))) return ExitCode::done;
-  throw Failure(ExitCode::cannotWrite, "cannot write " + call.operand("ARCHIVE"));
+ExitCode write(const Invocation& call, GMaterialZip& material, bool compress, bool encrypt) {
+  return writeFile(call.operand("ARCHIVE"), true, [&](std::ostream& out) {
+    return material.flush(&out, compress && !call.has("--store"), encrypt || call.has("--encrypt"));
+  });
 }
 
 ExitCode create(const Invocation& call) {
@@ -134,16 +189,16 @@ ExitCode create(const Invocation& call) {
   if (GFile(path).exists()) throw Failure(ExitCode::cannotWrite, path + " is there already");
   if (call.value("--id").empty()) throw Failure(ExitCode::usage, "--id is missing");
   GMaterialZip material;
-  material.open(path, true);
   applyOptions(call, material);
-  return write(call, material);
+  return write(call, material, true, false);
 }
 
 ExitCode set(const Invocation& call) {
-  GMaterialZip material;
-  openMaterial(material, call.operand("ARCHIVE"));
-  applyOptions(call, material);
-  return write(call, material);
+  Archive archive(call.operand("ARCHIVE"));
+  const TemporaryDirectory scratch;
+  keepTheRest(call, archive, scratch);
+  applyOptions(call, archive.material);
+  return write(call, archive.material, archive.isCompressed, archive.isEncrypted);
 }
 
 constexpr Operand oneArchive[] = {
@@ -167,26 +222,30 @@ constexpr Option itemOptions[] = {
      .completes = Completes::files},
     {.names = "-0,--store", .help = "Store without compression."},
     {.names = "-e,--encrypt", .help = "Encrypt with the built-in password."}};
-constexpr Option extractOptions[] = {{.names = "-d,--directory",
-                                      .value = "DIR",
-                                      .help = "Where the files go.",
-                                      .completes = Completes::directories}};
-constexpr ExitCodeMeaning readExits[] = {{ExitCode::cannotOpen, "there is no such archive"},
-                                         {ExitCode::damaged, "it is not a material archive"}};
+constexpr Option extractOptions[] = {
+    {.names = "-d,--directory",
+     .value = "DIR",
+     .help = "Where the files go; by default the current directory.",
+     .completes = Completes::directories},
+    {.names = "-f,--force", .help = "Replace files that are there already."}};
+constexpr ExitCodeMeaning readExits[] = {
+    {ExitCode::cannotOpen, "there is no such archive"},
+    {ExitCode::damaged, "it is not a material archive, or damaged"}};
 constexpr ExitCodeMeaning textureExits[] = {{ExitCode::no, "there are no textures"},
                                             {ExitCode::cannotOpen, "there is no such archive"},
                                             {ExitCode::damaged, "it is not a material archive"}};
-constexpr ExitCodeMeaning writeExits[] = {{ExitCode::cannotOpen, "a file cannot be opened"},
-                                          {ExitCode::damaged, "it is not a material archive"}};
+constexpr ExitCodeMeaning writeExits[] = {
+    {ExitCode::cannotOpen, "a file cannot be opened"},
+    {ExitCode::damaged, "it is not a material archive, or damaged"}};
 
 constexpr Command commands[] = {
     {.name = "info",
      .summary = "show what an archive holds",
-     .description = "Prints identifier, description file, meta information and textures. Labels "
-                    "are written for other programs and cannot be read.",
+     .description = "Prints identifier, labels, description file, meta information and textures.",
      .operands = oneArchive,
-     .example = "$ loom material new oak.matz --id oak-42 --meta 'by hand'\n"
-                "$ loom material info oak.matz\nid: oak-42\ndescription: \nmeta: by hand\n",
+     .example = "$ loom material new oak.matz --id oak-42 --label en=Oak --meta 'by hand'\n"
+                "$ loom material info oak.matz\n"
+                "id: oak-42\nlabel: en=Oak\ndescription: \nmeta: by hand\n",
      .exits = readExits,
      .run = info},
     {.name = "new",
@@ -201,9 +260,9 @@ constexpr Command commands[] = {
      .run = create},
     {.name = "set",
      .summary = "change an archive",
-     .description = "Writes the archive anew with what the options give. Identifier, description "
-                    "and meta information stay as they are without an option; labels, preview and "
-                    "textures are lost and have to be given again.",
+     .description = "Replaces what the options give and keeps the rest: other labels, too, and "
+                    "how the archive is packed. Textures replace all that are there. The file is "
+                    "the old one or the new one, whatever happens.",
      .options = itemOptions,
      .operands = oneArchive,
      .example = "$ loom material new oak.matz --id oak; loom material set oak.matz --meta new\n"
@@ -220,7 +279,8 @@ constexpr Command commands[] = {
      .run = textures},
     {.name = "x",
      .summary = "extract preview and textures",
-     .description = "Writes the images to files and prints their paths, for a viewer to show.",
+     .description = "Writes the images to files and prints their paths, for a viewer to show. A "
+                    "file appears whole or not at all.",
      .options = extractOptions,
      .operands = oneArchive,
      .example = "$ mkdir d; echo png > a.png\n"
