@@ -141,12 +141,7 @@ constexpr Operand catOperands[] = {
 constexpr Operand extractOperands[] = {
     archiveOperand,
     {.name = "MEMBER", .help = "The name of a member; all without one.", .least = 0, .most = many}};
-constexpr Option extractOptions[] = {
-    {.names = "-d,--directory",
-     .value = "DIR",
-     .help = "Where the files go; by default the current directory.",
-     .completes = Completes::directories},
-    {.names = "-f,--force", .help = "Replace files that are there already."}};
+constexpr Option extractOptions[] = {directoryOption, forceOption};
 constexpr ExitCodeMeaning archiveExits[] = {{ExitCode::cannotOpen, "there is no such archive"},
                                             {ExitCode::damaged, "the archive is damaged"}};
 constexpr ExitCodeMeaning memberExits[] = {{ExitCode::no, "there is no such member"},

@@ -11,6 +11,15 @@
 
 namespace loom {
 
+/// Options of commands that write files.
+inline constexpr Option directoryOption = {
+    .names = "-d,--directory",
+    .value = "DIR",
+    .help = "Where the files go; by default the current directory.",
+    .completes = Completes::directories};
+inline constexpr Option forceOption = {.names = "-f,--force",
+                                       .help = "Replace files that are there already."};
+
 /// Throws Failure (exit code 3) unless the file can be opened for reading.
 void requireFile(const std::string& path);
 

@@ -9,6 +9,7 @@
 
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/streams/gzip_stream.h"
@@ -193,7 +194,7 @@ constexpr Operand fileOperands[] = {
     {.name = "FILE", .help = "A file.", .most = many, .completes = Completes::files}};
 constexpr Option options[] = {
     {.names = "-c,--stdout", .help = "Write to standard output."},
-    {.names = "-f,--force", .help = "Replace files that are there already."},
+    forceOption,
     {.names = "--remove", .help = "Remove each file when its new one is complete."}};
 constexpr ExitCodeMeaning gzipExits[] = {{ExitCode::cannotOpen, "a file cannot be opened"}};
 constexpr ExitCodeMeaning gunzipExits[] = {{ExitCode::cannotOpen, "a file cannot be opened"},

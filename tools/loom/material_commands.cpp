@@ -222,12 +222,7 @@ constexpr Option itemOptions[] = {
      .completes = Completes::files},
     {.names = "-0,--store", .help = "Store without compression."},
     {.names = "-e,--encrypt", .help = "Encrypt with the built-in password."}};
-constexpr Option extractOptions[] = {
-    {.names = "-d,--directory",
-     .value = "DIR",
-     .help = "Where the files go; by default the current directory.",
-     .completes = Completes::directories},
-    {.names = "-f,--force", .help = "Replace files that are there already."}};
+constexpr Option extractOptions[] = {directoryOption, forceOption};
 constexpr ExitCodeMeaning readExits[] = {
     {ExitCode::cannotOpen, "there is no such archive"},
     {ExitCode::damaged, "it is not a material archive, or damaged"}};

@@ -337,15 +337,10 @@ constexpr Option passwordOption = {
     .value = "FILE",
     .help = "Take the password from the file's first line instead of asking for it.",
     .completes = Completes::files};
-constexpr Option forceOption = {.names = "-f,--force",
-                                .help = "Replace files that are there already."};
 constexpr Option passwordOptions[] = {passwordOption};
 constexpr Option catOptions[] = {passwordOption, {.names = "--text", .help = "Print CR LF as LF."}};
 constexpr Option extractOptions[] = {
-    {.names = "-d,--directory",
-     .value = "DIR",
-     .help = "Where the files go; by default the current directory.",
-     .completes = Completes::directories},
+    directoryOption,
     {.names = "--no-limits",
      .help = "Extract whatever its size. Otherwise a file may be 1,000 times as large as its data "
              "in the archive, and all of them 64 GiB."},
