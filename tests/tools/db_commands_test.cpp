@@ -55,6 +55,28 @@ TEST_F(DbCommand, LooksUpByTypedKeys) {
   EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c1"}).code, 2);
 }
 
+TEST_F(DbCommand, ACopyKeepsNulls) {
+  ASSERT_EQ(runLoom({"db", "copy", csv, "parts", file}).code, 0) << "makes the file";
+  for (const std::string statement :
+       {"CREATE TABLE n (a INTEGER, b TEXT, c REAL, d BLOB);",
+        "INSERT INTO n VALUES (1, 'x', 1.5, x'00ff'), (2, NULL, NULL, NULL),"
+        " (NULL, 'y', 2.5, x'01'), (4, 'z', 0.0, x'');"})
+    ASSERT_EQ(runLoom({"sql", file, statement}), (Ended{0, "", ""}));
+  const std::string other = "sqlite3:" + folder + "/other.db";
+  EXPECT_EQ(runLoom({"db", "copy", file, "n", other}), (Ended{0, "4 records\n", ""}));
+  const std::string all = "SELECT quote(a), quote(b), quote(c), quote(d) FROM n;";
+  EXPECT_EQ(runLoom({"sql", other, all}), (Ended{0,
+                                                 "1\t'x'\t1.5\tX'00FF'\n2\tNULL\tNULL\tNULL\n"
+                                                 "NULL\t'y'\t2.5\tX'01'\n4\t'z'\t0.0\tX''\n",
+                                                 ""}));
+}
+
+TEST_F(DbCommand, ACopyThatFailsLeavesNoTable) {
+  const Ended failed = runLoom({"db", "copy", "--columns", "a:int,b:int", csv, "parts", file});
+  EXPECT_EQ(failed.code, 4);
+  EXPECT_EQ(runLoom({"db", "tables", file}).out, "");
+}
+
 TEST_F(DbCommand, CopiesATableAndQueriesIt) {
   EXPECT_EQ(runLoom({"db", "copy", "--as", "p", csv, "parts", file}),
             (Ended{0, "3 records\n", ""}));

@@ -209,28 +209,89 @@ std::uint64_t countForBar(GDbTable* table) {
   return count;
 }
 
-// Moves records in portions that fit into memory.
-unsigned long copyRecords(GDbTable* from, GDbTable* to) {
-  constexpr unsigned portion = 1000;
-  ProgressBar progress(from->getName(), countForBar(from));
-  unsigned long copied = 0;
+// Inserts records in portions that fit into memory. One with a NULL, of which
+// insertRecords() knows nothing, goes by a statement where there is SQL.
+class Inserter {
+ public:
+  Inserter(GDbTable* table, GSqlDatabase* database, const GDbStructure& columns)
+      : target(table), sql(database), structure(columns) {}
+
+  /// Takes the set's first record.
+  void add(GDbRecordSet& set) {
+    const GDbTypedRow row(*set.getRecord(0), structure);
+    if (sql != nullptr && hasNull(row)) {
+      flush();
+      insertByStatement(row);
+    } else {
+      batch.addRecord(set.releaseRecord(0));
+      if (batch.getNumRecords() == portion) flush();
+    }
+    ++count;
+  }
+
+  void flush() {
+    require(target->insertRecords(batch), target->getName());
+    batch.clear();
+  }
+
+  [[nodiscard]] unsigned long getCount() const { return count; }
+
+ private:
+  static constexpr unsigned portion = 1000;
+
+  static bool hasNull(const GDbTypedRow& row) {
+    for (int field = 0; field < row.getNumFields(); ++field) {
+      if (row.isNull(field)) return true;
+    }
+    return false;
+  }
+
+  void insertByStatement(const GDbTypedRow& row) {
+    if (statement.isNull()) {
+      std::string marks = "?";
+      for (int field = 1; field < row.getNumFields(); ++field) marks += ", ?";
+      statement =
+          GSqlQuery(sql, "INSERT INTO \"" + target->getName() + "\" VALUES (" + marks + ");");
+    }
+    for (int field = 0; field < row.getNumFields(); ++field)
+      require(bind(row, field), target->getName());
+    require(statement.exec(), target->getName());
+    require(statement.reset(), target->getName());
+  }
+
+  GDbStatus bind(const GDbTypedRow& row, int field) {
+    if (const auto number = row.getInt(field)) return statement.bindInt(field, *number);
+    if (const auto number = row.getUInt(field))
+      return statement.bindInt(field, static_cast<int>(*number));
+    if (const auto number = row.getFloat(field)) return statement.bindDouble(field, *number);
+    if (const auto text = row.getString(field))
+      return statement.bindText(field, std::string(*text), 0, std::string::npos);
+    if (const auto blob = row.getBlob(field))
+      return statement.bindBlob(field, const_cast<char*>(blob->data()),
+                                static_cast<unsigned>(blob->size()), true);
+    return statement.bindNull(field);
+  }
+
+  GDbTable* target;
+  GSqlDatabase* sql;
+  const GDbStructure& structure;
+  GSqlQuery statement;
   GDbRecordSet batch;
+  unsigned long count = 0;
+};
+
+void copyRecords(GDbTable* from, Inserter& inserter) {
+  ProgressBar progress(from->getName(), countForBar(from));
   GDbRecordSet one;
   GDbStatus status = from->getFirstRecord(&one);
-  while (status == GDbNoError) {
-    const bool end = one.getNumRecords() == 0;
-    if (!end) batch.addRecord(one.releaseRecord(0));
-    if (batch.getNumRecords() == portion || end) {
-      require(to->insertRecords(batch), to->getName());
-      copied += batch.getNumRecords();
-      batch.clear();
-      progress.show(copied);
-    }
-    if (end) return copied;
+  while (status == GDbNoError && one.getNumRecords() > 0) {
+    inserter.add(one);
+    one.clear();
+    progress.show(inserter.getCount());
     status = from->getNextRecord(&one);
   }
   require(status, from->getName());
-  return copied;
+  inserter.flush();
 }
 
 ExitCode copy(const Invocation& call) {
@@ -240,18 +301,25 @@ ExitCode copy(const Invocation& call) {
   const DbHost to(call.operand("TO"), true);
   GDbTable* made = nullptr;
   const std::string name = call.has("--as") ? call.value("--as") : source->getName();
+  // What is not committed is gone with the connection, the table as well.
+  GDbTransactionHandler* transaction = to.database()->getTransactionHandler();
+  if (transaction != nullptr) require(transaction->begin(), to.database()->getName());
   const GDbStatus status = to.database()->createTable(name, structure.get(), &made);
   if (status != GDbNoError) throw Failure(ExitCode::cannotWrite, name + ": " + gDbStrError(status));
   const std::unique_ptr<GDbTable> target(made);
-  GDbTransactionHandler* transaction = to.database()->getTransactionHandler();
-  if (transaction != nullptr) require(transaction->begin(), to.database()->getName());
-  const unsigned long copied = copyRecords(source.get(), target.get());
+  Inserter inserter(target.get(), to.sql(), *structure);
+  copyRecords(source.get(), inserter);
   if (transaction != nullptr) require(transaction->commit(), to.database()->getName());
   if (call.json()) {
     JsonWriter json;
-    json.beginObject().key("table").value(name).key("records").value(copied).endObject();
+    json.beginObject()
+        .key("table")
+        .value(name)
+        .key("records")
+        .value(inserter.getCount())
+        .endObject();
   } else {
-    printLine(std::to_string(copied) + " records");
+    printLine(std::to_string(inserter.getCount()) + " records");
   }
   return ExitCode::done;
 }
@@ -408,8 +476,8 @@ constexpr Command dbCommands[] = {
      .run = count},
     {.name = "copy",
      .summary = "copy a table to another database",
-     .description = "Creates the table in the other database and copies all records in one "
-                    "transaction. A NULL becomes 0 or an empty text.",
+     .description = "Creates the table in the other database and copies all records, in one "
+                    "transaction.",
      .options = copyOptions,
      .operands = copyOperands,
      .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
