@@ -71,6 +71,31 @@ TEST_F(DbCommand, ACopyKeepsNulls) {
                                                  ""}));
 }
 
+TEST_F(DbCommand, LargeIntegersAreExactOrRefused) {
+  ASSERT_EQ(runLoom({"db", "copy", csv, "parts", file}).code, 0) << "makes the file";
+  for (const std::string statement :
+       {"CREATE TABLE n (a INTEGER, b INTEGER);",
+        "INSERT INTO n VALUES (-2147483648, 2147483647), (NULL, 5000000000);"})
+    ASSERT_EQ(runLoom({"sql", file, statement}).code, 0);
+  const std::string all = "SELECT a, b FROM n;";
+  EXPECT_EQ(runLoom({"sql", file, all}).out, "-2147483648\t2147483647\n\t5000000000\n");
+  EXPECT_EQ(runLoom({"sql", "--csv", file, all}).out, "-2147483648;2147483647\n;5000000000\n");
+  EXPECT_EQ(runLoom({"sql", "--json", file, all}).out,
+            "[\n{\"c1\":-2147483648,\"c2\":2147483647},\n{\"c1\":null,\"c2\":5000000000}\n]\n");
+  EXPECT_EQ(runLoom({"sql", "--table", file, all}).out,
+            "c1           c2\n-2147483648  2147483647\nNULL         5000000000\n");
+  const Ended refused = {4, "", "loom: n holds integers beyond 32 bits; loom sql can read them\n"};
+  EXPECT_EQ(runLoom({"db", "scan", file, "n"}), refused);
+  EXPECT_EQ(runLoom({"db", "get", file, "n", "b=5"}), refused);
+  EXPECT_EQ(runLoom({"db", "copy", "--as", "copy", file, "n", file}), refused);
+  EXPECT_EQ(runLoom({"db", "schema", file, "n"}).out, "a:int\nb:int\n");
+  ASSERT_EQ(runLoom({"sql", file, "DELETE FROM n WHERE a IS NULL;"}).code, 0);
+  EXPECT_EQ(runLoom({"db", "scan", file, "n"}).out, "-2147483648\t2147483647\n");
+  writeFile(folder + "/large.csv", "5000000000;1.5\n7;2\n");
+  EXPECT_EQ(runLoom({"db", "schema", csv, "large"}).out, "c1:string\nc2:float\n");
+  EXPECT_EQ(runLoom({"db", "scan", csv, "large"}).out, "5000000000\t1.5\n7\t2\n");
+}
+
 TEST_F(DbCommand, ACopyThatFailsLeavesNoTable) {
   const Ended failed = runLoom({"db", "copy", "--columns", "a:int,b:int", csv, "parts", file});
   EXPECT_EQ(failed.code, 4);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // loom db and loom sql: databases of every type from the command line.
+#include <cstdint>
 #include <cstdlib>
 #include <optional>
 
@@ -59,11 +60,19 @@ std::unique_ptr<GDbTable> openTable(const DbHost& host, const Invocation& call) 
   return host.table(call.operand("TABLE"), call.value("--columns"));
 }
 
+// The same for its values: none is to come out wrong.
+std::unique_ptr<GDbTable> openForReading(const DbHost& host, const Invocation& call) {
+  std::unique_ptr<GDbTable> table = openTable(host, call);
+  if (!host.hasLargeIntegers(table.get())) return table;
+  throw Failure(ExitCode::damaged,
+                table->getName() + " holds integers beyond 32 bits; loom sql can read them");
+}
+
 // Calls `use` with each record that --where admits until it gives false.
 template <typename Use>
 void forEachRow(const Invocation& call, Use use) {
   const DbHost host(call.operand("LOCATOR"));
-  const std::unique_ptr<GDbTable> table = openTable(host, call);
+  const std::unique_ptr<GDbTable> table = openForReading(host, call);
   Filter filter(call);
   GDbTableScan scan(table.get());
   for (const GDbTypedRow& row : scan)
@@ -179,7 +188,7 @@ GDbKey keyOf(const std::string& text, const GDbStructure& structure, const std::
 
 ExitCode get(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
-  const std::unique_ptr<GDbTable> table = openTable(host, call);
+  const std::unique_ptr<GDbTable> table = openForReading(host, call);
   const std::unique_ptr<GDbStructure> structure = structureOf(table.get());
   std::vector<GDbKey> keys;
   for (const std::string& text : call.operands("COLUMN=VALUE")) {
@@ -296,7 +305,7 @@ void copyRecords(GDbTable* from, Inserter& inserter) {
 
 ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
-  const std::unique_ptr<GDbTable> source = openTable(from, call);
+  const std::unique_ptr<GDbTable> source = openForReading(from, call);
   const std::unique_ptr<GDbStructure> structure = structureOf(source.get());
   const DbHost to(call.operand("TO"), true);
   GDbTable* made = nullptr;
@@ -333,6 +342,16 @@ GDbStructure numberedColumns(const GDbRecord& record) {
   return structure;
 }
 
+// The integers of the current row, of which a record has 32 bits only.
+RowPrinter::Integers integersOf(GSqlQuery& query, int columns) {
+  RowPrinter::Integers integers;
+  for (int column = 0; column < columns; ++column) {
+    std::int64_t value = 0;
+    if (query.getInt64(column, &value) == GDbNoError) integers[column] = value;
+  }
+  return integers;
+}
+
 ExitCode sql(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
   if (host.sql() == nullptr)
@@ -347,7 +366,7 @@ ExitCode sql(const Invocation& call) {
       const GDbRecord* record = query.getRecord();
       if (record == nullptr) throw fail();
       const GDbStructure structure = numberedColumns(*record);
-      printer.add(GDbTypedRow(*record, structure));
+      printer.add(GDbTypedRow(*record, structure), integersOf(query, record->getNumFields()));
     }
     if (status != GDbNoMoreRecords) throw fail();
   }

@@ -47,9 +47,11 @@ bool isInt(std::string_view text) {
   return isNumber<int>(text) && (digits == "0" || !digits.starts_with('0'));
 }
 
+// A whole number that is too large for an int stays exact as a text.
 bool isFloat(std::string_view text) {
+  if (text.find_first_of(".eE") == std::string_view::npos) return isInt(text);
   return text.find_first_not_of("+-.0123456789eE") == std::string_view::npos &&
-         isNumber<double>(text) && !(text.size() > 1 && text[0] == '0' && text[1] != '.');
+         isNumber<double>(text) && !(text[0] == '0' && text[1] != '.');
 }
 
 GDbFieldType typeOf(const std::string& name) {
@@ -124,6 +126,22 @@ std::unique_ptr<GDbTable> DbHost::open(const std::string& name,
   GDbTable* table = nullptr;
   require(opened->openTable(name, structure, &table), name);
   return std::unique_ptr<GDbTable>(table);
+}
+
+bool DbHost::hasLargeIntegers(GDbTable* table) const {
+  const std::unique_ptr<GDbStructure> structure = structureOf(table);
+  std::string condition;
+  for (const GDbField& field : structure->getFields()) {
+    if (field.getType() != GDbFieldInt) continue;
+    const std::string column = '"' + field.getName() + '"';
+    condition += (condition.empty() ? "" : " OR ") + ("typeof(" + column) + ") = 'integer' AND " +
+                 column + " NOT BETWEEN -2147483648 AND 2147483647";
+  }
+  if (sql() == nullptr || condition.empty()) return false;
+  GSqlQuery query(sql(),
+                  "SELECT 1 FROM \"" + table->getName() + "\" WHERE " + condition + " LIMIT 1;");
+  require(query.exec(), table->getName());
+  return query.next() == GDbNoError;
 }
 
 std::unique_ptr<GDbTable> DbHost::table(const std::string& name, const std::string& columns) const {

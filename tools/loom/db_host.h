@@ -34,6 +34,10 @@ class DbHost {
   [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name,
                                                 const std::string& columns) const;
 
+  /// Whether an SQL table holds integers beyond 32 bits, of which a record has
+  /// the lower bits only.
+  bool hasLargeIntegers(GDbTable* table) const;
+
  private:
   [[nodiscard]] GDbStructure inferStructure(const std::string& name) const;
   [[nodiscard]] std::unique_ptr<GDbTable> open(const std::string& name,

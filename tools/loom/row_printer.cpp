@@ -10,15 +10,24 @@ namespace loom {
 
 namespace {
 
-std::string csvText(const GDbTypedRow& row, int field) {
-  std::string text = row.getText(field);
+using Integers = RowPrinter::Integers;
+
+std::string textOf(const GDbTypedRow& row, int field, const Integers& integers) {
+  const auto integer = integers.find(field);
+  return integer != integers.end() ? std::to_string(integer->second) : row.getText(field);
+}
+
+std::string csvText(const GDbTypedRow& row, int field, const Integers& integers) {
+  std::string text = textOf(row, field, integers);
   if (row.getFieldType(field) != GDbFieldString) return text;
   gReplace(&text, "\"", "\"\"");
   return '"' + text + '"';
 }
 
-void jsonValue(JsonWriter* json, const GDbTypedRow& row, int field) {
-  if (row.isNull(field))
+void jsonValue(JsonWriter* json, const GDbTypedRow& row, int field, const Integers& integers) {
+  if (const auto integer = integers.find(field); integer != integers.end())
+    json->value(integer->second);
+  else if (row.isNull(field))
     json->null();
   else if (const auto number = row.getInt(field))
     json->value(*number);
@@ -39,32 +48,32 @@ RowPrinter::RowPrinter(const Invocation& call)
   if (call.json()) json.emplace().beginArray();
 }
 
-void RowPrinter::add(const GDbTypedRow& row) {
-  if (json) return addJson(row);
-  if (table) return addToTable(row);
+void RowPrinter::add(const GDbTypedRow& row, const Integers& integers) {
+  if (json) return addJson(row, integers);
+  if (table) return addToTable(row, integers);
   std::string line;
   for (int field = 0; field < row.getNumFields(); ++field) {
     if (field != 0) line += csv ? ';' : '\t';
-    line += csv ? csvText(row, field) : row.getText(field);
+    line += csv ? csvText(row, field, integers) : textOf(row, field, integers);
   }
   printLine(line);
 }
 
-void RowPrinter::addJson(const GDbTypedRow& row) {
+void RowPrinter::addJson(const GDbTypedRow& row, const Integers& integers) {
   json->beginObject();
   for (int field = 0; field < row.getNumFields(); ++field) {
     json->key(row.getFieldName(field));
-    jsonValue(&*json, row, field);
+    jsonValue(&*json, row, field, integers);
   }
   json->endObject();
 }
 
-void RowPrinter::addToTable(const GDbTypedRow& row) {
+void RowPrinter::addToTable(const GDbTypedRow& row, const Integers& integers) {
   std::vector<std::string> names;
   std::vector<std::string> texts;
   for (int field = 0; field < row.getNumFields(); ++field) {
     names.push_back(row.getFieldName(field));
-    texts.push_back(row.isNull(field) ? "NULL" : row.getText(field));
+    texts.push_back(row.isNull(field) ? "NULL" : textOf(row, field, integers));
   }
   if (held.empty()) held.push_back(names);
   held.push_back(texts);

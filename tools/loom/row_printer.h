@@ -3,6 +3,8 @@
 #ifndef LOOM_ROW_PRINTER_H
 #define LOOM_ROW_PRINTER_H
 
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,12 +27,15 @@ class RowPrinter {
  public:
   explicit RowPrinter(const Invocation& call);
 
-  void add(const GDbTypedRow& row);
+  /// Values by column, which are printed in place of the record's.
+  using Integers = std::map<int, std::int64_t>;
+
+  void add(const GDbTypedRow& row, const Integers& integers = {});
   void end();
 
  private:
-  void addJson(const GDbTypedRow& row);
-  void addToTable(const GDbTypedRow& row);
+  void addJson(const GDbTypedRow& row, const Integers& integers);
+  void addToTable(const GDbTypedRow& row, const Integers& integers);
 
   std::optional<JsonWriter> json;
   bool csv;
