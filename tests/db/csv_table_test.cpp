@@ -180,6 +180,15 @@ TEST_F(CsvTable, LooksUpByAnyCombinationOfTypesAndKeys) {
   EXPECT_EQ(opened->lookupKey(GDbKey(4, 2), &set), GDbInvalidArgument);
 }
 
+TEST_F(CsvTable, EveryRecordHasNoKeysAtAll) {
+  const TableOwner opened = table("1;a\n2;b\n", idName);
+  for (const int count : {0, -1}) {
+    GDbRecordSet set;
+    EXPECT_EQ(opened->lookupKeys(nullptr, count, &set), GDbNoError);
+    EXPECT_EQ(textsOf(set), (Texts{"1|a", "2|b"})) << count;
+  }
+}
+
 TEST_F(CsvTable, ABadLineStopsAnIndexBuildAndNoIndexIsKept) {
   const TableOwner opened = table("1;a\nx;b\n", idName);
   GDbRecordSet set;

@@ -142,7 +142,6 @@ GDbStatus GDbCSVTable::indexName(const GDbKey* keys, int count, std::string* fie
 GDbStatus GDbCSVTable::buildIndex(const GDbKey* keys, int count,
                                   std::unique_ptr<loomkit::CsvIndex>* index) {
   std::vector<int> fields;
-  fields.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) fields.push_back(keys[i].field);
   auto built = std::make_unique<loomkit::CsvIndex>(std::move(fields));
   if (!lines->seek(0)) return GDbIoError;
