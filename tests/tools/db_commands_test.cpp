@@ -32,6 +32,33 @@ TEST_F(DbCommand, ListsTablesAndInfersTheirColumns) {
   EXPECT_EQ(Json::parse(runLoom({"db", "schema", "--json", csv, "parts"}).out)[2]["type"], "float");
 }
 
+TEST_F(DbCommand, InfersAllColumnsHoweverManyAndEmpty) {
+  const struct {
+    std::string text;
+    std::string schema;
+  } cases[] = {{"", "c1:int\n"},
+               {"a\nb;1\n", "c1:string\nc2:string\n"},
+               {"a;;;\n", "c1:string\n"},
+               {"\"a;b\";1\n\"\"\"\";2\n", "c1:string\nc2:int\n"},
+               {"\"a;b\n1;2;3\n", "c1:string\nc2:string\nc3:string\n"},
+               {"a\"b;c\"d;e\n", "c1:string\nc2:string\nc3:string\n"},
+               {"1;\r2;3;4\r", "c1:int\nc2:string\nc3:string\n"}};
+  for (const auto& c : cases) {
+    writeFile(folder + "/x.csv", c.text);
+    EXPECT_EQ(runLoom({"db", "schema", csv, "x"}).out, c.schema) << c.text;
+  }
+  writeFile(folder + "/wide.csv", "1" + std::string(70000, ';') + "2\n");
+  const std::string wide = runLoom({"db", "schema", csv, "wide"}).out;
+  EXPECT_EQ(std::count(wide.begin(), wide.end(), '\n'), 70001);
+  EXPECT_EQ(wide.substr(wide.rfind('c')), "c70001:int\n");
+  EXPECT_EQ(runLoom({"db", "schema", csv + "?zipfile=x.zip", "parts"}).out,
+            "c1:int\nc2:string\nc3:float\n");
+  writeFile(folder + "/k.csv", "1" + std::string(1023, ';') + "2\n");
+  EXPECT_EQ(runLoom({"db", "schema", csv + "?zipfile=x.zip", "k"}),
+            (Ended{2, "", "loom: k: too many columns to be inferred; use --columns\n"}));
+  EXPECT_EQ(runLoom({"db", "schema", csv, "k"}).code, 0);
+}
+
 TEST_F(DbCommand, ScansCountsAndFilters) {
   EXPECT_EQ(runLoom({"db", "scan", csv, "parts"}),
             (Ended{0, "1\ta;b\t2.5\n2\tnut\t0.25\n3\tq\"x\t7\n", ""}));

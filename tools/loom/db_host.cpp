@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <fstream>
 
 #include "command.h"
 #include "loomkit/db/sql/sql_query.h"
@@ -14,9 +15,6 @@
 namespace loom {
 
 namespace {
-
-// As many columns as the inference looks for.
-constexpr int mostColumns = 256;
 
 constexpr std::string_view typeNames[] = {"none", "int", "uint", "float", "string", "blob"};
 
@@ -154,18 +152,70 @@ std::unique_ptr<GDbTable> DbHost::table(const std::string& name, const std::stri
   return open(name, &structure);
 }
 
+namespace {
+
+// The columns of a line, counted byte by byte.
+class ColumnCount {
+ public:
+  void add(char c) {
+    if (c == '\n' || c == '\r') {
+      columns = 1;
+      state = atStart;
+    } else if (c == '"' && state != inText) {
+      state = state == inQuotes ? behindQuotes : inQuotes;  // a doubled quote leaves and returns
+    } else if (state == inQuotes) {
+      return;
+    } else if (c == ';') {
+      most = std::max(most, ++columns);
+      state = atStart;
+    } else {
+      state = inText;
+    }
+  }
+  /// Of the widest line so far.
+  [[nodiscard]] int getMost() const { return most; }
+
+ private:
+  enum State { atStart, inText, inQuotes, behindQuotes };
+
+  State state = atStart;
+  int columns = 1;
+  int most = 1;
+};
+
+// The columns of a table that may lie in an archive.
+constexpr int mostGuessed = 1024;
+
+// What the values of a column have in common.
+struct Column {
+  bool ints = true;
+  bool floats = true;
+};
+
+}  // namespace
+
+bool DbHost::mayLieInArchive() const {
+  return opened->getName().find('?') != std::string::npos;  // the locator has options
+}
+
+int DbHost::columnCount(const std::string& name) const {
+  if (mayLieInArchive()) return mostGuessed;
+  std::ifstream file(path + "/" + name + ".csv", std::ios::binary);
+  ColumnCount count;
+  for (char block[65536]; file.read(block, sizeof block) || file.gcount() > 0;)
+    std::for_each(block, block + file.gcount(), [&count](char c) { count.add(c); });
+  return count.getMost();
+}
+
 // Reads the whole table as texts. A column is a number when each of its values
 // is; columns that are empty to the last row and behind all others are none.
 GDbStructure DbHost::inferStructure(const std::string& name) const {
+  const int mostColumns = columnCount(name);
   GDbStructure texts;
   for (int i = 1; i <= mostColumns; ++i)
     texts.appendField(GDbField("c" + std::to_string(i), GDbFieldString, -1, 0, false, false));
   const std::unique_ptr<GDbTable> table = open(name, &texts);
-  struct Column {
-    bool ints = true;
-    bool floats = true;
-  };
-  std::vector<Column> columns(mostColumns);
+  std::vector<Column> columns(static_cast<std::size_t>(mostColumns));
   int used = 1;
   GDbTableScan scan(table.get());
   for (const GDbTypedRow& row : scan)
@@ -177,6 +227,8 @@ GDbStructure DbHost::inferStructure(const std::string& name) const {
       column.floats = column.floats && isFloat(text);
     }
   require(scan.getStatus(), name);
+  if (used == mostGuessed && mayLieInArchive())
+    throw Failure(ExitCode::usage, name + ": too many columns to be inferred; use --columns");
   GDbStructure inferred;
   for (int i = 0; i < used; ++i) {
     const Column& column = columns[static_cast<std::size_t>(i)];

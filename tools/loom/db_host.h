@@ -39,6 +39,9 @@ class DbHost {
   bool hasLargeIntegers(GDbTable* table) const;
 
  private:
+  [[nodiscard]] bool mayLieInArchive() const;
+  // Of a CSV table, or more; of one that may lie in an archive, many.
+  [[nodiscard]] int columnCount(const std::string& name) const;
   [[nodiscard]] GDbStructure inferStructure(const std::string& name) const;
   [[nodiscard]] std::unique_ptr<GDbTable> open(const std::string& name,
                                                const GDbStructure* structure) const;
