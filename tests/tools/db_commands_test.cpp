@@ -79,6 +79,9 @@ TEST_F(DbCommand, LooksUpByTypedKeys) {
   EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c3=7"}), (Ended{0, "3\tq\"x\t7\n", ""}));
   EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c1=9"}), (Ended{1, "", ""}));
   EXPECT_EQ(runLoom({"db", "get", csv, "parts", "nosuch=9"}).code, 2);
+  for (const std::string wrong : {"c1=", "c1=2x", "c1=4294967298", "c3=much"})
+    EXPECT_EQ(runLoom({"db", "get", csv, "parts", wrong}),
+              (Ended{2, "", "loom: not a value of the column's type: " + wrong + "\n"}));
   EXPECT_EQ(runLoom({"db", "get", csv, "parts", "c1"}).code, 2);
 }
 
@@ -121,6 +124,22 @@ TEST_F(DbCommand, LargeIntegersAreExactOrRefused) {
   writeFile(folder + "/large.csv", "5000000000;1.5\n7;2\n");
   EXPECT_EQ(runLoom({"db", "schema", csv, "large"}).out, "c1:string\nc2:float\n");
   EXPECT_EQ(runLoom({"db", "scan", csv, "large"}).out, "5000000000\t1.5\n7\t2\n");
+}
+
+TEST_F(DbCommand, ReadsColumnsOfTypesThatAreNotKnown) {
+  ASSERT_EQ(runLoom({"db", "copy", csv, "parts", file}).code, 0) << "makes the file";
+  for (const std::string statement : {"CREATE TABLE d (id INTEGER, day DATE, price NUMERIC);",
+                                      "INSERT INTO d VALUES (1, '2026-01-02', 1.5), (2, NULL, 7);"})
+    ASSERT_EQ(runLoom({"sql", file, statement}).code, 0);
+  EXPECT_EQ(runLoom({"db", "schema", file, "d"}).out, "id:int\nday:none\nprice:none\n");
+  EXPECT_EQ(runLoom({"db", "scan", file, "d"}).out, "1\t2026-01-02\t1.5\n2\t\t7\n");
+  EXPECT_EQ(runLoom({"db", "count", "--where", "$price 2 >", file, "d"}).out, "1\n");
+  EXPECT_EQ(runLoom({"db", "get", file, "d", "id=2"}).out, "2\t\t7\n");
+  EXPECT_EQ(runLoom({"db", "get", file, "d", "day=2026-01-02"}),
+            (Ended{2, "", "loom: not a column to look up by: day=2026-01-02\n"}));
+  EXPECT_EQ(runLoom({"db", "copy", "--as", "e", file, "d", file}),
+            (Ended{4, "", "loom: d: column day has no type that other databases know\n"}));
+  EXPECT_EQ(runLoom({"db", "head", file, "nosuch"}).code, 3);
 }
 
 TEST_F(DbCommand, ACopyThatFailsLeavesNoTable) {

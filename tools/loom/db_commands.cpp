@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // loom db and loom sql: databases of every type from the command line.
+#include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 
 #include "console.h"
@@ -170,19 +170,29 @@ ExitCode count(const Invocation& call) {
   return ExitCode::done;
 }
 
+template <typename Number>
+Number numberOf(std::string_view value, const std::string& text) {
+  Number number{};
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  if (error == std::errc() && end == value.data() + value.size()) return number;
+  throw Failure(ExitCode::usage, "not a value of the column's type: " + text);
+}
+
 // The key of "COLUMN=VALUE", its value read as the column's type.
 GDbKey keyOf(const std::string& text, const GDbStructure& structure, const std::string& value) {
   const int field = structure.getFieldId(text.substr(0, text.find('=')));
   if (field < 0) throw Failure(ExitCode::usage, "no such column: " + text);
   switch (structure.getField(field).getType()) {
     case GDbFieldInt:
-      return {field, static_cast<int>(std::strtol(value.c_str(), nullptr, 10))};
+      return {field, numberOf<int>(value, text)};
     case GDbFieldUInt:
-      return {field, static_cast<unsigned>(std::strtoul(value.c_str(), nullptr, 10))};
+      return {field, numberOf<unsigned>(value, text)};
     case GDbFieldFloat:
-      return {field, std::strtod(value.c_str(), nullptr)};
-    default:
+      return {field, numberOf<double>(value, text)};
+    case GDbFieldString:
       return {field, value.c_str()};
+    default:
+      throw Failure(ExitCode::usage, "not a column to look up by: " + text);
   }
 }
 
@@ -307,6 +317,10 @@ ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
   const std::unique_ptr<GDbTable> source = openForReading(from, call);
   const std::unique_ptr<GDbStructure> structure = structureOf(source.get());
+  for (const GDbField& field : structure->getFields())
+    if (field.getType() == GDbFieldNone)
+      throw Failure(ExitCode::damaged, source->getName() + ": column " + field.getName() +
+                                           " has no type that other databases know");
   const DbHost to(call.operand("TO"), true);
   GDbTable* made = nullptr;
   const std::string name = call.has("--as") ? call.value("--as") : source->getName();

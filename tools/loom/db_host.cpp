@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "command.h"
+#include "loomkit/db/sql/sql_database_impl.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/table_scan.h"
 #include "loomkit/text/string_util.h"
@@ -130,7 +131,7 @@ bool DbHost::hasLargeIntegers(GDbTable* table) const {
   const std::unique_ptr<GDbStructure> structure = structureOf(table);
   std::string condition;
   for (const GDbField& field : structure->getFields()) {
-    if (field.getType() != GDbFieldInt) continue;
+    if (field.getType() != GDbFieldInt && field.getType() != GDbFieldNone) continue;
     const std::string column = '"' + field.getName() + '"';
     condition += (condition.empty() ? "" : " OR ") + ("typeof(" + column) + ") = 'integer' AND " +
                  column + " NOT BETWEEN -2147483648 AND 2147483647";
@@ -142,13 +143,24 @@ bool DbHost::hasLargeIntegers(GDbTable* table) const {
   return query.next() == GDbNoError;
 }
 
+// A column of which the type is not known, such as a DATE, keeps a table from
+// being opened unless the caller's view leaves it out. All columns are read.
+GDbStructure DbHost::typedColumns(const std::string& name) const {
+  GDbStructure* found = nullptr;
+  require(dynamic_cast<GSqlDatabaseImpl&>(*opened).getTableStructure(name, &found), name);
+  const std::unique_ptr<GDbStructure> all(found);
+  GDbStructure typed;
+  for (const GDbField& field : all->getFields())
+    if (field.getType() != GDbFieldNone) typed.appendField(field);
+  return typed;
+}
+
 std::unique_ptr<GDbTable> DbHost::table(const std::string& name, const std::string& columns) const {
   if (!columns.empty()) {
     const GDbStructure structure = parseColumns(columns);
     return open(name, &structure);
   }
-  if (typeId != "csv") return open(name, nullptr);
-  const GDbStructure structure = inferStructure(name);
+  const GDbStructure structure = typeId == "csv" ? inferStructure(name) : typedColumns(name);
   return open(name, &structure);
 }
 

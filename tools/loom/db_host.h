@@ -43,6 +43,7 @@ class DbHost {
   // Of a CSV table, or more; of one that may lie in an archive, many.
   [[nodiscard]] int columnCount(const std::string& name) const;
   [[nodiscard]] GDbStructure inferStructure(const std::string& name) const;
+  [[nodiscard]] GDbStructure typedColumns(const std::string& name) const;
   [[nodiscard]] std::unique_ptr<GDbTable> open(const std::string& name,
                                                const GDbStructure* structure) const;
 
