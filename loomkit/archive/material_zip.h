@@ -29,7 +29,8 @@
 ///
 /// Id, description and meta information survive a flush() by themselves.
 /// Labels, preview and textures do not: they have to be set again. Labels are
-/// written for other programs and never read back.
+/// written for other programs and never read back here; gReadMaterialLabels()
+/// reads them.
 ///
 /// Operations answer with a bool; a `get` into a null pointer is false. The zip
 /// classes below report to gOutput. One thread at a time.
