@@ -57,6 +57,8 @@ TEST_F(DbCommand, InfersAllColumnsHoweverManyAndEmpty) {
   EXPECT_EQ(runLoom({"db", "schema", csv + "?zipfile=x.zip", "k"}),
             (Ended{2, "", "loom: k: too many columns to be inferred; use --columns\n"}));
   EXPECT_EQ(runLoom({"db", "schema", csv, "k"}).code, 0);
+  writeFile(folder + "/million.csv", std::string(1000000, ';') + "\n");
+  EXPECT_EQ(runLoom({"db", "schema", csv, "million"}).code, 2);
 }
 
 TEST_F(DbCommand, ScansCountsAndFilters) {

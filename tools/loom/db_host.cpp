@@ -166,6 +166,10 @@ std::unique_ptr<GDbTable> DbHost::table(const std::string& name, const std::stri
 
 namespace {
 
+// The columns of a table that may lie in an archive, and of any.
+constexpr int mostGuessed = 1024;
+constexpr int mostInferred = 1000000;
+
 // The columns of a line, counted byte by byte.
 class ColumnCount {
  public:
@@ -178,7 +182,8 @@ class ColumnCount {
     } else if (state == inQuotes) {
       return;
     } else if (c == ';') {
-      most = std::max(most, ++columns);
+      columns = std::min(columns + 1, mostInferred + 1);
+      most = std::max(most, columns);
       state = atStart;
     } else {
       state = inText;
@@ -194,9 +199,6 @@ class ColumnCount {
   int columns = 1;
   int most = 1;
 };
-
-// The columns of a table that may lie in an archive.
-constexpr int mostGuessed = 1024;
 
 // What the values of a column have in common.
 struct Column {
@@ -222,7 +224,9 @@ int DbHost::columnCount(const std::string& name) const {
 // Reads the whole table as texts. A column is a number when each of its values
 // is; columns that are empty to the last row and behind all others are none.
 GDbStructure DbHost::inferStructure(const std::string& name) const {
+  const Failure tooMany(ExitCode::usage, name + ": too many columns to be inferred; use --columns");
   const int mostColumns = columnCount(name);
+  if (mostColumns > mostInferred) throw tooMany;
   GDbStructure texts;
   for (int i = 1; i <= mostColumns; ++i)
     texts.appendField(GDbField("c" + std::to_string(i), GDbFieldString, -1, 0, false, false));
@@ -239,8 +243,7 @@ GDbStructure DbHost::inferStructure(const std::string& name) const {
       column.floats = column.floats && isFloat(text);
     }
   require(scan.getStatus(), name);
-  if (used == mostGuessed && mayLieInArchive())
-    throw Failure(ExitCode::usage, name + ": too many columns to be inferred; use --columns");
+  if (used == mostGuessed && mayLieInArchive()) throw tooMany;
   GDbStructure inferred;
   for (int i = 0; i < used; ++i) {
     const Column& column = columns[static_cast<std::size_t>(i)];
