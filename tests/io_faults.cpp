@@ -17,6 +17,7 @@ using loomkit::testing::IoFaults;
 bool active = false;
 IoFaults::Kind kind = IoFaults::Fail;
 int chosen = 0;
+int step = 1;
 int error = 0;
 int count = 0;
 
@@ -25,7 +26,8 @@ bool fails() {
   if (!active) return false;
   ++count;
   if (kind == IoFaults::Kill && count >= chosen) ::kill(::getpid(), SIGKILL);
-  if (kind == IoFaults::Fail && count >= chosen) {
+  if (kind == IoFaults::Fail && count >= chosen &&
+      (step == 0 ? count == chosen : (count - chosen) % step == 0)) {
     errno = error;
     return true;
   }
@@ -47,10 +49,11 @@ bool isOurs(int file) { return file > 2; }
 
 namespace loomkit::testing {
 
-IoFaults::IoFaults(Kind faultKind, int chosenCall, int errorNumber) {
+IoFaults::IoFaults(Kind faultKind, int chosenCall, int errorNumber, int everyStep) {
   kind = faultKind;
   chosen = chosenCall;
   error = errorNumber;
+  step = everyStep;
   count = 0;
   active = true;
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
 
 namespace loomkit::testing {
@@ -15,14 +17,15 @@ namespace loomkit::testing {
 class IoFaults {
  public:
   enum Kind {
-    Fail,   ///< the chosen call fails with the error, and all later ones
+    Fail,   ///< the chosen call fails with the error, and every step-th later one
     Short,  ///< every call moves one byte
     Storm,  ///< every other call fails with EINTR
     Kill    ///< the process is killed at the chosen call
   };
 
-  /// The `chosen`-th call, from 1, is the first that fails.
-  IoFaults(Kind kind, int chosen, int error);
+  /// The `chosen`-th call, from 1, is the first that fails. With a step of 0 it
+  /// is the only one, with 1 all later ones fail as well.
+  IoFaults(Kind kind, int chosen, int error, int step = 1);
   IoFaults(const IoFaults&) = delete;
   IoFaults& operator=(const IoFaults&) = delete;
   ~IoFaults();
@@ -34,14 +37,14 @@ class IoFaults {
 /// Does the work with its first, second, third call failing, and so on, until it
 /// is done without meeting a failure. `check` sees after each failure that all is
 /// well. The number of failures.
-inline int failInTurn(int error, const std::function<bool()>& work,
+inline int failInTurn(int error, int step, const std::function<bool()>& work,
                       const std::function<void()>& check) {
   int failures = 0;
   for (int call = 1; call < 10000; ++call) {
     bool done = false;
     bool met = false;
     {
-      const IoFaults faults(IoFaults::Fail, call, error);
+      const IoFaults faults(IoFaults::Fail, call, error, step);
       done = work();
       met = IoFaults::calls() >= call;
     }
@@ -56,6 +59,22 @@ inline int failInTurn(int error, const std::function<bool()>& work,
     ++failures;
   }
   ADD_FAILURE() << "no end";
+  return failures;
+}
+
+/// The same with each step in turn, for which `prepare` brings back what was
+/// there: all later calls fail, or no other. LOOMKIT_FAULT_STEPS=100 is a long
+/// run with all steps below.
+inline int failInTurn(
+    int error, const std::function<bool()>& work, const std::function<void()>& check,
+    const std::function<void()>& prepare = [] {}) {
+  int failures = 0;
+  const char* wanted = std::getenv("LOOMKIT_FAULT_STEPS");
+  for (int step = wanted != nullptr ? std::atoi(wanted) : 2; step-- > 0;) {
+    prepare();
+    failures += failInTurn(error, step, work, check);
+  }
+  std::printf("%d failing runs\n", failures);
   return failures;
 }
 
