@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
+
 #include "loomkit/db/csv/csv_database.h"
 #include "loomkit/db/csv/csv_format.h"
 #include "loomkit/db/csv/csv_index.h"
@@ -141,8 +143,9 @@ GDbStatus GDbCSVTable::indexName(const GDbKey* keys, int count, std::string* fie
 
 GDbStatus GDbCSVTable::buildIndex(const GDbKey* keys, int count,
                                   std::unique_ptr<loomkit::CsvIndex>* index) {
-  std::vector<int> fields;
-  for (int i = 0; i < count; ++i) fields.push_back(keys[i].field);
+  std::vector<int> fields(static_cast<std::size_t>(std::max(count, 0)));
+  std::transform(keys, keys + fields.size(), fields.begin(),
+                 [](const GDbKey& key) { return key.field; });
   auto built = std::make_unique<loomkit::CsvIndex>(std::move(fields));
   if (!lines->seek(0)) return GDbIoError;
   Block block;  // one for all records: none of them outlives its turn
