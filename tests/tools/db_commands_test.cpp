@@ -161,6 +161,8 @@ TEST_F(DbCommand, CopiesATableAndQueriesIt) {
   EXPECT_EQ(runLoom({"sql", file, "DELETE FROM p;"}), (Ended{0, "", ""}));
   EXPECT_EQ(runLoom({"db", "count", file, "p"}), (Ended{0, "0\n", ""}));
   EXPECT_EQ(runLoom({"db", "info", "--json", file}).code, 0);
+  EXPECT_EQ(runLoom({"sql", file, "SELECT 1; DELETE FROM p;"}),
+            (Ended{2, "", "loom: one statement at a time\n"}));
   const Ended bad = runLoom({"sql", file, "SELEC 1;"});
   EXPECT_EQ(bad.code, 5);
   EXPECT_EQ(bad.err, "loom: SQL error (near \"SELEC\": syntax error)\n");

@@ -29,6 +29,14 @@ TEST(ZipCommand, ListsForPeopleAndPrograms) {
             "\"directory\":false,\"deflated\":false,\"encrypted\":false}\n]\n");
 }
 
+TEST(ZipCommand, TakesAFileOnceHoweverOftenItIsNamed) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "mkdir d && printf abc > d/a && loom zip new x.zip d d/a d/a"),
+            (Ended{0, "", ""}));
+  EXPECT_EQ(shell(cd + "unzip -l x.zip | tail -1 | tr -s ' '").out, " 3 2 files\n") << "and d/";
+}
+
 TEST(ZipCommand, SaysWhatIsMissing) {
   const std::string dir = newFolder();
   writeFile(dir + "/x.zip", zipOf({{"a", "text"}}));

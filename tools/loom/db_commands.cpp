@@ -14,6 +14,7 @@
 #include "loomkit/rpn/map_param_set.h"
 #include "progress_bar.h"
 #include "row_printer.h"
+#include "sql_text.h"
 
 namespace loom {
 
@@ -370,6 +371,8 @@ ExitCode sql(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
   if (host.sql() == nullptr)
     throw Failure(ExitCode::usage, "not an SQL database: " + call.operand("LOCATOR"));
+  if (hasSecondStatement(call.operand("STATEMENT")))
+    throw Failure(ExitCode::usage, "one statement at a time");
   GSqlQuery query(host.sql(), call.operand("STATEMENT"));
   GDbStatus status = query.exec();
   const auto fail = [&] { return Failure(ExitCode::evaluation, query.getLastError().getText()); };

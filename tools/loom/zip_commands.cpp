@@ -254,6 +254,8 @@ std::vector<Source> sourcesOf(const std::vector<std::string>& operands) {
   }
   std::sort(sources.begin(), sources.end(),
             [](const Source& a, const Source& b) { return a.path < b.path; });
+  const auto samePath = [](const Source& a, const Source& b) { return a.path == b.path; };
+  sources.erase(std::unique(sources.begin(), sources.end(), samePath), sources.end());
   return sources;
 }
 
