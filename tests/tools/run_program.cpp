@@ -8,8 +8,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
 
@@ -27,8 +30,10 @@ int codeOf(int status) {
 }  // namespace
 
 std::string newFolder() {
-  std::string name = ::testing::TempDir() + "/loom_XXXXXX";
-  if (mkdtemp(name.data()) == nullptr) ADD_FAILURE() << "no temporary folder";
+  static const ScratchDirectory all;  // goes with the process
+  static int count = 0;
+  const std::string name = all / std::to_string(++count);
+  std::filesystem::create_directory(name);
   return name;
 }
 

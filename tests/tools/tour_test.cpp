@@ -40,7 +40,6 @@ TEST(Map, CountsTheWordsOfAFileAsWcDoes) {
 
 TEST(Map, SumsTheFieldsOfAFileAsAwkDoes) {
   const Ended ended = shell(
-      "command -v awk >/dev/null || exit 0\n"
       "test $(loom eval --map -F: '${prev:-0} $f3 +' </etc/passwd | tail -1) = "
       "$(awk -F: '{ s += $3 } END { print s }' /etc/passwd)");
   EXPECT_EQ(ended.code, 0) << ended;
