@@ -91,8 +91,7 @@ TEST(MaterialCommand, ReplacesFilesOnlyWhenTold) {
   const std::string cd = "cd " + dir + " && ";
   writeFile(dir + "/d/a.png", "mine");
   EXPECT_EQ(shell(cd + "loom material x m.matz -d d"),
-            (Ended{6, "d/preview.jpeg\nd/b.tga\n",
-                   "loom: d/a.png is there already (--force replaces it)\n"}));
+            (Ended{6, "d/preview.jpeg\nd/b.tga\n", "loom: m.matz: d/a.png is there already\n"}));
   EXPECT_EQ(readFile(dir + "/d/a.png"), "mine");
   EXPECT_EQ(shell(cd + "loom material x -f m.matz -d d").code, 0);
   EXPECT_EQ(readFile(dir + "/d/a.png"), "texture a");
@@ -115,11 +114,42 @@ TEST(MaterialCommand, ADamagedImageIsNotExtractedAndNothingIsChanged) {
   }
 }
 
-TEST(MaterialCommand, NamesStayBelowTheDirectory) {
+// The library compares no checksum of an encrypted member.
+TEST(MaterialCommand, NoticesDamageOfEncryptedMembers) {
+  const std::string dir = folderWithArchive("--store --encrypt");
+  const std::string cd = "cd " + dir + " && ";
+  std::string bytes = readFile(dir + "/m.matz");
+  bytes[bytes.find("b.tga") + 5 + 12] ^= 1;  // behind name and encryption header
+  writeFile(dir + "/m.matz", bytes);
+  EXPECT_EQ(shell(cd + "loom material x m.matz -d d"),
+            (Ended{4, "d/preview.jpeg\nd/a.png\n",
+                   "loom: m.matz: b.tga is damaged, or the password is wrong\n"}));
+  EXPECT_EQ(shell(cd + "ls d").out, "a.png\npreview.jpeg\n");
+  EXPECT_EQ(shell(cd + "loom material set m.matz --id elm").code, 4);
+  EXPECT_EQ(readFile(dir + "/m.matz"), bytes);
+}
+
+TEST(MaterialCommand, ADamagedTextKeepsTheArchiveFromBeingChanged) {
+  for (const std::string text : {"shine", "m\x50K"}) {
+    const std::string dir = folderWithArchive("--store");
+    std::string bytes = readFile(dir + "/m.matz");
+    const std::size_t at = bytes.find(text);
+    ASSERT_NE(at, std::string::npos);
+    bytes[at] = 'X';
+    writeFile(dir + "/m.matz", bytes);
+    EXPECT_EQ(shell("cd " + dir + " && loom material set m.matz --id elm").code, 4) << text;
+    EXPECT_EQ(readFile(dir + "/m.matz"), bytes);
+  }
+}
+
+TEST(MaterialCommand, ATextureMayLieInAFolder) {
   const std::string dir = newFolder();
   writeFile(dir + "/m.matz", zipOf({{"id.txt", "x"}, {"sub/a.png", "a"}}));
-  EXPECT_EQ(shell("cd " + dir + " && loom material x m.matz"),
-            (Ended{4, "", "loom: not a name for a file: sub/a.png\n"}));
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "loom material x m.matz -d d && cat d/sub/a.png"),
+            (Ended{0, "d/sub/a.png\na", ""}));
+  EXPECT_EQ(shell(cd + "loom material set m.matz --id y && loom material textures m.matz").out,
+            "sub/a.png\n");
 }
 
 TEST(MaterialCommand, AFullDiskLeavesTheOldArchive) {

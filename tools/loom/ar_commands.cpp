@@ -105,6 +105,15 @@ ExitCode cat(const Invocation& call) {
   return code;
 }
 
+// Whether a name is that of one file in a directory, whatever the archive has in
+// mind; if not, that is said.
+bool isPlainName(const std::string& name) {
+  const bool plain = !name.empty() && name != "." && name != ".." &&
+                     name.find_first_of(std::string("/\\\0", 3)) == std::string::npos;
+  if (!plain) complain("not a name for a file: " + name);
+  return plain;
+}
+
 ExitCode extract(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;

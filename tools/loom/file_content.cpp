@@ -48,13 +48,6 @@ std::string contentOf(const std::string& path) {
   return text;
 }
 
-bool isPlainName(const std::string& name) {
-  const bool plain = !name.empty() && name != "." && name != ".." &&
-                     name.find_first_of(std::string("/\\\0", 3)) == std::string::npos;
-  if (!plain) complain("not a name for a file: " + name);
-  return plain;
-}
-
 ExitCode writeFile(const std::string& path, bool force,
                    const std::function<bool(std::ostream&)>& fill) {
   if (!force && GFile(path).exists()) {

@@ -27,10 +27,6 @@ void requireFile(const std::string& path);
 /// when it cannot be read.
 [[nodiscard]] std::string contentOf(const std::string& path);
 
-/// Whether a name that an archive has chosen is that of one file in a directory
-/// and nothing else; if not, that is said.
-bool isPlainName(const std::string& name);
-
 /// Makes a file of what `fill` puts into a stream. It appears whole or not at
 /// all, in the place of another only with `force`. The exit code is `damaged`
 /// when `fill` fails by itself, which it has reported; what else fails is

@@ -2,9 +2,10 @@
 // loom material: archives of one material each.
 #include <map>
 #include <optional>
-#include <utility>
+#include <vector>
 
 #include "console.h"
+#include "extraction.h"
 #include "families.h"
 #include "file_content.h"
 #include "json_writer.h"
@@ -23,17 +24,32 @@ struct Archive {
   explicit Archive(const std::string& path) {
     requireFile(path);
     material.open(path, false);
-    GZipReader2 reader;
     if (!material.getId(&id) || !reader.open(path) || !gReadMaterialLabels(reader, &labels)) {
       throw Failure(ExitCode::damaged, "not a material archive: " + path);
     }
+    const GZipEntry* encrypted = nullptr;
     for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i) {
       isCompressed = isCompressed || i->second->isCompressed();
-      isEncrypted = isEncrypted || i->second->isEncrypted();
+      if (i->second->isEncrypted()) encrypted = i->second;
     }
+    isEncrypted = encrypted != nullptr;
+    std::string ignored;
+    if (isEncrypted) reader.readTextEntry(encrypted, ignored);  // sets the password
+  }
+
+  // Whether each member can be read and has its checksum; if not, that is said.
+  bool isWhole() {
+    GZipExtractor extractor(&reader, ".");
+    extractor.setLimits(noLimits());
+    bool whole = true;
+    for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i) {
+      if (i->second->isFile() && extractor.test(i->second) != GZipExtractor::Done) whole = false;
+    }
+    return whole;
   }
 
   GMaterialZip material;
+  GZipReader2 reader;
   std::string id;
   std::map<std::string, std::string> labels;
   bool isCompressed = false;
@@ -88,66 +104,54 @@ ExitCode textures(const Invocation& call) {
   return names.empty() ? ExitCode::no : ExitCode::done;
 }
 
-// The images of an archive, each in a file.
-struct Images {
-  Images(GMaterialZip& material, const TemporaryDirectory& scratch) {
-    const std::string previewFile = scratch / "preview";
-    if (material.extractPreviewImage(previewFile)) {
-      preview = previewFile;
-    } else {
-      damaged = GFile(previewFile).exists();
-    }
-    std::vector<std::string> names;
-    material.getTextureNames(&names);
-    for (const std::string& name : names) {
-      const std::string file = scratch / std::to_string(textures.size());
-      if (material.extractTexture(name, file)) {
-        textures.emplace_back(name, file);
-      } else {
-        damaged = true;
-      }
-    }
-  }
-
-  std::string preview;                                        // empty without one
-  std::vector<std::pair<std::string, std::string>> textures;  // name and file
-  bool damaged = false;                                       // others are; that was reported
-};
+constexpr char previewName[] = "preview.jpeg";
 
 ExitCode extract(const Invocation& call) {
   Archive archive(call.operand("ARCHIVE"));
-  const TemporaryDirectory scratch;
-  const Images images(archive.material, scratch);
-  ExitCode code = images.damaged ? ExitCode::damaged : ExitCode::done;
-  const auto save = [&](const std::string& name, const std::string& file) {
-    const std::string path = call.value("--directory", ".") + "/" + name;
-    const auto fill = [&file](std::ostream& out) { return bool(out << contentOf(file)); };
-    const ExitCode one =
-        isPlainName(name) ? writeFile(path, call.has("--force"), fill) : ExitCode::damaged;
+  const std::string directory = call.value("--directory", ".");
+  GZipExtractor extractor(&archive.reader, directory);
+  extractor.setOverwrite(call.has("--force"));
+  extractor.setLimits(noLimits());
+  ExitCode code = ExitCode::done;
+  const auto save = [&](const std::string& name) {
+    const GZipEntry* entry = archive.reader.getEntry(name);
+    if (entry == nullptr) return;  // there need not be a preview
+    const ExitCode one = codeOf(extractor.extract(entry));
     if (one == ExitCode::done) {
-      printLine(path);
+      printLine(directory + "/" + name);
     } else {
       code = one;
     }
   };
-  if (!images.preview.empty()) save("preview.jpeg", images.preview);
-  for (const auto& [name, file] : images.textures) save(name, file);
+  save(previewName);
+  std::vector<std::string> names;
+  archive.material.getTextureNames(&names);
+  for (const std::string& name : names) save(name);
   return code;
 }
 
-// Sets again what writing the archive anew would lose.
+// Sets again what writing the archive anew would lose; images wait in `scratch`.
 void keepTheRest(const Invocation& call, Archive& archive, const TemporaryDirectory& scratch) {
-  const Images images(archive.material, scratch);
-  if (images.damaged) {
+  if (!archive.isWhole()) {
     throw Failure(ExitCode::damaged, call.operand("ARCHIVE") + " stays as it was");
   }
-  for (const auto& [language, label] : archive.labels) archive.material.setLabel(language, label);
-  if (!images.preview.empty()) archive.material.setPreviewImage(images.preview);
-  archive.material.setTextures({});
-  if (call.has("--texture")) return;
-  for (const auto& [name, file] : images.textures) {
-    archive.material.addTexture(name, GFile(file).getInStream(true));
+  GMaterialZip& material = archive.material;
+  const auto take = [](bool taken) {
+    if (!taken) throw Failure(ExitCode::cannotWrite, "the images find no room to wait in");
+  };
+  for (const auto& [language, label] : archive.labels) material.setLabel(language, label);
+  if (archive.reader.getEntry(previewName) != nullptr && !call.has("--preview")) {
+    take(material.extractPreviewImage(scratch / "preview"));
+    material.setPreviewImage(scratch / "preview");
   }
+  std::vector<std::string> names;
+  if (!call.has("--texture")) material.getTextureNames(&names);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::string file = scratch / std::to_string(i);
+    take(material.extractTexture(names[i], file));
+    material.addTexture(names[i], GFile(file).getInStream(true));
+  }
+  material.setTextures({});
 }
 
 // Sets what the options give.

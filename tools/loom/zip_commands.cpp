@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "console.h"
+#include "extraction.h"
 #include "families.h"
 #include "file_content.h"
 #include "json_writer.h"
@@ -148,18 +149,6 @@ ExitCode cat(const Invocation& call) {
   return code;
 }
 
-ExitCode codeOf(GZipExtractor::Result result) {
-  switch (result) {
-    case GZipExtractor::Done:
-      return ExitCode::done;
-    case GZipExtractor::Exists:
-    case GZipExtractor::CannotWrite:
-      return ExitCode::cannotWrite;
-    default:
-      return ExitCode::damaged;
-  }
-}
-
 // Lets the library's progress drive a bar for as long as it lives.
 class LibraryProgress {
  public:
@@ -176,14 +165,6 @@ class LibraryProgress {
   ProgressBar bar;
   void (*before)(int);
 };
-
-GZipExtractor::Limits noLimits() {
-  GZipExtractor::Limits limits;
-  limits.totalBytes = UINT64_MAX;
-  limits.ratio = 0;
-  limits.entries = UINT32_MAX;
-  return limits;
-}
 
 ExitCode extract(const Invocation& call) {
   Archive archive;
