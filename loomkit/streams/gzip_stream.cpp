@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include "loomkit/streams/gzip_format.h"
+#include "loomkit/streams/gzip_layout.h"
 #include "loomkit/text/binary.h"
 #include "loomkit/text/output.h"
 

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "loomkit/archive/ar_reader.h"
-#include "loomkit/archive/zip_reader.h"
+#include "loomkit/archive/zip/zip_reader.h"
 #include "tests/capture_output.h"
 #include "tests/witness.h"
 

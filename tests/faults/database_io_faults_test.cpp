@@ -3,7 +3,7 @@
 // read is right.
 #include <cerrno>
 
-#include "loomkit/archive/zip_writer.h"
+#include "loomkit/archive/zip/zip_writer.h"
 #include "tests/db/db_fixture.h"
 #include "tests/io_faults.h"
 

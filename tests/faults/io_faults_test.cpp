@@ -14,8 +14,8 @@
 #include <sstream>
 
 #include "loomkit/archive/ar_reader.h"
-#include "loomkit/archive/material_zip.h"
-#include "loomkit/archive/zip_extractor.h"
+#include "loomkit/archive/material/material_zip.h"
+#include "loomkit/archive/zip/zip_extractor.h"
 #include "loomkit/config/key_value_config_file.h"
 #include "loomkit/platform/hul.h"
 #include "loomkit/streams/atomic_file.h"

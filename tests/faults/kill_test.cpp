@@ -7,8 +7,8 @@
 #include <filesystem>
 #include <functional>
 
-#include "loomkit/archive/zip_extractor.h"
-#include "loomkit/archive/zip_writer.h"
+#include "loomkit/archive/zip/zip_extractor.h"
+#include "loomkit/archive/zip/zip_writer.h"
 #include "loomkit/config/key_value_config_file.h"
 #include "loomkit/streams/atomic_file.h"
 #include "tests/db/db_fixture.h"

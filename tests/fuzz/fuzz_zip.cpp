@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "loomkit/archive/material_zip.h"
+#include "loomkit/archive/material/material_zip.h"
 #include "loomkit/text/output.h"
 
 namespace {

@@ -17,11 +17,13 @@ FLOORS = {
     "streams": TEXT,
     "system": TEXT,
     "archive": TEXT | {"streams"},
+    "archive/zip": TEXT | {"streams", "archive"},
+    "archive/material": TEXT | {"streams", "archive/zip"},
     "config": TEXT | {"streams"},
     "db": TEXT,
     "db/sql": TEXT | {"db"},
     "db/sqlite": TEXT | {"streams", "db", "db/sql"},
-    "db/csv": TEXT | {"streams", "archive", "db"},
+    "db/csv": TEXT | {"streams", "archive/zip", "db"},
     "db/tessel": TEXT | {"streams", "db"},
     "db/xbase": TEXT | {"streams", "xbase", "db"},
 }
@@ -35,7 +37,7 @@ def folder_of(path):
     parts = path.parts[:-1]
     if not parts:
         return None
-    return "/".join(parts[:2]) if parts[0] == "db" else parts[0]
+    return "/".join(parts[:2]) if parts[0] in ("archive", "db") else parts[0]
 
 
 def check(root):

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "run_program.h"
-#include "tests/archive/zip_builder.h"
+#include "tests/archive/zip/zip_builder.h"
 
 namespace {
 

@@ -5,12 +5,12 @@
 #include <vector>
 
 #include "console.h"
-#include "extraction.h"
+#include "extractor_options.h"
 #include "families.h"
 #include "file_content.h"
 #include "json_writer.h"
-#include "loomkit/archive/material_labels.h"
-#include "loomkit/archive/material_zip.h"
+#include "loomkit/archive/material/material_labels.h"
+#include "loomkit/archive/material/material_zip.h"
 #include "loomkit/streams/file.h"
 #include "temporary_directory.h"
 

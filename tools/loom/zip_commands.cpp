@@ -9,13 +9,13 @@
 #include <optional>
 
 #include "console.h"
-#include "extraction.h"
+#include "extractor_options.h"
 #include "families.h"
 #include "file_content.h"
 #include "json_writer.h"
-#include "loomkit/archive/zip_extractor.h"
-#include "loomkit/archive/zip_reader.h"
-#include "loomkit/archive/zip_writer.h"
+#include "loomkit/archive/zip/zip_extractor.h"
+#include "loomkit/archive/zip/zip_reader.h"
+#include "loomkit/archive/zip/zip_writer.h"
 #include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/file.h"
 #include "progress_bar.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Tables of a CSV database that lie in its zip archive.
-#include "loomkit/archive/zip_reader.h"
+#include "loomkit/archive/zip/zip_reader.h"
 #include "loomkit/db/csv/csv_database.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/streams/mem_stream.h"

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: MIT
+// The words of a failure in the zip classes.
+#ifndef LOOMKIT_ARCHIVE_ZIP_ZIP_ERRORS_H
+#define LOOMKIT_ARCHIVE_ZIP_ZIP_ERRORS_H
+
+#include <string>
+
+#include "loomkit/archive/zip/zip_sink.h"
+#include "loomkit/platform/hul.h"
+#include "loomkit/text/output.h"
+
+namespace loomkit::zip {
+
+/// The text with the system's words for a status, where it has any.
+inline std::string withReason(const char* text, unsigned int code) {
+  const int status = static_cast<int>(code);
+  if (status == GZipFileWriter::unspecificFailure) return text;
+  return std::string(text) + " (" + hulStrError(status) + ")";
+}
+
+// What an entry says of headers that could not be read or written. The writer
+// says it for those that were held back when the entry was asked.
+inline constexpr char localHeaderFailed[] = "local file header: input/output error";
+inline constexpr char centralHeaderFailed[] = "central file header: input/output error";
+
+/// Reports a failure of an entry, which has no path. Always false.
+inline bool entryError(const char* text, int status) {
+  gOutput->error(gDataSysName, withReason(text, static_cast<unsigned int>(status)).c_str());
+  return false;
+}
+
+}  // namespace loomkit::zip
+
+#endif  // LOOMKIT_ARCHIVE_ZIP_ZIP_ERRORS_H

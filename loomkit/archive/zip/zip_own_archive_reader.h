@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+// GZipReader2: a zip reader for a host's own archives.
+#ifndef LOOMKIT_ARCHIVE_ZIP_ZIP_OWN_ARCHIVE_READER_H
+#define LOOMKIT_ARCHIVE_ZIP_ZIP_OWN_ARCHIVE_READER_H
+
+#include <istream>
+#include <string>
+
+#include "loomkit/archive/zip/zip_reader.h"
+
+/// Adds to GZipReader what readers of own archives repeat: text members,
+/// extraction to files, tests of names, and a built-in password. Reports
+/// nothing of its own; failures are those of GZipReader.
+class LOOMKIT_API GZipReader2 : public GZipReader {
+ public:
+  GZipReader2();
+  GZipReader2(std::istream* stream, bool ownsStream);
+  GZipReader2(const GZipReader2&);
+  GZipReader2& operator=(const GZipReader2&);
+  ~GZipReader2() override;
+
+  /// Reads a member whole, CR LF as LF; on failure the text stays as it was.
+  /// An encrypted member is read with the built-in password. Either way the
+  /// reader's password is another one afterwards: the built-in one, or none.
+  bool readTextEntry(const GZipEntry* entry, std::string& text);
+
+  /// True if the name ends in the extension, which is any text.
+  [[nodiscard]] bool hasFileExtension(const std::string& name, const std::string& extension) const;
+
+  /// Writes a file member to a file. No directory is made. What is not a file
+  /// fails without a word.
+  bool extractEntryToFile(const GZipEntry* entry, const std::string& path);
+
+  /// The same into a directory, under the member's whole name or the last part
+  /// of it. `path` receives the file's path. The name is used as it is: for
+  /// archives from elsewhere there is GZipExtractor.
+  bool extractEntryToDirectory(const GZipEntry* entry, const std::string& directory, bool keepPath,
+                               std::string& path);
+
+  /// True for a file whose name ends in .png, .jpg, .tga or .bmp, in either
+  /// case.
+  [[nodiscard]] bool isRasterImageEntry(const GZipEntry* entry) const;
+
+  /// The first file, in the order of names, whose name ends in the extension,
+  /// or null.
+  [[nodiscard]] const GZipEntry* findEntryByFileExtension(const std::string& extension,
+                                                          bool caseSensitive) const;
+
+  /// The name with slashes and without one at its end.
+  [[nodiscard]] std::string getEntryPath(const GZipEntry* entry) const;
+  /// The last part of a file's name; empty for anything else.
+  [[nodiscard]] std::string getEntryFileName(const GZipEntry* entry) const;
+  /// A directory's name as it is stored; empty for anything else, a file too.
+  [[nodiscard]] std::string getEntryDirectory(const GZipEntry* entry) const;
+
+ private:
+  void initPassword();
+
+  static constexpr unsigned passwordSize = 128;
+
+  std::string spareText;               // unused; hosts count on the place of what follows
+  char builtInPassword[passwordSize];  // scrambled
+};
+
+#endif  // LOOMKIT_ARCHIVE_ZIP_ZIP_OWN_ARCHIVE_READER_H
