@@ -13,6 +13,7 @@
 #include "loomkit/streams/mem_stream.h"
 #include "tests/archive/ar_builder.h"
 #include "tests/capture_output.h"
+#include "tests/format_page.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
@@ -114,6 +115,15 @@ TEST(GArReader, ReadsMembersByNameAndEntry) {
   EXPECT_EQ(reader.getEntry("b")->getOffs(), 68UL);
   EXPECT_EQ(reader.getEntry("a")->getOffs(), 132UL) << "behind the pad byte";
   EXPECT_EQ(reader.getEntry("empty")->getOffs(), 196UL) << "no pad byte after four bytes";
+  EXPECT_EQ(output.lines, Lines{});
+}
+
+TEST(GArReader, ReadsTheExampleOfItsFormatPage) {
+  CaptureOutput output;
+  const auto in = streamOf(hexExampleOf("ar.md"));
+  GArReader reader(in.get(), false);
+  EXPECT_EQ(namesOf(reader), std::vector<std::string>{"a"});
+  EXPECT_EQ(textOf(reader, "a"), "odd");
   EXPECT_EQ(output.lines, Lines{});
 }
 

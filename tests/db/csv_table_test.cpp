@@ -6,6 +6,7 @@
 #include <random>
 
 #include "tests/db/db_fixture.h"
+#include "tests/format_page.h"
 
 namespace {
 
@@ -293,28 +294,10 @@ TEST_F(CsvTable, ReadsAsManyColumnsAsTheStructureHas) {
   EXPECT_EQ(set.getRecord(0)->getIntField(65535), 65535);
 }
 
-// The bytes of the example in docs/formats/csv.md.
-std::string bytesOfTheExample() {
-  std::ifstream page(LOOMKIT_SOURCE_DIR "/docs/formats/csv.md");
-  std::string bytes;
-  bool inside = false;
-  for (std::string line; std::getline(page, line);) {
-    if (line == "```") {
-      inside = !inside;
-      continue;
-    }
-    if (!inside) continue;
-    const std::string hex = line.substr(0, line.find("   "));
-    for (std::size_t at = 0; at + 1 < hex.size(); at += 3)
-      bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
-  }
-  return bytes;
-}
-
 TEST_F(CsvTable, TheExampleOfItsFormatPageReadsAsThePageSays) {
   const GDbStructure three =
       structureOf({{"a", GDbFieldInt}, {"b", GDbFieldString}, {"c", GDbFieldString}});
-  EXPECT_EQ(scan(table(bytesOfTheExample(), three).get()), (Texts{"1|a;b|c\"d", "-2|x|"}));
+  EXPECT_EQ(scan(table(hexExampleOf("csv.md"), three).get()), (Texts{"1|a;b|c\"d", "-2|x|"}));
 }
 
 // Random tables against a multimap: every key finds its lines in file order.

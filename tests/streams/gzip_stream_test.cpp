@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/capture_output.h"
+#include "tests/format_page.h"
 #include "tests/scratch_directory.h"
 
 namespace {
@@ -77,6 +78,16 @@ TEST(GzipStream, WorksWithGzipBothWays) {
   std::string back;
   EXPECT_TRUE(decompress(folder.read("theirs.gz"), true, &back));
   EXPECT_EQ(back, text);
+}
+
+TEST(GzipStream, ReadsTheExampleOfItsFormatPage) {
+  const std::string bytes = loomkit::testing::hexExampleOf("gzip.md");
+  std::string text;
+  EXPECT_TRUE(decompress(bytes, true, &text));
+  EXPECT_EQ(text, "Hello\n");
+  // The trailer, which the class leaves alone, is the one that it writes.
+  const std::string ours = compressed(text, true);
+  EXPECT_EQ(bytes.substr(bytes.size() - 8), ours.substr(ours.size() - 8));
 }
 
 TEST(GzipStream, AnEmptyInputGivesHeaderBlockAndTrailer) {

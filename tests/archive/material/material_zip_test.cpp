@@ -9,6 +9,7 @@
 #include "loomkit/archive/material/material_labels.h"
 #include "tests/archive/zip/zip_builder.h"
 #include "tests/capture_output.h"
+#include "tests/format_page.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
@@ -58,6 +59,29 @@ class Material : public ::testing::Test {
   ScratchDirectory scratch;
   CaptureOutput output;
 };
+
+TEST(MaterialZip, ReadsTheExampleOfItsFormatPage) {
+  const CaptureOutput output;
+  std::istringstream in(hexExampleOf("material.md"));
+  GMaterialZip zip(&in, false);
+  std::string text;
+  EXPECT_TRUE(zip.getId(&text));
+  EXPECT_EQ(text, "oak-42");
+  std::string fileName;
+  EXPECT_TRUE(zip.getDescription(&text, &fileName));
+  EXPECT_EQ(text, "brown\n");
+  EXPECT_EQ(fileName, "oak.mat");
+  EXPECT_TRUE(zip.getMetaInfo(&text));
+  EXPECT_EQ(text, "");
+  std::int64_t seconds = 0;
+  EXPECT_TRUE(zip.getTimeStamp(&seconds));
+  EXPECT_EQ(seconds, 1'700'000'000);
+  GZipReader2 reader(&in, false);
+  std::map<std::string, std::string> labels;
+  EXPECT_TRUE(gReadMaterialLabels(reader, &labels));
+  EXPECT_EQ(labels, (std::map<std::string, std::string>{{"de", "Eiche"}, {"en", "Oak"}}));
+  EXPECT_TRUE(output.lines.empty());
+}
 
 TEST_F(Material, WritesItsMembersInOrder) {
   const auto before = static_cast<long>(std::time(nullptr));

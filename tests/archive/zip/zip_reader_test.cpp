@@ -10,6 +10,7 @@
 #include "loomkit/streams/mem_stream.h"
 #include "tests/archive/zip/zip_builder.h"
 #include "tests/capture_output.h"
+#include "tests/format_page.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
@@ -40,6 +41,24 @@ TEST(GZipReader, StartsClosed) {
   EXPECT_FALSE(reader.isError());
   EXPECT_TRUE(reader.close());
   EXPECT_EQ(output.lines, Lines{});
+}
+
+TEST(GZipReader, ReadsTheExampleOfItsFormatPage) {
+  const std::string bytes = hexExampleOf("zip.md");
+  Opened zip(bytes);
+  EXPECT_EQ(zip.reader.getEntryCount(), 3U);
+  EXPECT_TRUE(zip.reader.getEntry("a/")->isDirectory());
+  EXPECT_EQ(textOf(zip.reader, "a/b.txt"), "Hello\n");
+  EXPECT_EQ(textOf(zip.reader, "c"), std::string(20, 'x'));
+  EXPECT_EQ(zip.output.lines, Lines{});
+
+  // Up to the deflated member, which depends on zlib, the writer's are the same.
+  std::ostringstream out;
+  GZipWriter writer(&out, false);
+  writer.setReproducible(true);
+  EXPECT_TRUE(writer.writeEntry("a/b.txt", "Hello\n", 6));
+  EXPECT_EQ(out.str(), bytes.substr(0, out.str().size()));
+  EXPECT_TRUE(writer.close());
 }
 
 TEST(GZipReader, CopiesShareStreamAndEntries) {
