@@ -1,0 +1,323 @@
+// SPDX-License-Identifier: MIT
+#include "loomkit/xbase/file.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "loomkit/platform/random_access.h"
+#include "loomkit/xbase/codes.h"
+#include "loomkit/xbase/engine.h"
+
+namespace loomkit::xbase {
+namespace {
+
+constexpr char readOnlyWrite[] = "Attempt to write to a read-only file";
+constexpr char readOnlyLength[] = "Attempt to change file length of a read-only file";
+
+platform::ShareMode shareMode(const Engine& engine) {
+  return engine.exclusive ? platform::ShareMode::none : platform::ShareMode::readWrite;
+}
+
+}  // namespace
+
+File::File(Engine& owner) : engine(&owner) {}
+
+File::~File() { close(); }
+
+int File::failed(int code, const char* text) {
+  return fail(*engine, code, engine->report.files, fileNameLine(path).c_str(), text);
+}
+
+int File::open(const std::string& newPath) {
+  if (engine->errorCode < 0) return engine->errorCode;
+  path = newPath;
+  readOnly = engine->readOnly;
+  const auto mode = readOnly ? platform::OpenMode::readOnly : platform::OpenMode::readWrite;
+  int opened = -1;
+  if (platform::openRandomAccess(path, mode, shareMode(*engine), &opened)) return start(opened);
+  if (!engine->report.open) {
+    engine->errorCode = notOpened;
+    return notOpened;
+  }
+  return fail(*engine, errorOpening, true, fileNameLine(path).c_str());
+}
+
+int File::create(const std::string& newPath) {
+  if (engine->errorCode < 0) return engine->errorCode;
+  path = newPath;
+  readOnly = false;
+  const auto mode =
+      engine->safety ? platform::OpenMode::createNew : platform::OpenMode::createAlways;
+  int opened = -1;
+  if (platform::openRandomAccess(path, mode, shareMode(*engine), &opened)) return start(opened);
+  return fail(*engine, errorCreating, engine->report.create, fileNameLine(path).c_str());
+}
+
+int File::adopt(int newHandle) {
+  const int old = handle;
+  forget();
+  const int result = start(newHandle);
+  platform::closeFile(old);  // nothing of it is of interest any more
+  return result;
+}
+
+int File::start(int newHandle) {
+  handle = newHandle;
+  written = false;
+  if (platform::fileSize(handle, &size)) return ok;
+  platform::closeFile(handle);
+  handle = -1;
+  return failed(errorLength, "fileLength()");
+}
+
+int File::close() {
+  if (handle < 0) return ok;
+  int result = writeBack();
+  const bool closed = platform::closeFile(handle);
+  handle = -1;
+  forget();
+  if (!closed && result == ok) result = failed(errorClosing);
+  return result;
+}
+
+void File::forget() {
+  blocks.clear();
+  slots.clear();
+  latest = nullptr;
+  hand = 0;
+  expected = 0;
+  size = 0;
+}
+
+// How much of a block is inside the file.
+std::size_t File::lengthOf(std::uint64_t number) const {
+  const std::uint64_t begin = number * engine->cacheBlockSize;
+  return begin >= size ? 0
+                       : static_cast<std::size_t>(
+                             std::min<std::uint64_t>(size - begin, engine->cacheBlockSize));
+}
+
+File::Block* File::find(std::uint64_t number) {
+  if (latest != nullptr && latest->number == number) return latest;
+  const auto found = slots.find(number);
+  if (found == slots.end()) return nullptr;
+  latest = &blocks[found->second];
+  latest->used = true;
+  return latest;
+}
+
+// Gives the slot of a new block. Slots are made until there are enough; then
+// the hand of a clock looks for one that was not used since it came by last.
+int File::makeRoom(std::size_t* slot) {
+  if (blocks.size() < std::max<std::size_t>(engine->cacheBlocks, 1)) {
+    // The pointers into the vector are few: only `latest`, set anew below.
+    blocks.emplace_back().bytes = std::make_unique<char[]>(engine->cacheBlockSize);
+    *slot = blocks.size() - 1;
+    return ok;
+  }
+  while (blocks[hand].used) {
+    blocks[hand].used = false;
+    hand = (hand + 1) % blocks.size();
+  }
+  *slot = hand;
+  if (blocks[hand].changed) {
+    const int result = writeAround(blocks[hand]);
+    if (result < 0) return result;
+  }
+  slots.erase(blocks[hand].number);
+  hand = (hand + 1) % blocks.size();
+  return ok;
+}
+
+// A block of the cache for that number, with whatever bytes it has.
+int File::obtain(std::uint64_t number, Block** block) {
+  std::size_t slot = 0;
+  const int result = makeRoom(&slot);
+  if (result < 0) return result;
+  Block& made = blocks[slot];
+  made.number = number;
+  made.changed = false;
+  made.used = true;
+  slots[number] = slot;
+  latest = &made;
+  *block = &made;
+  return ok;
+}
+
+// How many blocks from `first` on are in the file and not in the cache.
+std::size_t File::missingRun(std::uint64_t first, std::size_t atMost) const {
+  std::size_t count = 1;
+  while (count < atMost && lengthOf(first + count) > 0 && slots.count(first + count) == 0) ++count;
+  return count;
+}
+
+int File::readBlocks(std::uint64_t first, std::size_t count) {
+  const std::size_t blockSize = engine->cacheBlockSize;
+  if (transfer.size() < count * blockSize) transfer.resize(count * blockSize);
+  std::size_t got = 0;
+  if (!platform::readAt(handle, first * blockSize, transfer.data(), count * blockSize, &got))
+    return failed(errorReading);
+  // Blocks of a gap that was never written, and a file that others cut.
+  std::memset(transfer.data() + got, 0, count * blockSize - got);
+  // The first comes last, so that making room for the others cannot drop it.
+  std::vector<char> bytes;
+  bytes.swap(transfer);  // making room may write, and needs the buffer
+  int result = ok;
+  for (std::size_t i = count; i-- > 0 && result == ok;) {
+    Block* block = nullptr;
+    result = obtain(first + i, &block);
+    if (result == ok) std::memcpy(block->bytes.get(), bytes.data() + i * blockSize, blockSize);
+  }
+  bytes.swap(transfer);
+  return result;
+}
+
+int File::fetch(std::uint64_t number, Block** block) {
+  *block = find(number);
+  if (*block != nullptr) return ok;
+  const std::size_t limit = std::max<std::size_t>(engine->cacheBlocks / 2, 1);
+  const std::size_t ahead =
+      number == expected ? std::clamp<std::size_t>(engine->readAheadBlocks, 1, limit) : 1;
+  const std::size_t count = missingRun(number, ahead);
+  const int result = readBlocks(number, count);
+  if (result < 0) return result;
+  expected = number + count;
+  *block = latest;
+  return ok;
+}
+
+int File::readAt(std::uint64_t offset, void* data, std::size_t count, std::size_t* got) {
+  *got = 0;
+  if (engine->errorCode < 0) return engine->errorCode;
+  if (offset >= size) return ok;
+  const std::size_t blockSize = engine->cacheBlockSize;
+  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, size - offset));
+  auto* target = static_cast<char*>(data);
+  while (*got < wanted) {
+    Block* block = nullptr;
+    const int result = fetch(offset / blockSize, &block);
+    if (result < 0) return result;
+    const auto inside = static_cast<std::size_t>(offset % blockSize);
+    const std::size_t part = std::min(wanted - *got, blockSize - inside);
+    std::memcpy(target + *got, block->bytes.get() + inside, part);
+    *got += part;
+    offset += part;
+  }
+  return ok;
+}
+
+int File::readAll(std::uint64_t offset, void* data, std::size_t count) {
+  std::size_t got = 0;
+  const int result = readAt(offset, data, count, &got);
+  if (result < 0) return result;
+  return got == count ? ok : failed(errorReading);
+}
+
+// The block to be changed; one that is overwritten as a whole, or that begins at
+// the file's end, need not be read.
+int File::forWriting(std::uint64_t number, bool whole, Block** block) {
+  *block = find(number);
+  if (*block != nullptr) return ok;
+  if (!whole && lengthOf(number) > 0) return fetch(number, block);
+  const int result = obtain(number, block);
+  if (result == ok) std::memset((*block)->bytes.get(), 0, engine->cacheBlockSize);
+  return result;
+}
+
+int File::writeAt(std::uint64_t offset, const void* data, std::size_t count) {
+  if (engine->errorCode < 0) return engine->errorCode;
+  if (readOnly) return failed(errorWriting, readOnlyWrite);
+  const std::size_t blockSize = engine->cacheBlockSize;
+  const auto* source = static_cast<const char*>(data);
+  while (count > 0) {
+    const auto inside = static_cast<std::size_t>(offset % blockSize);
+    const std::size_t part = std::min(count, blockSize - inside);
+    Block* block = nullptr;
+    const int result = forWriting(offset / blockSize, part == blockSize, &block);
+    if (result < 0) return result;
+    std::memcpy(block->bytes.get() + inside, source, part);
+    block->changed = true;
+    block->used = true;
+    source += part;
+    offset += part;
+    count -= part;
+    size = std::max(size, offset);
+  }
+  return ok;
+}
+
+// Writes blocks that follow each other.
+int File::writeRun(const std::vector<Block*>& run) {
+  const std::size_t blockSize = engine->cacheBlockSize;
+  const char* bytes = run.front()->bytes.get();
+  const std::size_t last = lengthOf(run.back()->number);
+  const std::size_t count = (run.size() - 1) * blockSize + last;
+  if (run.size() > 1) {
+    if (transfer.size() < run.size() * blockSize) transfer.resize(run.size() * blockSize);
+    for (std::size_t i = 0; i < run.size(); ++i)
+      std::memcpy(transfer.data() + i * blockSize, run[i]->bytes.get(), blockSize);
+    bytes = transfer.data();
+  }
+  written = true;
+  if (!platform::writeAt(handle, run.front()->number * blockSize, bytes, count))
+    return failed(errorWriting);
+  for (Block* block : run) block->changed = false;
+  return ok;
+}
+
+// Writes a block that has to go, and the changed ones behind it.
+int File::writeAround(const Block& block) {
+  std::vector<Block*> run;
+  const std::size_t limit = std::max<std::size_t>(engine->readAheadBlocks, 1);
+  for (std::uint64_t number = block.number; run.size() < limit; ++number) {
+    const auto found = slots.find(number);
+    if (found == slots.end() || !blocks[found->second].changed) break;
+    run.push_back(&blocks[found->second]);
+  }
+  return writeRun(run);
+}
+
+int File::writeBack() {
+  std::vector<Block*> changed;
+  for (Block& block : blocks) {
+    if (block.changed) changed.push_back(&block);
+  }
+  std::sort(changed.begin(), changed.end(),
+            [](const Block* a, const Block* b) { return a->number < b->number; });
+  const std::size_t limit = std::max<std::size_t>(engine->readAheadBlocks, 1);
+  for (auto first = changed.begin(); first != changed.end();) {
+    auto last = first + 1;
+    while (last != changed.end() && (*last)->number == (*(last - 1))->number + 1 &&
+           static_cast<std::size_t>(last - first) < limit)
+      ++last;
+    const int result = writeRun({first, last});
+    if (result < 0) return result;
+    first = last;
+  }
+  return ok;
+}
+
+int File::sync() {
+  if (engine->errorCode < 0) return engine->errorCode;
+  const int result = writeBack();
+  if (result < 0 || !written) return result;
+  if (!platform::syncFile(handle)) return failed(errorWriting);
+  written = false;
+  return ok;
+}
+
+int File::setLength(std::uint64_t newLength) {
+  if (engine->errorCode < 0) return engine->errorCode;
+  if (readOnly) return failed(errorSettingLength, readOnlyLength);
+  const int result = writeBack();
+  if (result < 0) return result;
+  if (!platform::setFileSize(handle, newLength)) return failed(errorSettingLength);
+  written = true;
+  // Everything is on the disk, and what the cache has of the tail is no longer
+  // so: it is read again when it is wanted.
+  forget();
+  size = newLength;
+  return ok;
+}
+
+}  // namespace loomkit::xbase

@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: MIT
+// File: one of the engine's files, read and written through a small cache of
+// blocks.
+#ifndef LOOMKIT_XBASE_FILE_H
+#define LOOMKIT_XBASE_FILE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace loomkit::xbase {
+
+struct Engine;
+
+/// A file that is read and written at any place. What is written stays in the
+/// cache until it has to make room, or until writeBack(); which blocks reach the
+/// disk first is then not the caller's to say, so that who needs an order calls
+/// writeBack() or sync() between two steps.
+///
+/// Every `int` result is a code of codes.h; a negative one is also kept in the
+/// engine. A block that cannot be written stays in the cache and is tried again.
+/// The cache is made for one program: what others write into the file meanwhile
+/// is not seen.
+class File {
+ public:
+  explicit File(Engine& engine);
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  /// close(), whose result is lost.
+  ~File();
+
+  /// Opens a file that is there, with the access and the sharing of the engine's
+  /// settings. notOpened, or errorOpening where the engine reports openings.
+  int open(const std::string& path);
+  /// Makes an empty file, open for reading and writing. With the engine's safety,
+  /// a file that is there is a failure. errorCreating.
+  int create(const std::string& path);
+  /// Writes what is to be written and closes. Repeatable.
+  int close();
+
+  /// Goes over to another open file, `newHandle` of the platform floor, which
+  /// becomes this object's. What was not written to the old one is forgotten.
+  int adopt(int newHandle);
+
+  [[nodiscard]] bool isOpen() const { return handle >= 0; }
+  [[nodiscard]] bool isReadOnly() const { return readOnly; }
+  /// The path as it was given.
+  [[nodiscard]] const std::string& name() const { return path; }
+  /// In bytes, what is still to be written included.
+  [[nodiscard]] std::uint64_t length() const { return size; }
+
+  /// Reads `count` bytes, fewer at the file's end; `*got` tells how many.
+  int readAt(std::uint64_t offset, void* data, std::size_t count, std::size_t* got);
+  /// Reads all `count` bytes, or fails: an end in the midst is errorReading too.
+  int readAll(std::uint64_t offset, void* data, std::size_t count);
+  /// Behind the end, the gap is filled with zero bytes.
+  int writeAt(std::uint64_t offset, const void* data, std::size_t count);
+  /// Cuts the file, on the disk at once, or lengthens it by zero bytes.
+  int setLength(std::uint64_t newLength);
+
+  /// Hands every changed block to the operating system.
+  int writeBack();
+  /// writeBack(), and brings it all to the disk if anything was written since
+  /// the last time.
+  int sync();
+
+ private:
+  struct Block {
+    std::uint64_t number = 0;
+    bool changed = false;
+    bool used = false;  // since the hand of the clock came by
+    std::unique_ptr<char[]> bytes;
+  };
+
+  int start(int newHandle);
+  Block* find(std::uint64_t number);
+  int fetch(std::uint64_t number, Block** block);
+  int obtain(std::uint64_t number, Block** block);
+  int makeRoom(std::size_t* slot);
+  int readBlocks(std::uint64_t first, std::size_t count);
+  std::size_t missingRun(std::uint64_t first, std::size_t atMost) const;
+  int writeRun(const std::vector<Block*>& run);
+  int writeAround(const Block& block);
+  int forWriting(std::uint64_t number, bool whole, Block** block);
+  [[nodiscard]] std::size_t lengthOf(std::uint64_t number) const;
+  void forget();
+  int failed(int code, const char* text = nullptr);
+
+  Engine* engine;
+  std::string path;
+  int handle = -1;
+  bool readOnly = false;
+  bool written = false;  // since the last sync
+  std::uint64_t size = 0;
+
+  std::vector<Block> blocks;
+  std::unordered_map<std::uint64_t, std::size_t> slots;  // by block number
+  Block* latest = nullptr;                               // the block used last
+  std::size_t hand = 0;                                  // of the clock that picks a victim
+  std::uint64_t expected = 0;  // the block that a sequential reader wants next
+  std::vector<char> transfer;  // several blocks on their way
+};
+
+}  // namespace loomkit::xbase
+
+#endif  // LOOMKIT_XBASE_FILE_H
