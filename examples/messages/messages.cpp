@@ -17,10 +17,10 @@ class NumberedOutput : public GOutput {
  public:
   using GOutput::output;
   void output(GOutputLevel level, const std::string& sys, const char* text) override {
-    const char* const kind = level == Message   ? "message"
-                             : level == Warning ? "warning"
-                             : level == Error   ? "error"
-                                                : "log";
+    const char* const kind = level == GOutputMessage   ? "message"
+                             : level == GOutputWarning ? "warning"
+                             : level == GOutputError   ? "error"
+                                                       : "log";
     std::printf("%d. %s %s: %s\n", ++count, sys.c_str(), kind, text);
   }
 

@@ -33,7 +33,7 @@
 /// operations.
 class LOOMKIT_API GConfigSection : public loomkit::ConfigSectionBase {
  public:
-  explicit GConfigSection(const std::string& name);
+  GConfigSection(const std::string& name);
   GConfigSection(const GConfigSection&);
   GConfigSection& operator=(const GConfigSection&);
   ~GConfigSection() override;

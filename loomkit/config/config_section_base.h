@@ -19,7 +19,7 @@ LOOMKIT_API const char* parseConfigValue(const std::string& text, double* result
 /// GConfigSection or GWriteableConfigSection.
 class LOOMKIT_API ConfigSectionBase {
  public:
-  explicit ConfigSectionBase(const std::string& name);
+  ConfigSectionBase(const std::string& name);
   ConfigSectionBase(const ConfigSectionBase&);
   ConfigSectionBase& operator=(const ConfigSectionBase&);
   virtual ~ConfigSectionBase();

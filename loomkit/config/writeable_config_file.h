@@ -20,7 +20,7 @@
 /// line is KEY=VALUE. `*raw` has to be set each time.
 class LOOMKIT_API GWriteableConfigSection : public loomkit::ConfigSectionBase {
  public:
-  explicit GWriteableConfigSection(const std::string& name);
+  GWriteableConfigSection(const std::string& name);
   GWriteableConfigSection(const GWriteableConfigSection&);
   GWriteableConfigSection& operator=(const GWriteableConfigSection&);
   ~GWriteableConfigSection() override;

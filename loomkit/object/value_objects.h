@@ -12,7 +12,7 @@
 class LOOMKIT_API GIntegerObj : public GNumberObj {
  public:
   GIntegerObj() = default;
-  explicit GIntegerObj(int number) : value(number) {}
+  GIntegerObj(int number) : value(number) {}
   ~GIntegerObj() override;
   [[nodiscard]] GObject* clone() const override;
   [[nodiscard]] std::string toString() const override;
@@ -31,7 +31,7 @@ class LOOMKIT_API GIntegerObj : public GNumberObj {
 class LOOMKIT_API GFloatObj : public GNumberObj {
  public:
   GFloatObj() = default;
-  explicit GFloatObj(double number) : value(number) {}
+  GFloatObj(double number) : value(number) {}
   ~GFloatObj() override;
   [[nodiscard]] GObject* clone() const override;
   [[nodiscard]] std::string toString() const override;
@@ -49,9 +49,9 @@ class LOOMKIT_API GFloatObj : public GNumberObj {
 class LOOMKIT_API GStringObj : public GObject {
  public:
   GStringObj() = default;
-  explicit GStringObj(const std::string& text) : value(text) {}
+  GStringObj(const std::string& text) : value(text) {}
   /// A NUL-terminated text, or the `n` characters at `text`.
-  explicit GStringObj(const char* text) : value(text) {}
+  GStringObj(const char* text) : value(text) {}
   GStringObj(const char* text, unsigned n) : value(text, n) {}
   ~GStringObj() override;
   [[nodiscard]] GObject* clone() const override;
@@ -68,8 +68,8 @@ class LOOMKIT_API GStringObj : public GObject {
 /// where the text is not a word.
 class LOOMKIT_API GSymbolObj : public GObject {
  public:
-  explicit GSymbolObj(const std::string& text) : value(text) {}
-  explicit GSymbolObj(const char* text) : value(text) {}
+  GSymbolObj(const std::string& text) : value(text) {}
+  GSymbolObj(const char* text) : value(text) {}
   GSymbolObj(const char* text, unsigned n) : value(text, n) {}
   ~GSymbolObj() override;
   [[nodiscard]] GObject* clone() const override;
@@ -85,7 +85,7 @@ class LOOMKIT_API GSymbolObj : public GObject {
 /// A name, written as it is.
 class LOOMKIT_API GNameObj : public GObject {
  public:
-  explicit GNameObj(const std::string& text) : value(text) {}
+  GNameObj(const std::string& text) : value(text) {}
   ~GNameObj() override;
   [[nodiscard]] GObject* clone() const override;
   [[nodiscard]] std::string toString() const override;

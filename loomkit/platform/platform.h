@@ -3,7 +3,8 @@
 // beside this header answers for each system (posix/, win32/); CMake picks it,
 // and no other file of the library knows which one it is.
 //
-// Every call that fails sets the calling thread's last error. Its numbers are
+// The last error is the operating system's own (errno on POSIX systems): every
+// call here that fails sets it, and so does a call of the host's. Its numbers are
 // the same on every machine, whatever the system's own codes are:
 //   2 no such file, 3 no such directory, 5 access denied, 18 no more files,
 //   80 and 183 already there.
@@ -17,7 +18,8 @@ namespace loomkit::platform {
 /// The calling thread's last error; 0 when nothing has failed yet.
 unsigned lastError() noexcept;
 
-/// Sets the calling thread's last error and forgets the text of an earlier one.
+/// Sets the calling thread's last error. A number for which the system has no
+/// code of its own holds until something else fails.
 void setLastError(unsigned code) noexcept;
 
 /// Stores the text of the calling thread's last error, as the system words it,

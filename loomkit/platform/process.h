@@ -40,13 +40,14 @@ bool startProcess(const std::string& commandLine, int in, int out, int err,
 /// somebody else has waited for is a failure, and is forgotten.
 bool terminateProcess(ChildProcess* child);
 
-/// Stores the exit code, or stillActive; with `wait` it is the child's end that
-/// is waited for. A child that a signal ended has 128 and the signal's number.
-/// Once an exit code has been given, the child is forgotten.
-bool processExitCode(ChildProcess* child, bool wait, unsigned* code);
+/// Stores the exit code, or stillActive. A child that a signal ended has 128 and
+/// the signal's number. Once an exit code has been given, the child is forgotten.
+bool processExitCode(ChildProcess* child, unsigned* code);
 
-/// Waits for the child's end, at most so long; true once it has ended. The exit
-/// code stays to be asked for.
+/// Waits for the child's end, whose exit code stays to be asked for. False when
+/// the system refuses to wait. The second form waits at most so long, and is
+/// true once the child has ended.
+bool waitForEnd(const ChildProcess& child);
 bool waitForEnd(const ChildProcess& child, int milliseconds);
 
 /// Waits until a read would not wait, at most so long; false when it would.

@@ -25,7 +25,7 @@ class GRpnVector;
 /// blocks of exactly this size.
 class LOOMKIT_API GRpnString : public std::string {
  public:
-  explicit GRpnString(bool isSymbol);
+  GRpnString(bool isSymbol);
   GRpnString(const std::string& text, bool isSymbol);
   GRpnString(const char* text, bool isSymbol);
 

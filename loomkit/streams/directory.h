@@ -33,7 +33,7 @@ class LOOMKIT_API GDirectory {
   GDirectory();
 
   /// The directory of that path, taken as it is.
-  explicit GDirectory(const std::string& path);
+  GDirectory(const std::string& path);
 
   /// A copy has the name; it has no listing open.
   GDirectory(const GDirectory& other);

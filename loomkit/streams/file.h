@@ -20,7 +20,7 @@ class LOOMKIT_API GFile : public GFileObject {
   /// on systems that have sharing modes; elsewhere the flags are kept only.
   enum ShareFlags { denyRead = 1, denyWrite = 2, denyDelete = 4 };
 
-  explicit GFile(const std::string& path);
+  GFile(const std::string& path);
   GFile(const std::string& path, int shareFlags);
   GFile(const GFile&);
   GFile& operator=(const GFile&);

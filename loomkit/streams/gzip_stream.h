@@ -20,7 +20,7 @@ class LOOMKIT_API GGZCompress {
   /// The two bytes at the start of each gzip stream.
   static const int sMagic[2];
 
-  explicit GGZCompress(std::istream& input);
+  GGZCompress(std::istream& input);
 
   /// Compresses up to the input's end, gzip at the best level. False when
   /// deflating fails, which it also does when either stream fails on the way.

@@ -41,7 +41,7 @@ class LOOMKIT_API GStreamBuf : public std::streambuf {
 class LOOMKIT_API GMemStreamBuf : public GStreamBuf {
  public:
   /// An empty stream in blocks of `blockSize` bytes; 0 counts as 1.
-  explicit GMemStreamBuf(unsigned int blockSize);
+  GMemStreamBuf(unsigned int blockSize);
   ~GMemStreamBuf() override;
 
   /// The number of bytes in the stream.
@@ -100,7 +100,7 @@ class LOOMKIT_API GIStream : public std::istream {
 class LOOMKIT_API GOMemStream : public std::ostream {
  public:
   /// Writes numbers in the classic locale.
-  explicit GOMemStream(unsigned int blockSize = 4096);
+  GOMemStream(unsigned int blockSize = 4096);
 
   /// Writes in the classic locale if `classicLocale`, else in the global one.
   GOMemStream(unsigned int blockSize, bool classicLocale);

@@ -80,7 +80,7 @@ class LOOMKIT_API GZipStreamBuf : public GStreamBuf {
 /// end-of-file to the reader.
 class LOOMKIT_API GIZipStream : public std::istream {
  public:
-  explicit GIZipStream(std::istream* input, unsigned int bufferSize = 4096);
+  GIZipStream(std::istream* input, unsigned int bufferSize = 4096);
   ~GIZipStream() override;
   GIZipStream(const GIZipStream&) = delete;
   GIZipStream& operator=(const GIZipStream&) = delete;
@@ -99,8 +99,8 @@ class LOOMKIT_API GOZipStream : public std::ostream {
   static const int MAX_COMPRESSION = 9;
   static const int DEFAULT_COMPRESSION = 6;
 
-  explicit GOZipStream(std::ostream* output, int level = DEFAULT_COMPRESSION,
-                       unsigned int bufferSize = 4096);
+  GOZipStream(std::ostream* output, int level = DEFAULT_COMPRESSION,
+              unsigned int bufferSize = 4096);
 
   /// Does not finish().
   ~GOZipStream() override;

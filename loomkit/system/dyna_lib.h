@@ -23,7 +23,7 @@ class LOOMKIT_API GDynaLib {
 
   /// Loads `name`, to which the platform's suffix is added unless it is longer
   /// than the suffix and ends in it, letter case included.
-  explicit GDynaLib(const std::string& name);
+  GDynaLib(const std::string& name);
   GDynaLib(const GDynaLib&);
   GDynaLib& operator=(const GDynaLib&);
   ~GDynaLib();

@@ -30,7 +30,15 @@ struct GProcess::Data {
   std::vector<int> ownHandles;  // to be closed with the object
   bool ownsStdIn = false;       // the same of stdInWrite
 
+  int owners = 1;  // the GProcess objects that share this record
+
+  Data() = default;
+  Data(const Data&) = delete;
+  Data& operator=(const Data&) = delete;
+  ~Data();
+
   bool openPipes(const GProcess& process, PipeEnds* ends);
+  void endChild();
 };
 
 namespace {
@@ -63,15 +71,48 @@ int readFrom(std::optional<loomkit::ProcessPipe>& pipe, char* buffer, unsigned s
 }  // namespace
 
 GProcess::GProcess(const std::string& path, bool in, bool out, bool err)
-    : impl(std::make_unique<Data>()), program(path), useStdIn(in), useStdOut(out), useStdErr(err) {}
+    : impl(new Data), program(path), useStdIn(in), useStdOut(out), useStdErr(err) {}
+
+GProcess::GProcess(const GProcess& other)
+    : impl(other.impl),
+      program(other.program),
+      useStdIn(other.useStdIn),
+      useStdOut(other.useStdOut),
+      useStdErr(other.useStdErr) {
+  ++impl->owners;
+}
+
+GProcess& GProcess::operator=(const GProcess& other) {
+  ++other.impl->owners;
+  release();
+  impl = other.impl;
+  program = other.program;
+  useStdIn = other.useStdIn;
+  useStdOut = other.useStdOut;
+  useStdErr = other.useStdErr;
+  return *this;
+}
 
 GProcess::~GProcess() {
-  if (impl->child.id != 0 && platform::terminateProcess(&impl->child)) {
-    unsigned code = 0;
-    platform::processExitCode(&impl->child, true, &code);  // leaves no zombie
-  }
-  for (const int handle : impl->ownHandles) platform::closeHandle(handle);
-  if (impl->ownsStdIn && impl->stdInWrite != -1) platform::closeHandle(impl->stdInWrite);
+  impl->endChild();
+  release();
+}
+
+void GProcess::release() {
+  if (--impl->owners == 0) delete impl;
+}
+
+GProcess::Data::~Data() {
+  endChild();
+  for (const int handle : ownHandles) platform::closeHandle(handle);
+  if (ownsStdIn && stdInWrite != -1) platform::closeHandle(stdInWrite);
+}
+
+// Also waits for the child, so that no zombie stays.
+void GProcess::Data::endChild() {
+  if (child.id == 0 || !platform::terminateProcess(&child) || !platform::waitForEnd(child)) return;
+  unsigned code = 0;
+  platform::processExitCode(&child, &code);
 }
 
 bool GProcess::Data::openPipes(const GProcess& process, PipeEnds* ends) {
@@ -121,14 +162,22 @@ int GProcess::getExitCode(int& code) { return getExitCode(false, &code); }
 
 int GProcess::getExitCode(bool wait, int* code) {
   if (impl->child.id == 0) return -1;
-  unsigned result = 0;
-  if (!platform::processExitCode(&impl->child, wait, &result)) {
-    systemError(wait ? "Failed to wait for child process" : "Can't get process state");
-    return -1;
+  for (;;) {
+    unsigned result = 0;
+    if (!platform::processExitCode(&impl->child, &result)) {
+      systemError("Can't get process state");
+      return -1;
+    }
+    if (result != platform::stillActive) {
+      *code = static_cast<int>(result);
+      return 1;
+    }
+    if (!wait) return 0;
+    if (!platform::waitForEnd(impl->child)) {
+      systemError("Failed to wait for child process");
+      return -1;
+    }
   }
-  if (result == platform::stillActive) return 0;
-  *code = static_cast<int>(result);
-  return 1;
 }
 
 int GProcess::writeStdIn(char* buffer, unsigned int size, bool /*flag*/) {

@@ -7,7 +7,6 @@
 #ifndef LOOMKIT_SYSTEM_PROCESS_H
 #define LOOMKIT_SYSTEM_PROCESS_H
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -28,8 +27,11 @@ class LOOMKIT_API GProcess {
 
   /// Ends a child that still runs, without a message.
   virtual ~GProcess();
-  GProcess(const GProcess&) = delete;
-  GProcess& operator=(const GProcess&) = delete;
+
+  /// A copy shares the child and its pipes with the original. Copy objects that
+  /// have started nothing: the first of the two to end takes the child with it.
+  GProcess(const GProcess&);
+  GProcess& operator=(const GProcess&);
 
   /// Starts the program with `argc` arguments; `argv` does not hold the program.
   /// To be called once.
@@ -87,7 +89,9 @@ class LOOMKIT_API GProcess {
 
  private:
   struct Data;
-  std::unique_ptr<Data> impl;
+  void release();
+
+  Data* impl;  // shared and counted
   std::string program;
   bool useStdIn;
   bool useStdOut;

@@ -37,7 +37,7 @@ class LOOMKIT_API GStopWatch {
   /// Runs a watch as long as it lives. The watch must outlive it.
   class LOOMKIT_API Timer {
    public:
-    explicit Timer(GStopWatch* watch);
+    Timer(GStopWatch* watch);
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
     ~Timer();

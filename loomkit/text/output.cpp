@@ -17,23 +17,31 @@ void GOutput::output(GOutputLevel level, const std::string& sys, GOStrStream& te
   output(level, sys, text.str().c_str());
 }
 
-void GOutput::message(const std::string& sys, const char* text) { output(Message, sys, text); }
-void GOutput::message(const std::string& sys, GOStrStream& text) { output(Message, sys, text); }
-void GOutput::message(const char* text) { output(Message, defaultSys, text); }
+void GOutput::message(const std::string& sys, const char* text) {
+  output(GOutputMessage, sys, text);
+}
+void GOutput::message(const std::string& sys, GOStrStream& text) {
+  output(GOutputMessage, sys, text);
+}
+void GOutput::message(const char* text) { output(GOutputMessage, defaultSys, text); }
 
-void GOutput::warning(const std::string& sys, const char* text) { output(Warning, sys, text); }
-void GOutput::warning(const std::string& sys, GOStrStream& text) { output(Warning, sys, text); }
-void GOutput::warning(const char* text) { output(Warning, defaultSys, text); }
+void GOutput::warning(const std::string& sys, const char* text) {
+  output(GOutputWarning, sys, text);
+}
+void GOutput::warning(const std::string& sys, GOStrStream& text) {
+  output(GOutputWarning, sys, text);
+}
+void GOutput::warning(const char* text) { output(GOutputWarning, defaultSys, text); }
 
-void GOutput::error(const std::string& sys, const char* text) { output(Error, sys, text); }
-void GOutput::error(const std::string& sys, GOStrStream& text) { output(Error, sys, text); }
-void GOutput::error(const char* text) { output(Error, defaultSys, text); }
+void GOutput::error(const std::string& sys, const char* text) { output(GOutputError, sys, text); }
+void GOutput::error(const std::string& sys, GOStrStream& text) { output(GOutputError, sys, text); }
+void GOutput::error(const char* text) { output(GOutputError, defaultSys, text); }
 
-void GOutput::fatal(const std::string& sys, const char* text) { output(Fatal, sys, text); }
-void GOutput::fatal(const std::string& sys, GOStrStream& text) { output(Fatal, sys, text); }
-void GOutput::fatal(const char* text) { output(Fatal, defaultSys, text); }
+void GOutput::fatal(const std::string& sys, const char* text) { output(GOutputFatal, sys, text); }
+void GOutput::fatal(const std::string& sys, GOStrStream& text) { output(GOutputFatal, sys, text); }
+void GOutput::fatal(const char* text) { output(GOutputFatal, defaultSys, text); }
 
-void GOutput::special(const char* text) { output(Special, defaultSys, text); }
+void GOutput::special(const char* text) { output(GOutputSpecial, defaultSys, text); }
 
 namespace {
 
@@ -50,7 +58,7 @@ void GOutput::messageVar(const char* first, ...) {
   va_start(rest, first);
   joinTexts(&text, first, rest);
   va_end(rest);
-  output(Message, defaultSys, text);
+  output(GOutputMessage, defaultSys, text);
 }
 
 void GOutput::warningVar(const char* first, ...) {
@@ -59,7 +67,7 @@ void GOutput::warningVar(const char* first, ...) {
   va_start(rest, first);
   joinTexts(&text, first, rest);
   va_end(rest);
-  output(Warning, defaultSys, text);
+  output(GOutputWarning, defaultSys, text);
 }
 
 void GOutput::errorVar(const char* first, ...) {
@@ -68,7 +76,7 @@ void GOutput::errorVar(const char* first, ...) {
   va_start(rest, first);
   joinTexts(&text, first, rest);
   va_end(rest);
-  output(Error, defaultSys, text);
+  output(GOutputError, defaultSys, text);
 }
 
 void GOutput::fatalVar(const char* first, ...) {
@@ -77,7 +85,7 @@ void GOutput::fatalVar(const char* first, ...) {
   va_start(rest, first);
   joinTexts(&text, first, rest);
   va_end(rest);
-  output(Fatal, defaultSys, text);
+  output(GOutputFatal, defaultSys, text);
 }
 
 void GOutput::specialVar(const char* first, ...) {
@@ -86,7 +94,7 @@ void GOutput::specialVar(const char* first, ...) {
   va_start(rest, first);
   joinTexts(&text, first, rest);
   va_end(rest);
-  output(Special, defaultSys, text);
+  output(GOutputSpecial, defaultSys, text);
 }
 
 void GOutput::logMessageVar(const char* first, ...) {
@@ -95,12 +103,12 @@ void GOutput::logMessageVar(const char* first, ...) {
   va_start(rest, first);
   joinTexts(&text, first, rest);
   va_end(rest);
-  output(Log0, defaultSys, text);
+  output(GOutputLog0, defaultSys, text);
 }
 
 void GOutput::log(int level, const std::string& sys, const char* text) {
   if (getLogLevel(sys) < level) return;
-  const unsigned travels = static_cast<unsigned>(level) + Log0;  // may wrap at INT_MAX
+  const unsigned travels = static_cast<unsigned>(level) + GOutputLog0;  // may wrap at INT_MAX
   output(static_cast<GOutputLevel>(travels), sys, text);
 }
 
@@ -133,16 +141,16 @@ void GSystemOutput::output(GOutputLevel level, const std::string& sys, const cha
   const char* name = sys.c_str();
   if (*name == '_') ++name;  // only one: "__x" prints as "_x"
   switch (level) {
-    case Message:
+    case GOutputMessage:
       std::fprintf(stdout, "%s message: %s\n", name, text);
       return;
-    case Warning:
+    case GOutputWarning:
       std::fprintf(stderr, "%s warning: %s\n", name, text);
       return;
-    case Error:
+    case GOutputError:
       std::fprintf(stderr, "%s error: %s\n", name, text);
       return;
-    case Fatal:
+    case GOutputFatal:
       std::fprintf(stderr, "%s fatal error: %s\n", name, text);
       // A host started by a double click would otherwise close its window
       // before anybody has read the line.
@@ -150,7 +158,8 @@ void GSystemOutput::output(GOutputLevel level, const std::string& sys, const cha
       std::getchar();
       std::exit(1);
     default:
-      if (level >= Log0) std::fprintf(stderr, "%s log %d: %s\n", name, level - Log0, text);
+      if (level >= GOutputLog0)
+        std::fprintf(stderr, "%s log %d: %s\n", name, level - GOutputLog0, text);
       return;
   }
 }

@@ -20,15 +20,15 @@
 #include "loomkit/text/str_stream.h"
 
 /// What kind of message travels. The values are fixed: a log line of log level
-/// n travels as `Log0` + n, so every int from 7 up is a valid level.
+/// n travels as `GOutputLog0` + n, so every int from 7 up is a valid level.
 enum GOutputLevel : int {
-  Message = 1,  ///< information for the user
+  GOutputMessage = 1,  ///< information for the user
   // 2 is reserved; nothing produces it.
-  Warning = 3,
-  Error = 4,
-  Fatal = 5,
-  Special = 6,  ///< text whose meaning the application defines
-  Log0 = 7      ///< log line of log level 0
+  GOutputWarning = 3,
+  GOutputError = 4,
+  GOutputFatal = 5,
+  GOutputSpecial = 6,  ///< text whose meaning the application defines
+  GOutputLog0 = 7      ///< log line of log level 0
 };
 
 /// The abstract message channel: levels, system names and log filtering. A

@@ -20,7 +20,7 @@ class LOOMKIT_API GOStrStream : public std::ostringstream {
  public:
   /// Imbues the classic locale if `classicLocale` is set; otherwise the stream
   /// keeps the global locale of the moment.
-  explicit GOStrStream(bool classicLocale = true);
+  GOStrStream(bool classicLocale = true);
   ~GOStrStream() override;
 };
 

@@ -21,10 +21,8 @@ namespace {
 
 using Lines = std::vector<OutputLine>;
 
-OutputLine errorLine(const std::string& text) { return {GOutputLevel::Error, gDataSysName, text}; }
-OutputLine warningLine(const std::string& text) {
-  return {GOutputLevel::Warning, gDataSysName, text};
-}
+OutputLine errorLine(const std::string& text) { return {GOutputError, gDataSysName, text}; }
+OutputLine warningLine(const std::string& text) { return {GOutputWarning, gDataSysName, text}; }
 
 std::unique_ptr<std::istream> streamOf(const std::string& bytes) {
   return std::make_unique<std::istringstream>(bytes);

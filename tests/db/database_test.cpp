@@ -176,7 +176,7 @@ TEST_F(DbDatabase, WithoutConversionAnEncodingIsOnlyLogged) {
   database->setEncoding("latin1");
   ASSERT_EQ(log.lines.size(), 1U);
   EXPECT_EQ(log.lines[0],
-            (OutputLine{Log0, "_data",
+            (OutputLine{GOutputLog0, "_data",
                         "codeset conversion is not supportet for this type of database: fake1:a"}));
 }
 

@@ -145,7 +145,7 @@ TEST(Directory, ReportsAMissingDirectoryAsError3UnlessQuiet) {
   EXPECT_EQ(directory.first(false), nullptr);
   EXPECT_THAT(output.texts(),
               ElementsAre("cannot open directory " + folder.path() + "/none (error 3)"));
-  EXPECT_EQ(output.lines[0].level, Error);
+  EXPECT_EQ(output.lines[0].level, GOutputError);
 }
 
 TEST(Directory, CreateGivesAnEmptyDirectory) {

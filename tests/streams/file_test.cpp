@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "loomkit/platform/platform.h"
 #include "loomkit/streams/directory.h"
 #include "tests/capture_output.h"
 #include "tests/scratch_directory.h"
@@ -101,6 +102,8 @@ TEST(File, RemoveWantsTheFileGone) {
   EXPECT_TRUE(file.remove());
   EXPECT_FALSE(GFile(folder / "none/f").remove());
   EXPECT_FALSE(GFile(folder.path()).remove());
+  EXPECT_FALSE(GFile("").remove()) << "no name is no file that happens to be gone";
+  EXPECT_EQ(loomkit::platform::lastError(), 3U);
   EXPECT_THAT(output.lines, IsEmpty());
 }
 
@@ -132,7 +135,7 @@ TEST(File, TheRealPathIsAbsoluteAndChecked) {
   const std::string native = GDirectory::unix2nativePath(folder / "none/x");
   EXPECT_THAT(output.texts(), ElementsAre("can't get real path of " + native + ": error 2",
                                           "can't get real path of : error 2"));
-  EXPECT_EQ(output.lines[0].level, Log0);
+  EXPECT_EQ(output.lines[0].level, GOutputLog0);
   EXPECT_EQ(output.lines[0].sys, "");
 }
 

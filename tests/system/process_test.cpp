@@ -234,6 +234,33 @@ TEST(Process, AChildThatSomebodyElseHasWaitedForIsForgotten) {
                                           testing::StartsWith("Can't terminate process")));
 }
 
+TEST(Process, WaitingForAChildThatIsGoneFailsAtTheQuery) {
+  const CaptureOutput output;
+  GProcess child("true", false, false, false);
+  ASSERT_TRUE(child.run(0, nullptr));
+  EXPECT_GT(::waitpid(-1, nullptr, 0), 0);
+  int code = 42;
+  EXPECT_EQ(child.getExitCode(true, &code), -1);
+  EXPECT_EQ(code, 42);
+  EXPECT_THAT(output.texts(), ElementsAre("Can't get process state No child processes"));
+}
+
+TEST(Process, AnIdleObjectIsCopied) {
+  GProcess original("sh", false, true, false);
+  GProcess copy(original);
+  ASSERT_TRUE(runShell(copy, "printf x"));
+  EXPECT_EQ(readOut(original, 1), "x") << "the two share one child";
+  GProcess other("none", true, false, true);
+  other = copy;
+  int code = 42;
+  EXPECT_EQ(other.getExitCode(true, &code), 1);
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(original.getExitCode(code), -1);
+  GProcess* const self = &other;
+  other = *self;
+  EXPECT_EQ(other.readStdErr(nullptr, 1, false), -1) << "the flags are copied";
+}
+
 TEST(Process, OtherDescriptorsDoNotReachTheChild) {
   const int open = ::open("/dev/null", O_RDONLY);  // deliberately inheritable
   ASSERT_GE(open, 3);

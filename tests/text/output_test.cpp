@@ -4,8 +4,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <climits>
+#include <cstdio>
 
+#include "loomkit/platform/files.h"
 #include "loomkit/platform/platform.h"
 #include "tests/capture_output.h"
 
@@ -34,12 +37,12 @@ Printed printedBy(Call call) {
 }
 
 TEST(Output, LevelValuesAreFixed) {
-  EXPECT_EQ(Message, 1);
-  EXPECT_EQ(Warning, 3);
-  EXPECT_EQ(Error, 4);
-  EXPECT_EQ(Fatal, 5);
-  EXPECT_EQ(Special, 6);
-  EXPECT_EQ(Log0, 7);
+  EXPECT_EQ(GOutputMessage, 1);
+  EXPECT_EQ(GOutputWarning, 3);
+  EXPECT_EQ(GOutputError, 4);
+  EXPECT_EQ(GOutputFatal, 5);
+  EXPECT_EQ(GOutputSpecial, 6);
+  EXPECT_EQ(GOutputLog0, 7);
 }
 
 TEST(Output, GlobalsHaveTheirInitialValues) {
@@ -79,7 +82,7 @@ TEST(Output, EachFamilySendsItsLevelInItsThreeForms) {
 TEST(Output, AnEmptyStreamSendsAnEmptyText) {
   CaptureOutput channel;
   GOStrStream empty;
-  channel.output(Warning, "x", empty);
+  channel.output(GOutputWarning, "x", empty);
   EXPECT_THAT(channel.lines, ElementsAre(OutputLine{3, "x", ""}));
 }
 
@@ -210,7 +213,7 @@ TEST(SystemOutput, AStreamPrintsLikeItsText) {
   const Printed printed = printedBy([](GSystemOutput& channel) {
     GOStrStream text;
     text << 1 << "b";
-    channel.output(Error, "_x", text);
+    channel.output(GOutputError, "_x", text);
   });
   EXPECT_EQ(printed.err, "x error: 1b\n");
 }
@@ -251,6 +254,24 @@ TEST(SystemError, ReportsTheTextOfTheLastError) {
   systemLog("cannot open");
   EXPECT_THAT(channel.lines, ElementsAre(OutputLine{4, "_generic", "cannot open " + text},
                                          OutputLine{7, "_generic", "cannot open " + text}));
+}
+
+TEST(SystemError, TellsWhyACallOfTheHostsFailedAndNoOlderFailureOfTheLibrary) {
+  CaptureOutput channel;
+  loomkit::platform::setLastError(3);
+  ASSERT_EQ(std::fopen("/dev/null/x", "r"), nullptr);
+  systemError("cannot open");
+  EXPECT_THAT(channel.texts(), ElementsAre("cannot open Not a directory"));
+  errno = ENOTDIR;
+  EXPECT_EQ(loomkit::platform::lastError(), 3U);
+  errno = EACCES;
+  EXPECT_EQ(loomkit::platform::lastError(), 5U);
+}
+
+TEST(SystemError, IsTheSystemsOwnAfterAFailureOfTheLibrary) {
+  EXPECT_FALSE(loomkit::platform::deleteFile("no such folder/x"));
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(loomkit::platform::lastError(), 3U);
 }
 
 TEST(SystemError, WithoutATextOnlyThePrefixIsReported) {

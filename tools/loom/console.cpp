@@ -64,7 +64,9 @@ void ConsoleOutput::output(GOutputLevel level, const std::string& /*sys*/, const
   // A system's error text may end in a line end; one is enough.
   std::string_view line(text);
   while (!line.empty() && (line.back() == '\n' || line.back() == '\r')) line.remove_suffix(1);
-  const std::string_view kind = level == Warning ? "warning: " : level == Message ? "note: " : "";
+  const std::string_view kind = level == GOutputWarning   ? "warning: "
+                                : level == GOutputMessage ? "note: "
+                                                          : "";
   complain(std::string(kind).append(line));
 }
 

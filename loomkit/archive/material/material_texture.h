@@ -15,7 +15,7 @@
 class LOOMKIT_API GMatzTexture : public GFileObject {
  public:
   /// Without content.
-  explicit GMatzTexture(const std::string& name);
+  GMatzTexture(const std::string& name);
   /// Takes the stream over.
   GMatzTexture(const std::string& name, std::istream* stream);
   GMatzTexture(const GMatzTexture&) = delete;

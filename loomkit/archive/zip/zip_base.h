@@ -17,7 +17,7 @@ class LOOMKIT_API GZipBase {
  public:
   /// The path is "<unknown>" until it is set.
   GZipBase();
-  explicit GZipBase(const std::string& path);
+  GZipBase(const std::string& path);
   GZipBase(const GZipBase&);
   GZipBase& operator=(const GZipBase&);
   virtual ~GZipBase();

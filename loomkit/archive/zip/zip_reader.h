@@ -37,7 +37,7 @@ class LOOMKIT_API GZipReader : public GZipBase {
    public:
     /// With `convertLineEnds`, the two receivers of this class make CR LF a
     /// LF; one of your own may look at the flag.
-    explicit Output(bool convertLineEnds);
+    Output(bool convertLineEnds);
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
     virtual ~Output();

@@ -19,7 +19,7 @@ class LOOMKIT_API GZipFileWriter {
   static constexpr int unspecificFailure = static_cast<int>(0x80004005U);
 
   /// Takes over an open file handle of the platform's file layer.
-  explicit GZipFileWriter(int handle);
+  GZipFileWriter(int handle);
   /// Writes to a stream, and deletes it if `ownsStream` is set.
   GZipFileWriter(std::ostream* stream, bool ownsStream);
   GZipFileWriter(const GZipFileWriter&) = delete;

@@ -26,11 +26,15 @@ constexpr Row rows[] = {
 
 constexpr unsigned generalFailure = 31;
 
-struct LastError {
+// A number that was set for the sake of this errno value, which alone would give
+// another: 3 and 2 share ENOENT, and the end of a search (18) has no value at all.
+// It counts for as long as errno still has that value, so that a system call of
+// the host's that fails later is never reported under an older number.
+struct Refinement {
+  int posix = 0;
   unsigned code = 0;
-  int posix = 0;  // 0: the code was set by number, not from errno
 };
-thread_local LastError last;
+thread_local Refinement refinement;
 
 int errnoFromError(unsigned code) noexcept {
   if (code == 3) return ENOENT;  // the words for a missing directory
@@ -49,21 +53,24 @@ unsigned errorFromErrno(int error) noexcept {
 }
 
 void setLastErrorFromErrno(int error) noexcept {
-  last.code = errorFromErrno(error);
-  last.posix = error;
+  refinement = {error, errorFromErrno(error)};
+  errno = error;
 }
 
-unsigned lastError() noexcept { return last.code; }
+unsigned lastError() noexcept {
+  return errno == refinement.posix ? refinement.code : errorFromErrno(errno);
+}
 
 void setLastError(unsigned code) noexcept {
-  last.code = code;
-  last.posix = 0;
+  errno = errnoFromError(code);
+  refinement = {errno, code};
 }
 
 bool lastErrorText(std::string* text) {
-  const int posix = last.posix != 0 ? last.posix : errnoFromError(last.code);
-  if (posix == 0 && last.code != 0) return false;
-  *text = std::generic_category().message(posix);
+  const int error = errno;
+  if (error == 0 && lastError() != 0) return false;
+  *text = std::generic_category().message(error);
+  errno = error;
   return true;
 }
 

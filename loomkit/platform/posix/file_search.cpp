@@ -76,8 +76,11 @@ bool FileSearch::first(const std::string& pattern) {
   const std::string folder = nameStart == 0 ? "." : path.substr(0, nameStart);
   search->directory.reset(::opendir(folder.c_str()));
   if (!search->directory) {
-    setLastErrorFromErrno(errno);
-    if (errno == ENOENT) setLastError(noSuchDirectory);
+    if (errno == ENOENT) {
+      setLastError(noSuchDirectory);
+    } else {
+      setLastErrorFromErrno(errno);
+    }
     return false;
   }
   state = std::move(search);
@@ -96,10 +99,11 @@ bool FileSearch::next() {
     errno = 0;
     const dirent* entry = ::readdir(state->directory.get());
     if (entry == nullptr) {
-      if (errno != 0)
-        setLastErrorFromErrno(errno);
-      else
+      if (errno == 0) {
         setLastError(noMoreFiles);
+      } else {
+        setLastErrorFromErrno(errno);
+      }
       return false;
     }
     if (matches(state->pattern.c_str(), entry->d_name)) {

@@ -18,6 +18,8 @@
 namespace loomkit::platform {
 namespace {
 
+constexpr unsigned noSuchDirectory = 3;
+
 bool isMissing(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) != 0;
@@ -40,12 +42,16 @@ std::string systemPath(const std::string& native) {
 
 void setPathError(const std::string& path, int error) {
   setLastErrorFromErrno(error);
-  if (error == ENOENT) {
-    const std::size_t last = path.find_last_not_of('/');
-    const std::size_t slash = last == std::string::npos ? last : path.rfind('/', last);
-    if (slash != std::string::npos && isMissing(path.substr(0, slash + 1))) setLastError(3);
+  if (error != ENOENT) return;
+  const std::size_t last = path.find_last_not_of('/');
+  const std::size_t slash = last == std::string::npos ? last : path.rfind('/', last);
+  const bool hasFolder = slash != std::string::npos;
+  // An empty path leads nowhere, not to a file that happens to be gone.
+  if (path.empty() || (hasFolder && isMissing(path.substr(0, slash + 1)))) {
+    setLastError(noSuchDirectory);
+  } else {
+    setLastErrorFromErrno(error);
   }
-  errno = error;
 }
 
 std::string streamPath(const std::string& path) { return systemPath(path); }
@@ -114,7 +120,6 @@ bool unlinkEntry(const std::string& directory, const std::string& entry) {
   // As a path, such a name could lead out of the directory.
   if (entry.find('\\') != std::string::npos) {
     setLastErrorFromErrno(ENOENT);
-    errno = ENOENT;
     return false;
   }
   return unlinkFile(directory + "/" + entry);

@@ -13,15 +13,17 @@
 
 namespace loomkit::platform {
 
-int failedStatus() {
-  const int error = errno;
+int failedWith(int error) {
   setLastErrorFromErrno(error);
   return -error;
 }
 
+int failedStatus() { return failedWith(errno); }
+
 }  // namespace loomkit::platform
 
 using loomkit::platform::failedStatus;
+using loomkit::platform::failedWith;
 
 const char* hulStrError(int status) {
   if (status == loomkit::platform::dsoFailure) return loomkit::platform::dsoErrorText();
@@ -32,7 +34,7 @@ const char* hulStrError(int status) {
 }
 
 int hulOpenFile(const char* nativePath, int mode, int* handle) {
-  if (mode != hulCreateForWriting) return -EINVAL;
+  if (mode != hulCreateForWriting) return failedWith(EINVAL);
   const std::string path = loomkit::platform::systemPath(nativePath);
   constexpr int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
   do {
@@ -64,7 +66,7 @@ int hulWrite(int handle, const void* data, int size, int* written) {
 }
 
 int hulSeek(int handle, int origin, std::int64_t offset, int /*reserved*/, std::int64_t* position) {
-  if (origin != hulFromStart && origin != hulFromCurrent) return -EINVAL;
+  if (origin != hulFromStart && origin != hulFromCurrent) return failedWith(EINVAL);
   const off_t now = ::lseek(handle, offset, origin == hulFromStart ? SEEK_SET : SEEK_CUR);
   if (now < 0) return failedStatus();
   if (position != nullptr) *position = now;

@@ -8,8 +8,11 @@ namespace loomkit::platform {
 
 constexpr int dsoFailure = -0x10000;
 
-/// Sets the last error from errno and gives its status.
+/// The status of the call that has just failed and left its reason in errno.
 int failedStatus();
+
+/// Makes `error`, an errno value, the last error and gives its status.
+int failedWith(int error);
 
 /// The loader's words for the thread's latest dsoFailure.
 const char* dsoErrorText();

@@ -62,10 +62,11 @@ int convert(const char* from, const char* to, const char* text, int length, int*
   const std::size_t size = length < 0 ? std::strlen(text) : static_cast<std::size_t>(length);
   const int status = convertAll(from, to, text, size, &result);
   if (status < 0) return status;
-  if (result.size() >= static_cast<std::size_t>(std::numeric_limits<int>::max())) return -EOVERFLOW;
+  if (result.size() >= static_cast<std::size_t>(std::numeric_limits<int>::max()))
+    return loomkit::platform::failedWith(EOVERFLOW);
   void* block =
       allocator != nullptr ? allocator(nullptr, result.size() + 1) : std::malloc(result.size() + 1);
-  if (block == nullptr) return -ENOMEM;
+  if (block == nullptr) return loomkit::platform::failedWith(ENOMEM);
   *out = static_cast<char*>(block);
   std::memcpy(*out, result.c_str(), result.size() + 1);
   if (outLength != nullptr) *outLength = static_cast<int>(result.size());
@@ -89,9 +90,10 @@ char* hulStrDup(const char* text) { return text == nullptr ? nullptr : ::strdup(
 void hulFree(void* block) { std::free(block); }
 
 int hulGetLocaleParam(int parameter, int /*reserved*/, char* buffer, int size) {
-  if (parameter != hulLocalCodeSet) return -EINVAL;
+  if (parameter != hulLocalCodeSet) return loomkit::platform::failedWith(EINVAL);
   const std::string& name = localCodeSet();
-  if (size < 0 || name.size() >= static_cast<std::size_t>(size)) return -ERANGE;
+  if (size < 0 || name.size() >= static_cast<std::size_t>(size))
+    return loomkit::platform::failedWith(ERANGE);
   std::memcpy(buffer, name.c_str(), name.size() + 1);
   return 0;
 }

@@ -23,19 +23,13 @@ namespace {
 
 constexpr int firstOwnHandle = 3;  // above the standard ones
 
-bool failed() {
-  setLastErrorFromErrno(errno);
-  return false;
-}
-
 // Moves a descriptor out of the way of the three standard ones.
 bool liftHandle(int* handle) {
   if (*handle >= firstOwnHandle) return true;
   const int lifted = ::fcntl(*handle, F_DUPFD_CLOEXEC, firstOwnHandle);
-  const int error = errno;
+  const KeepErrno reason;
   ::close(*handle);
   *handle = lifted;
-  errno = error;
   return lifted >= 0;
 }
 
@@ -142,10 +136,10 @@ std::vector<std::string> splitCommandLine(const std::string& line) {
 
 bool createPipe(int* readEnd, int* writeEnd) {
   int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return failed();
+  if (::pipe2(ends, O_CLOEXEC) != 0) return false;
   const bool lifted = liftHandle(&ends[0]) && liftHandle(&ends[1]);
   if (!lifted) {
-    failed();
+    const KeepErrno reason;
     for (const int end : ends)
       if (end >= 0) ::close(end);
     return false;
@@ -188,21 +182,19 @@ bool startProcess(const std::string& commandLine, int in, int out, int err,
 
 bool terminateProcess(ChildProcess* child) {
   if (!isStillOurs(child)) return false;
-  if (::kill(static_cast<pid_t>(child->id), SIGKILL) != 0) return failed();
+  if (::kill(static_cast<pid_t>(child->id), SIGKILL) != 0) return false;
   child->terminated = true;
   return true;
 }
 
-bool processExitCode(ChildProcess* child, bool wait, unsigned* code) {
+bool processExitCode(ChildProcess* child, unsigned* code) {
   int status = 0;
   pid_t result = 0;
   do {
-    result = ::waitpid(static_cast<pid_t>(child->id), &status, wait ? 0 : WNOHANG);
+    result = ::waitpid(static_cast<pid_t>(child->id), &status, WNOHANG);
   } while (result < 0 && errno == EINTR);
   if (result < 0) {
-    const bool gone = errno == ECHILD;
-    failed();
-    if (gone) *child = ChildProcess{};
+    if (errno == ECHILD) *child = ChildProcess{};
     return false;
   }
   if (result == 0) {
@@ -218,6 +210,16 @@ bool processExitCode(ChildProcess* child, bool wait, unsigned* code) {
   }
   *child = ChildProcess{};
   return true;
+}
+
+bool waitForEnd(const ChildProcess& child) {
+  siginfo_t ignored;
+  const auto id = static_cast<id_t>(child.id);
+  int result = 0;
+  do {
+    result = ::waitid(P_PID, id, &ignored, WEXITED | WNOWAIT);
+  } while (result != 0 && errno == EINTR);
+  return result == 0;
 }
 
 bool waitForEnd(const ChildProcess& child, int milliseconds) {
@@ -254,7 +256,7 @@ bool readHandle(int handle, char* buffer, unsigned size, unsigned* count) {
   do {
     result = ::read(handle, buffer, size);
   } while (result < 0 && errno == EINTR);
-  if (result < 0) return failed();
+  if (result < 0) return false;
   *count = static_cast<unsigned>(result);
   return true;
 }

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "loomkit/platform/hul.h"
+#include "loomkit/platform/posix/error_codes.h"
 #include "loomkit/platform/posix/hul_status.h"
 #include "loomkit/platform/posix/paths.h"
 
@@ -50,6 +51,14 @@ bool syncFile(int handle) {
   return true;
 }
 
+// Closes the file and gives `status`, or that of the closing if it was good.
+int closeKeeping(int status, int handle) {
+  if (status == 0) return hulClose(handle);
+  const KeepErrno reason;
+  hulClose(handle);
+  return status;
+}
+
 // Makes the new name last. The content is safe already, so that a directory
 // that cannot be opened or synced is no failure.
 void syncDirectory(const std::string& directory) {
@@ -75,8 +84,8 @@ int createReplacement(const std::string& target, Replacement* replacement) {
   const std::string path = resolved(systemPath(target));
   struct stat status {};
   const bool exists = ::stat(path.c_str(), &status) == 0;
-  if (exists && S_ISDIR(status.st_mode)) return -EISDIR;
-  if (exists && !S_ISREG(status.st_mode)) return -EINVAL;
+  if (exists && S_ISDIR(status.st_mode)) return failedWith(EISDIR);
+  if (exists && !S_ISREG(status.st_mode)) return failedWith(EINVAL);
   Replacement made;
   made.target = path;
   made.handle = openNew(directoryOf(path), exists ? 0600 : 0666, &made.path);
@@ -99,13 +108,13 @@ int commitReplacement(Replacement* replacement) {
   // Before anything is done that memory running out could interrupt.
   const std::string directory = directoryOf(replacement->target);
   int status = syncFile(replacement->handle) ? 0 : failedStatus();
-  const int closed = hulClose(replacement->handle);
+  status = closeKeeping(status, replacement->handle);
   replacement->handle = -1;
-  if (status == 0) status = closed;
   if (status == 0 && ::rename(replacement->path.c_str(), replacement->target.c_str()) != 0) {
     status = failedStatus();
   }
   if (status != 0) {
+    const KeepErrno reason;
     ::unlink(replacement->path.c_str());
     return status;
   }
@@ -115,6 +124,7 @@ int commitReplacement(Replacement* replacement) {
 
 void discardReplacement(Replacement* replacement) {
   if (replacement->handle < 0) return;
+  const KeepErrno reason;
   ::close(replacement->handle);
   replacement->handle = -1;
   ::unlink(replacement->path.c_str());

@@ -207,7 +207,7 @@ TEST(GZipEntry, AStreamThatCannotSeekStaysFailed) {
   GZipEntry entry = someEntry();
   EXPECT_FALSE(entry.updateLocalFileHeader(&out));
   EXPECT_FALSE(entry.hasDataDescriptor());
-  EXPECT_EQ(output.lines, (Lines{{Error, "_data", "data descriptor: input/output error"}}));
+  EXPECT_EQ(output.lines, (Lines{{GOutputError, "_data", "data descriptor: input/output error"}}));
 }
 
 TEST(GZipEntry, SaysWhenItCannotWrite) {
@@ -234,7 +234,7 @@ Read readCentral(const std::string& bytes) {
   read.good = read.entry.readFileHeader(&in);
   for (const OutputLine& line : output.lines) {
     EXPECT_EQ(line.sys, "_data");
-    EXPECT_TRUE(line.level == Warning || (!read.good && &line == &output.lines.back()));
+    EXPECT_TRUE(line.level == GOutputWarning || (!read.good && &line == &output.lines.back()));
   }
   read.texts = output.texts();
   return read;

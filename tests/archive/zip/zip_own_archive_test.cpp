@@ -45,10 +45,10 @@ TEST(GZipBase, ReportsTheFirstErrorOnlyAndEveryWarning) {
   text << "number " << 3;
   EXPECT_FALSE(base.error(text));
   base.warning(text);
-  EXPECT_EQ(output.lines, (Lines{{Error, "_data", "<unknown>: first"},
-                                 {Warning, "_data", "<unknown>: warned"},
-                                 {Error, "_data", "p.zip: number 3"},
-                                 {Warning, "_data", "p.zip: number 3"}}));
+  EXPECT_EQ(output.lines, (Lines{{GOutputError, "_data", "<unknown>: first"},
+                                 {GOutputWarning, "_data", "<unknown>: warned"},
+                                 {GOutputError, "_data", "p.zip: number 3"},
+                                 {GOutputWarning, "_data", "p.zip: number 3"}}));
 }
 
 TEST(GZipBase, AnEmptyPathIsLeftOutOfErrorsAlone) {

@@ -21,8 +21,8 @@ using Texts = std::vector<std::string>;
 namespace central = zip::central;
 namespace local = zip::local;
 
-OutputLine errorLine(const std::string& text) { return {Error, gDataSysName, text}; }
-OutputLine warningLine(const std::string& text) { return {Warning, gDataSysName, text}; }
+OutputLine errorLine(const std::string& text) { return {GOutputError, gDataSysName, text}; }
+OutputLine warningLine(const std::string& text) { return {GOutputWarning, gDataSysName, text}; }
 
 std::string deflatable() {
   std::string text;

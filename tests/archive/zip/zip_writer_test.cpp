@@ -21,7 +21,7 @@ using Texts = std::vector<std::string>;
 namespace central = zip::central;
 namespace local = zip::local;
 
-OutputLine errorLine(const std::string& text) { return {Error, gDataSysName, text}; }
+OutputLine errorLine(const std::string& text) { return {GOutputError, gDataSysName, text}; }
 
 Texts namesInOrder(std::string zip) {
   Texts names;
