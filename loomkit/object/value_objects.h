@@ -64,7 +64,7 @@ class LOOMKIT_API GStringObj : public GObject {
   std::string value;
 };
 
-/// A symbol: its text is kept without the '@'. Written @text, or Symbol("text")
+/// A symbol: its text is kept without the '@'. Written \@text, or Symbol("text")
 /// where the text is not a word.
 class LOOMKIT_API GSymbolObj : public GObject {
  public:

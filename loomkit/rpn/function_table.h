@@ -32,6 +32,7 @@
 #include "loomkit/rpn/eval.h"
 #include "loomkit/rpn/extern_funcs.h"
 
+/// @cond what GRpnFunctionTable is made of
 namespace loomkit::rpn {
 
 /// Takes a value of the stack apart for a parameter of type T; false, with the
@@ -75,6 +76,7 @@ template <typename Tuple>
 struct TakesError<Tuple, 0> : std::false_type {};
 
 }  // namespace loomkit::rpn
+/// @endcond
 
 /// External functions by name. Counted like its base.
 ///
