@@ -2,8 +2,8 @@
 #include "loomkit/db/database.h"
 
 #include <algorithm>
-#include <cctype>
 
+#include "loomkit/db/locator.h"
 #include "loomkit/db/slot_table.h"
 #include "loomkit/db/table.h"
 #include "loomkit/text/output.h"
@@ -12,25 +12,6 @@
 constinit std::vector<GDbDatabase*> GDbDatabase::sDatabases;
 constinit std::vector<GDbDbFactory*>* GDbDatabase::sDbFactories = nullptr;
 constinit std::int32_t GDbDatabase::sSeqNo = 1;
-
-namespace {
-
-bool isAsciiAlnum(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x80 && std::isalnum(byte) != 0;
-}
-
-// The lower-cased type id of a locator; empty when the locator is malformed.
-std::string typeIdOf(const std::string& locator) {
-  const std::size_t colon = locator.find(':');
-  if (colon == std::string::npos || colon + 1 == locator.size()) return {};
-  std::string id = locator.substr(0, colon);
-  if (!std::all_of(id.begin(), id.end(), isAsciiAlnum)) return {};
-  for (char& c : id) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return id;
-}
-
-}  // namespace
 
 GDbDatabase::GDbDatabase(const std::string& locator) : name(locator) {
   dbIdx = loomkit::takeSlot(&sDatabases, this);
@@ -65,7 +46,8 @@ void GDbDatabase::registerDbFactory(GDbDbFactory* factory) {
 }
 
 GDbStatus GDbDatabase::openDatabase(const char* locator, GDbDatabase** database) {
-  const std::string id = typeIdOf(locator);
+  if (locator == nullptr || database == nullptr) return GDbInvalidArgument;
+  const std::string id = loomkit::locatorType(locator);
   if (id.empty()) return GDbInvalidLocator;
   if (sDbFactories == nullptr) return GDbInvalidTypeId;
   for (GDbDbFactory* factory : *sDbFactories)

@@ -1,23 +1,41 @@
 // SPDX-License-Identifier: MIT
-// The backend's part of a database locator, "type:path?option;option".
-// Private to the library.
+// Extension: Locator, the text that names a database, taken apart.
+//
+//   loomkit::Locator locator;
+//   if (loomkit::splitLocator("csv:/my%20data?order=files", &locator)) ...
+//   // locator.type "csv", locator.path "/my data", locator.options {"order=files"}
 #ifndef LOOMKIT_DB_LOCATOR_H
 #define LOOMKIT_DB_LOCATOR_H
 
 #include <string>
 #include <vector>
 
+#include "loomkit/platform/export.h"
+
 namespace loomkit {
 
-/// What stands behind the type id of a locator.
+/// The parts of a locator, "type:path?option;option". A plain value.
 struct Locator {
-  std::string path;                  ///< unescaped
-  std::vector<std::string> options;  ///< as they stand, not unescaped; none without a "?"
+  /// What stands before the first colon, its ASCII letters in lower case.
+  std::string type;
+  /// What stands behind the colon, up to the first question mark behind it,
+  /// with its URI escapes turned into their bytes.
+  std::string path;
+  /// What stands behind that question mark, split at each semicolon. Options
+  /// are left as they are, not unescaped; without a question mark there is none.
+  std::vector<std::string> options;
 };
 
-/// Takes `locator` apart at its first colon and the first question mark behind
-/// it. False when there is no colon.
-bool splitLocator(const char* locator, Locator* parts);
+/// Takes `text` apart into `*locator`. Returns false, and leaves `*locator` as
+/// it is, when there is no colon. The factory of a backend calls it: nothing
+/// else is checked, since each backend knows by itself which paths and options
+/// it takes.
+LOOMKIT_API bool splitLocator(const std::string& text, Locator* locator);
+
+/// The lower-cased type of a locator as GDbDatabase::openDatabase() reads it.
+/// Empty when the locator is malformed: no colon, nothing behind it, or a type
+/// that is empty or has another character than ASCII letters and digits.
+LOOMKIT_API std::string locatorType(const std::string& text);
 
 }  // namespace loomkit
 

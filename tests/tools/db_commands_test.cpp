@@ -54,11 +54,11 @@ TEST_F(DbCommand, InfersAllColumnsHoweverManyAndEmpty) {
   EXPECT_EQ(runLoom({"db", "schema", csv + "?zipfile=x.zip", "parts"}).out,
             "c1:int\nc2:string\nc3:float\n");
   writeFile(folder + "/k.csv", "1" + std::string(1023, ';') + "2\n");
-  EXPECT_EQ(runLoom({"db", "schema", csv + "?zipfile=x.zip", "k"}),
-            (Ended{2, "", "loom: k: too many columns to be inferred; use --columns\n"}));
-  EXPECT_EQ(runLoom({"db", "schema", csv, "k"}).code, 0);
+  const std::string k = runLoom({"db", "schema", csv + "?zipfile=x.zip", "k"}).out;
+  EXPECT_EQ(k.substr(k.rfind('c')), "c1024:int\n");
   writeFile(folder + "/million.csv", std::string(1000000, ';') + "\n");
-  EXPECT_EQ(runLoom({"db", "schema", csv, "million"}).code, 2);
+  EXPECT_EQ(runLoom({"db", "schema", csv, "million"}),
+            (Ended{2, "", "loom: million: too many columns to be inferred; use --columns\n"}));
 }
 
 TEST_F(DbCommand, ScansCountsAndFilters) {

@@ -458,7 +458,7 @@ constexpr Command dbCommands[] = {
     {.name = "tables",
      .summary = "list the tables",
      .description = "Prints the names of the tables, sorted; of a CSV database those in its "
-                    "directory.",
+                    "directory and in its archive.",
      .operands = databaseOperands,
      .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
                 "$ loom db tables csv:.\nparts\n",

@@ -26,7 +26,7 @@ class DbHost {
   /// The locator's type in lower case.
   [[nodiscard]] const std::string& type() const { return typeId; }
 
-  /// The names of the tables, sorted. Of a CSV database those in the directory.
+  /// The names of the tables, sorted; views are left out.
   [[nodiscard]] std::vector<std::string> tables() const;
 
   /// Opens a table. `columns` is "name:type,..." with the types int, uint,
@@ -34,21 +34,17 @@ class DbHost {
   [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name,
                                                 const std::string& columns) const;
 
-  /// Whether an SQL table holds integers beyond 32 bits, of which a record has
-  /// the lower bits only.
+  /// Whether a SQLite table holds integers beyond 32 bits. A record would have
+  /// only the lower 32 bits of them.
   bool hasLargeIntegers(GDbTable* table) const;
 
  private:
-  [[nodiscard]] bool mayLieInArchive() const;
-  // Of a CSV table, or more; of one that may lie in an archive, many.
-  [[nodiscard]] int columnCount(const std::string& name) const;
-  [[nodiscard]] GDbStructure inferStructure(const std::string& name) const;
-  [[nodiscard]] GDbStructure typedColumns(const std::string& name) const;
-  [[nodiscard]] std::unique_ptr<GDbTable> open(const std::string& name,
-                                               const GDbStructure* structure) const;
+  // The columns that the database tells of a table. One whose type is not known,
+  // such as a DATE, is left out: it would keep the table from being opened. An
+  // SQL table has all of its columns all the same.
+  [[nodiscard]] GDbStructure knownColumns(const std::string& name) const;
 
   std::string typeId;
-  std::string path;  // unescaped
   std::unique_ptr<GDbDatabase> opened;
 };
 

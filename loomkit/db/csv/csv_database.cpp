@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/db/csv/csv_database.h"
 
+#include "loomkit/db/csv/csv_catalog.h"
 #include "loomkit/db/csv/csv_format.h"
 #include "loomkit/db/csv/csv_index.h"
 #include "loomkit/db/csv/csv_line_reader.h"
@@ -55,14 +56,37 @@ std::unique_ptr<std::istream> GDbCSV::openSource(const std::string& source,
   return nullptr;
 }
 
+std::unique_ptr<std::istream> GDbCSV::openText(const std::string& tableName) {
+  for (const std::string& source : order) {
+    std::unique_ptr<std::istream> stream = openSource(source, tableName + loomkit::csvSuffix);
+    if (stream != nullptr) return stream;
+  }
+  return nullptr;
+}
+
+GDbStatus GDbCSV::listTables(std::set<std::string>* names) {
+  if (isClosed()) return GDbNotOpen;
+  for (const std::string& source : order) {
+    if (source == filesSource && !listFiles(names)) return GDbCantOpenDirectory;
+    if (source == zipSource && !zipFile.empty()) listZipMembers(names);
+  }
+  return GDbNoError;
+}
+
+bool GDbCSV::listFiles(std::set<std::string>* names) const {
+  GDirectory listed(directory);
+  if (!listed.exists()) return false;
+  for (const char* file = listed.first(true); file != nullptr; file = listed.next(true)) {
+    const std::string table = loomkit::csvTableName(file);
+    if (!table.empty() && !GDirectory(directory + "/" + file).exists()) names->insert(table);
+  }
+  return true;
+}
+
 GDbStatus GDbCSV::openTable(const std::string& tableName, const GDbStructure* structure,
                             GDbTable** table) {
   if (structure == nullptr) return GDbInvalidArgument;
-  std::unique_ptr<std::istream> stream;
-  for (const std::string& source : order) {
-    stream = openSource(source, tableName + loomkit::csvSuffix);
-    if (stream != nullptr) break;
-  }
+  std::unique_ptr<std::istream> stream = openText(tableName);
   if (stream == nullptr) return GDbInvalidTableName;
   auto opened = std::make_unique<GDbCSVTable>(this, tableName, *structure, std::move(stream));
   const GDbStatus status = opened->checkFirstLine();
@@ -79,8 +103,12 @@ GDbStatus GDbCSV::deleteTable(const std::string& /*name*/) { return GDbDeleteTab
 
 namespace {
 
-// Registered while the library is loaded; never deleted.
-[[maybe_unused]] const GDbDbFactory* const csvFactory = new GDbCSVFactory;
+// The factory and the catalog are made while the library is being loaded; the
+// registries keep them to the end of the process.
+[[maybe_unused]] const GDbDbFactory* const csvFactory = [] {
+  GDbCatalog::registerCatalog(new loomkit::CsvCatalog);
+  return new GDbCSVFactory;
+}();
 
 }  // namespace
 
@@ -88,6 +116,7 @@ GDbCSVFactory::GDbCSVFactory() : GDbDbFactory("csv") { GDbDatabase::registerDbFa
 
 GDbStatus GDbCSVFactory::openDatabase(const char* locator, GDbDatabase** database) {
   loomkit::Locator parts;
+  if (locator == nullptr || database == nullptr) return GDbInvalidArgument;
   if (!loomkit::splitLocator(locator, &parts)) return GDbInvalidLocator;
   if (!GDirectory(parts.path).exists()) return GDbCantOpenDirectory;
   *database = new GDbCSV(locator, parts.path, parts.options);

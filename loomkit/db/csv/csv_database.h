@@ -15,6 +15,7 @@
 #include <istream>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,7 @@
 class GZipReader;
 
 namespace loomkit {
+class CsvCatalog;
 class CsvIndex;
 class CsvLayout;
 class CsvLineReader;
@@ -58,8 +60,19 @@ class LOOMKIT_API GDbCSV : public GDbDatabase {
   GDbStatus deleteTable(const std::string& name) override;
 
  private:
+  // What GDbCatalog asks of this backend.
+  friend class loomkit::CsvCatalog;
+  [[nodiscard]] bool isClosed() const { return directory.empty(); }
+  // The names of the tables in all sources.
+  GDbStatus listTables(std::set<std::string>* names);
+  // The text of a table from the first source that has it; null when none has.
+  std::unique_ptr<std::istream> openText(const std::string& tableName);
+
   std::unique_ptr<std::istream> openSource(const std::string& source, const std::string& file);
   std::unique_ptr<std::istream> openZipMember(const std::string& file);
+  bool listFiles(std::set<std::string>* names) const;
+  void listZipMembers(std::set<std::string>* names);
+  bool openZipReader();
   void deleteZipReader();
 
   std::string directory;            // unescaped

@@ -76,8 +76,16 @@ const char* readFloat(const char* text, char** out) {
   return end;
 }
 
-// Never fails: a line may end inside quotes.
-const char* readString(const char* text, char** out) {
+}  // namespace
+
+std::string csvTableName(const std::string& file) {
+  const std::string suffix = csvSuffix;
+  if (file.size() <= suffix.size()) return {};
+  const std::size_t stem = file.size() - suffix.size();
+  return file.compare(stem, suffix.size(), suffix) == 0 ? file.substr(0, stem) : std::string();
+}
+
+const char* readCsvText(const char* text, char** out) noexcept {
   char* to = *out;
   if (*text != csvQuote) {
     for (; *text != '\0' && *text != csvSeparator; ++text) *to++ = *text;
@@ -94,8 +102,6 @@ const char* readString(const char* text, char** out) {
   *out = to;
   return text;
 }
-
-}  // namespace
 
 CsvLayout::CsvLayout(const GDbStructure& structure) {
   for (const GDbField& field : structure.getFields()) {
@@ -127,7 +133,7 @@ GDbStatus CsvLayout::parse(const char* line, void* block, GDbRecord** record) co
     }
     values[i] = out;
     if (type == GDbFieldString)
-      at = readString(at, &out);
+      at = readCsvText(at, &out);
     else
       at = type == GDbFieldFloat ? readFloat(at, &out) : readInt(at, type, &out);
     if (at == nullptr) return GDbFieldTypeMismatch;

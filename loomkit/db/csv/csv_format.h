@@ -5,6 +5,7 @@
 #define LOOMKIT_DB_CSV_CSV_FORMAT_H
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
 #include "loomkit/db/record.h"
@@ -16,6 +17,15 @@ namespace loomkit {
 inline constexpr char csvSeparator = ';';
 inline constexpr char csvQuote = '"';
 inline constexpr const char* csvSuffix = ".csv";
+
+/// The name of the table in a file or archive member; empty when it is none.
+std::string csvTableName(const std::string& file);
+
+/// Reads one column as a text: copies it with a terminator to `*out` and moves
+/// `*out` behind that. Returns the position behind the column's text. Nothing
+/// fails, since a line may end inside quotes. Requires: `*out` has room for as
+/// many bytes as are left of the line with its own terminator.
+const char* readCsvText(const char* text, char** out) noexcept;
 
 /// How the lines of a table become records.
 class CsvLayout {

@@ -2,6 +2,7 @@
 // Tables of a CSV database that lie in its zip archive.
 #include "loomkit/archive/zip/zip_reader.h"
 #include "loomkit/db/csv/csv_database.h"
+#include "loomkit/db/csv/csv_format.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/streams/mem_stream.h"
 
@@ -11,19 +12,23 @@ constexpr unsigned memberBlockSize = 0x1000;
 
 }  // namespace
 
-// An archive that cannot be read is passed over silently. One that can stays
-// open for further tables.
+// False when there is no archive that can be read, which is passed over in
+// silence. An archive that was opened stays open for further tables.
+bool GDbCSV::openZipReader() {
+  if (zipReader != nullptr) return true;
+  const std::string path = directory + "/" + zipFile;
+  std::unique_ptr<std::istream> stream(GFile(path).getInStream(true));
+  if (stream == nullptr) return false;
+  auto reader = std::make_unique<GZipReader>(stream.get(), true);
+  static_cast<void>(stream.release());
+  if (reader->isError()) return false;
+  reader->setPath(path);
+  zipReader = reader.release();
+  return true;
+}
+
 std::unique_ptr<std::istream> GDbCSV::openZipMember(const std::string& file) {
-  if (zipReader == nullptr) {
-    const std::string path = directory + "/" + zipFile;
-    std::unique_ptr<std::istream> stream(GFile(path).getInStream(true));
-    if (stream == nullptr) return nullptr;
-    auto reader = std::make_unique<GZipReader>(stream.get(), true);
-    static_cast<void>(stream.release());
-    if (reader->isError()) return nullptr;
-    reader->setPath(path);
-    zipReader = reader.release();
-  }
+  if (!openZipReader()) return nullptr;
   const GZipEntry* entry = zipReader->getEntry(file);
   if (entry == nullptr) return nullptr;
   GOMemStream text(memberBlockSize);
@@ -33,6 +38,14 @@ std::unique_ptr<std::istream> GDbCSV::openZipMember(const std::string& file) {
   static_cast<void>(buffer.release());
   stream->seekg(0);
   return stream;
+}
+
+void GDbCSV::listZipMembers(std::set<std::string>* names) {
+  if (!openZipReader()) return;
+  for (auto entry = zipReader->entriesBegin(); entry != zipReader->entriesEnd(); ++entry) {
+    const std::string table = loomkit::csvTableName(entry->first);
+    if (!table.empty()) names->insert(table);
+  }
 }
 
 void GDbCSV::deleteZipReader() {

@@ -7,6 +7,7 @@
 #include "loomkit/db/sqlite/affinity.h"
 #include "loomkit/db/sqlite/local_text.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
+#include "loomkit/db/sqlite/sqlite3_catalog.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/text/output.h"
@@ -48,8 +49,12 @@ GDbStatus openConnection(const std::string& path, int flags, sqlite3** db, int* 
   return GDbNoError;
 }
 
-// Registered while the library is loaded; never deleted.
-[[maybe_unused]] const GDbDbFactory* const sqliteFactory = new GSqlite3DatabaseFactory;
+// The factory and the catalog are made while the library is being loaded; the
+// registries keep them to the end of the process.
+[[maybe_unused]] const GDbDbFactory* const sqliteFactory = [] {
+  GDbCatalog::registerCatalog(new loomkit::Sqlite3Catalog);
+  return new GSqlite3DatabaseFactory;
+}();
 
 }  // namespace
 
@@ -59,6 +64,7 @@ GSqlite3DatabaseFactory::GSqlite3DatabaseFactory() : GDbDbFactory("sqlite3") {
 
 GDbStatus GSqlite3DatabaseFactory::openDatabase(const char* locator, GDbDatabase** database) {
   loomkit::Locator parts;
+  if (locator == nullptr || database == nullptr) return GDbInvalidArgument;
   if (!loomkit::splitLocator(locator, &parts)) return GDbInvalidLocator;
   if (!sqlite3Library().load()) {
     logLine("Error loading sqlite3.dll.");
