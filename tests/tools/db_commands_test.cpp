@@ -170,6 +170,42 @@ TEST_F(DbCommand, CopiesATableAndQueriesIt) {
             Json::parse(R"([{"c1": null, "c2": 1, "c3": "x"}])"));
 }
 
+TEST_F(DbCommand, AFailureClosesTheJsonWithTheErrorInIt) {
+  writeFile(folder + "/bad.csv", "1;2\nx;3\n4;5\n");
+  const std::string columns = "a:int,b:int";
+  EXPECT_EQ(runLoom({"db", "scan", "--json", "--columns", columns, csv, "bad"}),
+            (Ended{4, "[\n{\"a\":1,\"b\":2},\n{\"error\":\"bad: field type mismatch\"}\n]\n",
+                   "loom: bad: field type mismatch\n"}));
+  EXPECT_EQ(runLoom({"db", "head", "--json", "--columns", columns, csv, "bad"}).out,
+            runLoom({"db", "scan", "--json", "--columns", columns, csv, "bad"}).out);
+  EXPECT_EQ(runLoom({"db", "head", "--json", "-n", "1", "--columns", columns, csv, "bad"}),
+            (Ended{0, "[\n{\"a\":1,\"b\":2}\n]\n", ""}));
+  EXPECT_EQ(runLoom({"db", "scan", "--json", csv, "nosuch"}),
+            (Ended{3, "[\n{\"error\":\"nosuch: invalid table name\"}\n]\n",
+                   "loom: nosuch: invalid table name\n"}));
+  EXPECT_EQ(runLoom({"db", "scan", "--json", "--where", "$c1 \"", csv, "codes"}).code, 5);
+  EXPECT_EQ(Json::parse(runLoom({"db", "scan", "--json", "--where", "$c1 \"", csv, "codes"}).out),
+            Json::parse(R"([{"error": "--where failed: $c1 \""}])"));
+  EXPECT_EQ(runLoom({"db", "scan", "--columns", columns, csv, "bad"}),
+            (Ended{4, "1\t2\n", "loom: bad: field type mismatch\n"}));
+  EXPECT_EQ(runLoom({"db", "copy", "--json", "--columns", columns, csv, "bad", file}),
+            (Ended{4, "", "loom: bad: field type mismatch\n"}))
+      << "a copy prints nothing before it is done";
+  EXPECT_EQ(runLoom({"db", "tables", "--json", "csv:/no/such"}).out, "");
+}
+
+TEST_F(DbCommand, ASqlStatementThatFailsMidwayClosesTheJson) {
+  ASSERT_EQ(runLoom({"db", "copy", csv, "parts", file}).code, 0);
+  const std::string overflow =
+      "SELECT 1 UNION ALL SELECT abs(-9223372036854775807 - x) FROM (SELECT 1 AS x);";
+  const Ended ended = runLoom({"sql", "--json", file, overflow});
+  EXPECT_EQ(ended.code, 5);
+  const Json json = Json::parse(ended.out);
+  ASSERT_EQ(json.size(), 2U) << ended.out;
+  EXPECT_EQ(json[0], Json::parse(R"({"c1": 1})"));
+  EXPECT_EQ("loom: " + json[1]["error"].get<std::string>() + "\n", ended.err);
+}
+
 TEST_F(DbCommand, SaysWhatItCannotOpen) {
   EXPECT_EQ(runLoom({"db", "tables", "csv:/no/such"}),
             (Ended{3, "", "loom: csv:/no/such: can't open directory\n"}));

@@ -103,6 +103,13 @@ std::unique_ptr<GDbTable> DbHost::table(const std::string& name, const std::stri
   return std::unique_ptr<GDbTable>(table);
 }
 
+std::unique_ptr<GDbTable> DbHost::readableTable(const std::string& name,
+                                                const std::string& columns) const {
+  std::unique_ptr<GDbTable> readable = table(name, columns);
+  if (!hasLargeIntegers(readable.get())) return readable;
+  throw Failure(ExitCode::damaged, name + " holds integers beyond 32 bits; loom sql can read them");
+}
+
 bool DbHost::hasLargeIntegers(GDbTable* table) const {
   if (typeId != "sqlite3") return false;
   const std::unique_ptr<GDbStructure> structure = structureOf(table);

@@ -14,6 +14,10 @@
 
 namespace loom {
 
+/// What a LOCATOR operand is, for the help of commands.
+inline constexpr std::string_view locatorHelp =
+    "The database: csv:DIRECTORY or sqlite3:FILE, with options behind ?.";
+
 /// Throws Failure where a database or table cannot be opened.
 class DbHost {
  public:
@@ -34,11 +38,14 @@ class DbHost {
   [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name,
                                                 const std::string& columns) const;
 
-  /// Whether a SQLite table holds integers beyond 32 bits. A record would have
-  /// only the lower 32 bits of them.
-  bool hasLargeIntegers(GDbTable* table) const;
+  /// The same for a table whose values are to be read. A SQLite table with
+  /// integers beyond 32 bits is a Failure: a record would have only the lower 32
+  /// bits of them.
+  [[nodiscard]] std::unique_ptr<GDbTable> readableTable(const std::string& name,
+                                                        const std::string& columns) const;
 
  private:
+  [[nodiscard]] bool hasLargeIntegers(GDbTable* table) const;
   // The columns that the database tells of a table. One whose type is not known,
   // such as a DATE, is left out: it would keep the table from being opened. An
   // SQL table has all of its columns all the same.

@@ -97,4 +97,9 @@ void RowPrinter::end() {
   }
 }
 
+void RowPrinter::fail(std::string_view reason) {
+  if (!json) return;
+  json->beginObject().key("error").value(reason).endObject().endArray();
+}
+
 }  // namespace loom

@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "command.h"
@@ -31,7 +32,12 @@ class RowPrinter {
   using Integers = std::map<int, std::int64_t>;
 
   void add(const GDbTypedRow& row, const Integers& integers = {});
+  /// Ends the output. Called once, after the last record.
   void end();
+  /// Ends the output of a command that fails, in place of end(). A JSON array
+  /// gets the object {"error": reason} as its last element; other formats have no
+  /// place for it.
+  void fail(std::string_view reason);
 
  private:
   void addJson(const GDbTypedRow& row, const Integers& integers);
@@ -42,6 +48,20 @@ class RowPrinter {
   bool table;
   std::vector<std::vector<std::string>> held;  // of the table, the head first
 };
+
+/// Calls `use(printer)` and ends the output, also when a Failure ends the
+/// command.
+template <typename Use>
+void printRows(const Invocation& call, Use use) {
+  RowPrinter printer(call);
+  try {
+    use(printer);
+  } catch (const Failure& failure) {
+    printer.fail(failure.what());
+    throw;
+  }
+  printer.end();
+}
 
 }  // namespace loom
 
