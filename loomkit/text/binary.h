@@ -180,6 +180,12 @@ class RecordWriter {
   void put(NumberField<T, byteOrder> field, std::type_identity_t<T> value) noexcept {
     if (contains(field.offset, field.size)) field.store(begin + field.offset, value);
   }
+  /// Writes the low bits of a value that may be wider than the field, for the
+  /// formats whose writers are required to cut a length off.
+  template <class T, ByteOrder byteOrder>
+  void putLow(NumberField<T, byteOrder> field, std::uint64_t value) noexcept {
+    put(field, static_cast<T>(value));
+  }
   /// Writes the beginning of `text`; what is left of the field stays as it is.
   void put(BytesField field, std::string_view text) noexcept {
     if (!contains(field.offset, field.size) || text.empty()) return;

@@ -44,6 +44,16 @@ TEST(RecordReader, PointsAtTexts) {
   EXPECT_FALSE(record.ok());
 }
 
+TEST(RecordWriter, CutsOffWhatIsTooWideWhereItIsAsked) {
+  unsigned char room[3] = {};
+  RecordWriter out(room, sizeof room);
+  out.putLow(Le16{0}, 0x12345);
+  EXPECT_EQ(RecordReader(room, sizeof room).get(Le16{0}), 0x2345);
+  EXPECT_TRUE(out.ok());
+  out.putLow(Le16{2}, 1);
+  EXPECT_FALSE(out.ok());
+}
+
 TEST(RecordWriter, WritesWhatTheReaderReads) {
   unsigned char room[32] = {};
   RecordWriter out(room, sizeof room);

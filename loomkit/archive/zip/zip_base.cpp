@@ -38,7 +38,7 @@ bool GZipBase::error(const char* text) {
 bool GZipBase::error(GOStrStream& text) { return error(text.str().c_str()); }
 
 bool GZipBase::error(const char* text, unsigned int code) {
-  return error(loomkit::zip::withReason(text, code).c_str());
+  return error(loomkit::zip::withReason(text, static_cast<int>(code)).c_str());
 }
 
 // An empty path is not left out here, other than in error().

@@ -1,27 +1,34 @@
 // SPDX-License-Identifier: MIT
-// GZipReader: the end record and the central directory.
+#include "loomkit/archive/zip/zip_directory.h"
+
 #include <algorithm>
 #include <cstring>
-#include <memory>
-#include <vector>
+#include <optional>
+#include <utility>
 
 #include "loomkit/archive/block_buf.h"
 #include "loomkit/archive/zip/zip_layout.h"
-#include "loomkit/archive/zip/zip_reader.h"
-#include "loomkit/text/binary.h"
 
-using namespace loomkit;
+namespace loomkit::zip {
 
 namespace {
 
-const unsigned char* bytesOf(const char* text) {
-  return reinterpret_cast<const unsigned char*>(text);
+std::uint32_t low32(std::streamoff offset) { return static_cast<std::uint32_t>(offset); }
+
+// The end record is looked for from the end, and the first one found counts.
+std::optional<std::size_t> findEndRecord(const std::string& tail) {
+  const RecordReader bytes(tail.data(), tail.size());
+  for (std::size_t i = tail.size() - end::size + 1; i > 0; --i) {
+    if (bytes.get(end::signature.behind(i - 1)) == end::signatureValue) return i - 1;
+  }
+  return std::nullopt;
 }
 
-// A name's first eight bytes, which decide most comparisons, lie side by side.
+// To sort 60,000 names, their first eight bytes are laid side by side: they decide
+// most comparisons without a look at the names themselves.
 struct NameKey {
   std::uint64_t start;
-  std::uint32_t index;
+  std::size_t index;
 };
 
 // The entries in the order of their names; those with one name as they came.
@@ -31,7 +38,7 @@ std::vector<NameKey> orderOfNames(const std::vector<std::unique_ptr<GZipEntry>>&
   for (const auto& entry : entries) {
     unsigned char start[8] = {};
     std::memcpy(start, entry->getFName().data(), std::min(sizeof start, entry->getFName().size()));
-    keys.push_back({loadBe64(start), static_cast<std::uint32_t>(keys.size())});
+    keys.push_back({loadBe64(start), keys.size()});
   }
   const auto before = [&entries](const NameKey& a, const NameKey& b) {
     if (a.start != b.start) return a.start < b.start;
@@ -46,111 +53,82 @@ std::vector<NameKey> orderOfNames(const std::vector<std::unique_ptr<GZipEntry>>&
 
 }  // namespace
 
-bool GZipReader::readEndOfCentralDirectoryRecord() {
-  std::streamoff fileSize = -1;
-  if (stream->seekg(0, std::ios::end)) fileSize = stream->tellg();
-  if (fileSize < 0) return error("can't seek to end of file");
-  zipFileSize = static_cast<std::uint32_t>(fileSize);
-  if (fileSize < static_cast<std::streamoff>(zip::end::size)) return error("not a valid zip file");
-  std::string tail(static_cast<std::size_t>(std::min<std::streamoff>(fileSize, zip::searchedTail)),
-                   '\0');
-  const std::streamoff tailOffset = fileSize - static_cast<std::streamoff>(tail.size());
-  if (!stream->seekg(tailOffset)) return error("seek error");
-  if (!stream->read(tail.data(), static_cast<std::streamsize>(tail.size()))) {
-    return error("read error");
-  }
-  std::size_t index = 0;
-  if (!findEndRecord(tail, &index)) {
-    return error("end of central directory record signature not found");
-  }
-  endRecordOffset = static_cast<std::uint32_t>(tailOffset + static_cast<std::streamoff>(index));
-  const unsigned char* record = bytesOf(tail.data() + index);
-  checkEndRecord(record);
-  centralDirectoryEntryCount = loadLe16(record + zip::end::entriesAt);
-  centralDirectorySize = loadLe32(record + zip::end::directorySizeAt);
-  centralDirectoryOffset = loadLe32(record + zip::end::directoryOffsetAt);
-  takeZipFileComment(tail, index);
-  return true;
+Directory::Directory(std::istream& archive, Warn warnHost)
+    : stream(archive), warn(std::move(warnHost)) {}
+
+const char* Directory::readEndRecord() {
+  std::streamoff size = -1;
+  if (stream.seekg(0, std::ios::end)) size = stream.tellg();
+  if (size < 0) return "can't seek to end of file";
+  endRecord.archiveSize = low32(size);
+  if (size < std::streamoff{end::size}) return "not a valid zip file";
+  const std::streamoff tailSize = std::min<std::streamoff>(size, searchedTail);
+  std::string tail(static_cast<std::size_t>(tailSize), '\0');
+  if (!stream.seekg(size - tailSize)) return "seek error";
+  if (!stream.read(tail.data(), tailSize)) return "read error";
+  const std::optional<std::size_t> index = findEndRecord(tail);
+  if (!index) return "end of central directory record signature not found";
+  endRecord.offset = low32(size - tailSize + static_cast<std::streamoff>(*index));
+  const RecordReader record(tail.data() + *index, end::size);
+  checkDisks(record);
+  endRecord.entryCount = record.get(end::entries);
+  endRecord.directorySize = record.get(end::directorySize);
+  endRecord.directoryOffset = record.get(end::directoryOffset);
+  takeComment(tail, *index + end::size, record.get(end::commentSize));
+  return nullptr;
 }
 
-// The one nearest to the end of the file counts.
-bool GZipReader::findEndRecord(const std::string& tail, std::size_t* index) {
-  for (std::size_t i = tail.size() - zip::end::size + 1; i > 0; --i) {
-    if (loadLe32(bytesOf(tail.data() + i - 1)) == zip::end::signature) {
-      *index = i - 1;
-      return true;
-    }
+void Directory::checkDisks(const RecordReader& record) {
+  if (record.get(end::disk) != 0) {
+    warn("end of central directory record: invalid number of this disk");
   }
-  return false;
-}
-
-void GZipReader::checkEndRecord(const unsigned char* record) {
-  using namespace zip::end;
-  if (loadLe16(record + diskAt) != 0) {
-    warning("end of central directory record: invalid number of this disk");
-  }
-  if (loadLe16(record + directoryDiskAt) != 0) {
-    warning(
+  if (record.get(end::directoryDisk) != 0) {
+    warn(
         "end of central directory record: invalid number for disk with start of central "
         "directory");
   }
-  if (loadLe16(record + entriesHereAt) != loadLe16(record + entriesAt)) {
-    warning(
+  if (record.get(end::entriesHere) != record.get(end::entries)) {
+    warn(
         "end of central directory record: number of central directory entries on this disk "
         "doesn't match total number of central directory entries");
   }
 }
 
-void GZipReader::takeZipFileComment(const std::string& tail, std::size_t index) {
-  const std::size_t begin = index + zip::end::size;
-  const std::size_t size = loadLe16(bytesOf(tail.data() + index) + zip::end::commentSizeAt);
-  zipFileComment.clear();
-  if (begin + size > tail.size()) {
-    warning(
-        "end of central directory record: invalid length for zip file comment, comment ignored");
+// The comment fills the rest of the tail; bytes behind it do no harm.
+void Directory::takeComment(const std::string& tail, std::size_t index, std::size_t size) {
+  endRecord.comment.clear();
+  if (index + size > tail.size()) {
+    warn("end of central directory record: invalid length for zip file comment, comment ignored");
     return;
   }
-  if (begin + size < tail.size()) {
-    warning("end of central directory record: extra bytes at end of zip file (ignored)");
+  if (index + size < tail.size()) {
+    warn("end of central directory record: extra bytes at end of zip file (ignored)");
   }
-  zipFileComment = tail.substr(begin, size);
+  endRecord.comment = tail.substr(index, size);
 }
 
-bool GZipReader::readCentralDirectory() {
-  if (!readEndOfCentralDirectoryRecord()) {
-    return error("can't read end of central directory record");
+bool Directory::readEntries(std::vector<std::unique_ptr<GZipEntry>>* entries) {
+  DirectoryStream headers(stream, endRecord.directoryOffset);
+  const std::streamoff behind = std::streamoff{endRecord.directoryOffset} + endRecord.directorySize;
+  while (headers.position() < behind) {
+    entries->push_back(std::make_unique<GZipEntry>());
+    if (!entries->back()->readFileHeader(&headers.get())) return false;
   }
-  if (!stream->seekg(centralDirectoryOffset)) {
-    return error("can't seek to beginning of central directory");
-  }
-  return readFileHeaders();
-}
-
-bool GZipReader::readFileHeaders() {
-  DirectoryStream directory(*stream, centralDirectoryOffset);
-  const std::streamoff end = std::streamoff{centralDirectoryOffset} + centralDirectorySize;
-  std::vector<std::unique_ptr<GZipEntry>> read;
-  while (directory.position() < end) {
-    read.push_back(std::make_unique<GZipEntry>());
-    if (!read.back()->readFileHeader(&directory.get())) {
-      deleteEntries();
-      return error("error reading central directory entry");
-    }
-  }
-  if (directory.position() != end) warning("read beyond end of central directory");
-  const auto count = static_cast<std::uint16_t>(read.size());
-  if (count != centralDirectoryEntryCount) warning("central directory entry count mismatch");
-  addEntries(std::move(read));
+  if (headers.position() != behind) warn("read beyond end of central directory");
+  const auto count = static_cast<std::uint16_t>(entries->size());
+  if (count != endRecord.entryCount) warn("central directory entry count mismatch");
   return true;
 }
 
-// Of several entries with one name the first stays. In their order they go into
-// the map without a search.
-void GZipReader::addEntries(std::vector<std::unique_ptr<GZipEntry>> read) {
-  for (const NameKey& key : orderOfNames(read)) {
-    std::unique_ptr<GZipEntry>& entry = read[key.index];
-    const std::size_t before = entries.size();
-    entries.emplace_hint(entries.end(), entry->getFName(), entry.get());
-    if (entries.size() > before) static_cast<void>(entry.release());
+// In the order of their names the entries go into the map without a search.
+void addByName(std::vector<std::unique_ptr<GZipEntry>> entries,
+               std::map<std::string, GZipEntry*>* byName) {
+  for (const NameKey& key : orderOfNames(entries)) {
+    std::unique_ptr<GZipEntry>& entry = entries[key.index];
+    const std::size_t before = byName->size();
+    byName->emplace_hint(byName->end(), entry->getFName(), entry.get());
+    if (byName->size() > before) static_cast<void>(entry.release());
   }
 }
+
+}  // namespace loomkit::zip

@@ -13,19 +13,6 @@ using namespace loomkit;
 
 namespace {
 
-// A record's bytes, read field by field.
-template <std::size_t size>
-struct Record {
-  unsigned char bytes[size] = {};
-
-  bool read(std::istream& stream) {
-    return static_cast<bool>(
-        stream.read(reinterpret_cast<char*>(bytes), static_cast<std::streamsize>(size)));
-  }
-  [[nodiscard]] unsigned int u16(std::size_t at) const { return loadLe16(bytes + at); }
-  [[nodiscard]] std::uint32_t u32(std::size_t at) const { return loadLe32(bytes + at); }
-};
-
 bool readText(std::istream& stream, std::size_t size, std::string& text) {
   text.resize(size);
   return static_cast<bool>(stream.read(text.data(), static_cast<std::streamsize>(size)));
@@ -37,7 +24,12 @@ bool skip(std::istream& stream, unsigned int count) {
   return position != -1;
 }
 
-unsigned char* bytesOf(char* buffer) { return reinterpret_cast<unsigned char*>(buffer); }
+// A header is one write with its name behind it, so that a full disk leaves both
+// or neither in the sink.
+bool writeRecord(GZipFileWriter& sink, const std::string& record, const char* failure) {
+  const int status = sink.write(record.data(), static_cast<int>(record.size()));
+  return status == 0 || zip::entryError(failure, status);
+}
 
 }  // namespace
 
@@ -77,33 +69,39 @@ unsigned short GZipEntry::getFileDate() const {
 }
 
 bool GZipEntry::readFileHeader(std::istream* stream) {
-  using namespace zip::central;
-  Record<size> header;
-  if (!header.read(*stream)) return error(zip::centralHeaderFailed);
-  if (header.u32(signatureAt) != signature) return error("central file header: invalid signature");
-  if ((header.u16(flagsAt) & zip::flagEncrypted) != 0) setEncrypted();
-  if ((header.u16(flagsAt) & zip::flagDataDescriptor) != 0) setHasDataDescriptor();
-  takeMethod(header.u16(methodAt));
-  fileTime = loadLe16(header.bytes + timeAt);
-  fileDate = loadLe16(header.bytes + dateAt);
+  namespace central = zip::central;
+  char bytes[central::size];
+  if (!stream->read(bytes, sizeof bytes)) return error(zip::centralHeaderFailed);
+  const RecordReader header(bytes, sizeof bytes);
+  if (header.get(central::signature) != central::signatureValue) {
+    return error("central file header: invalid signature");
+  }
+  if ((header.get(central::flags) & zip::flagEncrypted) != 0) setEncrypted();
+  if ((header.get(central::flags) & zip::flagDataDescriptor) != 0) setHasDataDescriptor();
+  takeMethod(header.get(central::method));
+  fileTime = header.get(central::time);
+  fileDate = header.get(central::date);
   knowsModTime = false;
   knowsFileTime = false;
-  crc = header.u32(crcAt);
-  comprSize = header.u32(comprSizeAt);
-  uncomprSize = header.u32(uncomprSizeAt);
-  if (header.u16(nameSizeAt) > zip::longestName) {
+  crc = header.get(central::crc);
+  comprSize = header.get(central::comprSize);
+  uncomprSize = header.get(central::uncomprSize);
+  if (header.get(central::nameSize) > zip::longestName) {
     return error("central file header: file names longer than 1024 not supported");
   }
-  if (header.u16(diskAt) != 0) warning("central file header: bogus disk number start field");
-  takeAttributes(header.bytes[externalAttributesAt]);
-  localHeaderOffs = header.u32(localHeaderOffsetAt);
-  if (!readText(*stream, header.u16(nameSizeAt), name)) {
+  if (header.get(central::disk) != 0) {
+    warning("central file header: bogus disk number start field");
+  }
+  takeAttributes(header.get(central::externalAttributes) & 0xff);
+  localHeaderOffs = header.get(central::localHeaderOffset);
+  if (!readText(*stream, header.get(central::nameSize), name)) {
     return error("central file header: input/output error reading file name");
   }
-  if (!skip(*stream, header.u16(extraSizeAt))) {
+  if (!skip(*stream, header.get(central::extraSize))) {
     return error("central file header: input/output error skipping extra field");
   }
-  if (header.u16(commentSizeAt) != 0 && !readText(*stream, header.u16(commentSizeAt), comment)) {
+  const std::size_t commentSize = header.get(central::commentSize);
+  if (commentSize != 0 && !readText(*stream, commentSize, comment)) {
     return error("central file header: input/output error reading comment");
   }
   return true;
@@ -119,6 +117,7 @@ void GZipEntry::takeMethod(unsigned int method) {
     text << "central file header: compression method " << method << " not supported";
     warning(text);
     notSupported = true;
+    unknownMethod = true;
   }
 }
 
@@ -133,72 +132,68 @@ void GZipEntry::takeAttributes(unsigned int attributes) {
   }
 }
 
-bool GZipEntry::verifyLocalFileHeader(std::istream* stream) const {
-  using namespace zip::local;
-  Record<size> header;
-  if (!header.read(*stream)) return error(zip::localHeaderFailed);
-  if (header.u32(signatureAt) != signature) {
-    return error("local file header: signature mismatch");
-  }
-  const unsigned int flags = header.u16(flagsAt);
-  if (((flags & zip::flagEncrypted) != 0) != encrypted) {
-    return error("local file header: crypt flag mismatch");
-  }
+// The first difference, or null. The order of the comparisons decides which of
+// several differences is reported, and hosts search their logs for the texts.
+const char* GZipEntry::findMismatch(const RecordReader& header) const {
+  namespace local = zip::local;
+  if (header.get(local::signature) != local::signatureValue) return "signature mismatch";
+  const unsigned int flags = header.get(local::flags);
+  if (((flags & zip::flagEncrypted) != 0) != encrypted) return "crypt flag mismatch";
   if (((flags & zip::flagDataDescriptor) != 0) != dataDescriptor) {
-    return error("local file header: data descriptor bit mismatch");
+    return "data descriptor bit mismatch";
   }
-  if (header.u16(methodAt) != (compressed ? zip::methodDeflated : zip::methodStored)) {
-    return error("local file header: compression method mismatch");
-  }
+  const unsigned int method = compressed ? zip::methodDeflated : zip::methodStored;
+  if (unknownMethod || header.get(local::method) != method) return "compression method mismatch";
   if (!dataDescriptor) {
-    if (header.u32(crcAt) != crc) return error("local file header: crc mismatch");
-    if (header.u32(comprSizeAt) != comprSize) {
-      return error("local file header: compressed size mismatch");
-    }
-    if (header.u32(uncomprSizeAt) != uncomprSize) {
-      return error("local file header: uncompressed size mismatch");
-    }
+    if (header.get(local::crc) != crc) return "crc mismatch";
+    if (header.get(local::comprSize) != comprSize) return "compressed size mismatch";
+    if (header.get(local::uncomprSize) != uncomprSize) return "uncompressed size mismatch";
   }
-  if (header.u16(nameSizeAt) != name.size()) {
-    return error("local file header: filename length mismatch");
+  return header.get(local::nameSize) == name.size() ? nullptr : "filename length mismatch";
+}
+
+bool GZipEntry::verifyLocalFileHeader(std::istream* stream) const {
+  char bytes[zip::local::size];
+  if (!stream->read(bytes, sizeof bytes)) return error(zip::localHeaderFailed);
+  const RecordReader header(bytes, sizeof bytes);
+  if (const char* mismatch = findMismatch(header); mismatch != nullptr) {
+    return error((std::string("local file header: ") + mismatch).c_str());
   }
   std::string stored;
   if (!readText(*stream, name.size(), stored)) {
     return error("local file header: input/output error reading file name");
   }
   if (stored != name) return error("local file header: file name mismatch");
-  if (!skip(*stream, header.u16(extraSizeAt))) {
+  if (!skip(*stream, header.get(zip::local::extraSize))) {
     return error("local file header: input/output error skipping extra field");
   }
   return true;
 }
 
 void GZipEntry::fillLocalFileHeader(char* buffer, bool update) const {
-  using namespace zip::local;
-  unsigned char* header = bytesOf(buffer);
-  std::memset(header, 0, size);
+  namespace local = zip::local;
+  std::memset(buffer, 0, local::size);
+  RecordWriter header(buffer, local::size);
   unsigned int flags = encrypted ? zip::flagEncrypted : 0;
   if (!directory && !update) flags |= zip::flagDataDescriptor;
-  storeLe32(header + signatureAt, signature);
-  storeLe16(header + versionAt, zip::version);
-  storeLe16(header + flagsAt, static_cast<std::uint16_t>(flags));
-  storeLe16(header + methodAt, compressed ? zip::methodDeflated : zip::methodStored);
-  storeLe16(header + timeAt, getFileTime());
-  storeLe16(header + dateAt, getFileDate());
-  storeLe16(header + nameSizeAt, static_cast<std::uint16_t>(name.size()));
+  header.put(local::signature, local::signatureValue);
+  header.put(local::version, zip::version2);
+  header.putLow(local::flags, flags);
+  header.put(local::method, compressed ? zip::methodDeflated : zip::methodStored);
+  header.put(local::time, getFileTime());
+  header.put(local::date, getFileDate());
+  header.putLow(local::nameSize, name.size());
   if (!update) return;
-  storeLe32(header + crcAt, crc);
-  storeLe32(header + comprSizeAt, comprSize);
-  storeLe32(header + uncomprSizeAt, uncomprSize);
+  header.put(local::crc, crc);
+  header.put(local::comprSize, comprSize);
+  header.put(local::uncomprSize, uncomprSize);
 }
 
 bool GZipEntry::writeLocalFileHeader(GZipFileWriter* sink) {
   std::string record(zip::local::size, '\0');
   fillLocalFileHeader(record.data(), false);
   record += name;
-  const int status = sink->write(record.data(), static_cast<int>(record.size()));
-  if (status == 0) return true;
-  return zip::entryError(zip::localHeaderFailed, status);
+  return writeRecord(*sink, record, zip::localHeaderFailed);
 }
 
 bool GZipEntry::updateLocalFileHeader(GZipFileWriter* sink) {
@@ -206,62 +201,57 @@ bool GZipEntry::updateLocalFileHeader(GZipFileWriter* sink) {
   if (dataDescriptor) return writeDataDescriptor(sink);
   char header[zip::local::size];
   fillLocalFileHeader(header, true);
-  // As 32 bits with a sign, so that the offset of a sink that has no position
-  // leads nowhere.
+  // As 32 bits with a sign: a sink that has no position gave -1 as the offset,
+  // which then leads nowhere instead of to 4 GiB.
   const long header32 = static_cast<std::int32_t>(localHeaderOffs);
   if (sink->amend(header32, header, sizeof header)) return true;
   if (sink->seek(header32) != 0) return writeDataDescriptor(sink);
   int status = sink->write(header, sizeof header);
   if (status != 0) {
-    return error("local file header (update): input/output error",
-                 static_cast<unsigned int>(status));
+    return zip::entryError("local file header (update): input/output error", status);
   }
   status = sink->seek(position);
-  if (status == 0) return true;
-  return error("local file header (update): seek error", static_cast<unsigned int>(status));
+  return status == 0 || zip::entryError("local file header (update): seek error", status);
 }
 
 bool GZipEntry::writeDataDescriptor(GZipFileWriter* sink) {
-  using namespace zip::descriptor;
-  unsigned char record[size];
-  storeLe32(record + signatureAt, signature);
-  storeLe32(record + crcAt, crc);
-  storeLe32(record + comprSizeAt, comprSize);
-  storeLe32(record + uncomprSizeAt, uncomprSize);
-  const int status = sink->write(record, sizeof record);
-  if (status != 0) {
-    return error("data descriptor: input/output error", static_cast<unsigned int>(status));
-  }
+  namespace descriptor = zip::descriptor;
+  char bytes[descriptor::size];
+  RecordWriter record(bytes, sizeof bytes);
+  record.put(descriptor::signature, descriptor::signatureValue);
+  record.put(descriptor::crc, crc);
+  record.put(descriptor::comprSize, comprSize);
+  record.put(descriptor::uncomprSize, uncomprSize);
+  const int status = sink->write(bytes, sizeof bytes);
+  if (status != 0) return zip::entryError("data descriptor: input/output error", status);
   setHasDataDescriptor();
   return true;
 }
 
 bool GZipEntry::writeFileHeader(GZipFileWriter* sink) {
-  using namespace zip::central;
-  std::string record(size, '\0');
-  unsigned char* header = bytesOf(record.data());
+  namespace central = zip::central;
+  std::string record(central::size, '\0');
+  RecordWriter header(record.data(), record.size());
   const unsigned int flags =
       (dataDescriptor ? zip::flagDataDescriptor : 0) | (encrypted ? zip::flagEncrypted : 0);
-  storeLe32(header + signatureAt, signature);
-  storeLe16(header + madeByAt, zip::version);
-  storeLe16(header + versionAt, zip::version);
-  storeLe16(header + flagsAt, static_cast<std::uint16_t>(flags));
-  storeLe16(header + methodAt, compressed ? zip::methodDeflated : zip::methodStored);
-  storeLe16(header + timeAt, getFileTime());
-  storeLe16(header + dateAt, getFileDate());
-  storeLe32(header + crcAt, crc);
-  storeLe32(header + comprSizeAt, comprSize);
-  storeLe32(header + uncomprSizeAt, uncomprSize);
-  storeLe16(header + nameSizeAt, static_cast<std::uint16_t>(name.size()));
-  storeLe16(header + commentSizeAt, static_cast<std::uint16_t>(comment.size()));
-  storeLe16(header + internalAttributesAt, ascii ? zip::internalAscii : 0);
-  storeLe32(header + externalAttributesAt, directory ? zip::attributeDirectory : 0);
-  storeLe32(header + localHeaderOffsetAt, localHeaderOffs);
+  header.put(central::signature, central::signatureValue);
+  header.put(central::madeBy, zip::version2);
+  header.put(central::version, zip::version2);
+  header.putLow(central::flags, flags);
+  header.put(central::method, compressed ? zip::methodDeflated : zip::methodStored);
+  header.put(central::time, getFileTime());
+  header.put(central::date, getFileDate());
+  header.put(central::crc, crc);
+  header.put(central::comprSize, comprSize);
+  header.put(central::uncomprSize, uncomprSize);
+  header.putLow(central::nameSize, name.size());
+  header.putLow(central::commentSize, comment.size());
+  header.put(central::internalAttributes, ascii ? zip::internalAscii : 0);
+  header.put(central::externalAttributes, directory ? zip::attributeDirectory : 0);
+  header.put(central::localHeaderOffset, localHeaderOffs);
   record += name;
   record += comment;
-  const int status = sink->write(record.data(), static_cast<int>(record.size()));
-  if (status == 0) return true;
-  return zip::entryError(zip::centralHeaderFailed, status);
+  return writeRecord(*sink, record, zip::centralHeaderFailed);
 }
 
 bool GZipEntry::writeLocalFileHeader(std::ostream* stream) {
@@ -283,10 +273,6 @@ bool GZipEntry::writeFileHeader(std::ostream* stream) {
 bool GZipEntry::error(const char* text) const {
   gOutput->error(gDataSysName, text);
   return false;
-}
-
-bool GZipEntry::error(const char* text, unsigned int code) const {
-  return zip::entryError(text, static_cast<int>(code));
 }
 
 void GZipEntry::warning(const char* text) const { gOutput->warning(gDataSysName, text); }

@@ -11,6 +11,10 @@
 #include "loomkit/platform/export.h"
 #include "loomkit/text/str_stream.h"
 
+namespace loomkit {
+class RecordReader;
+}
+
 /// A new entry is zero, empty and false throughout; the flags can be set and
 /// not cleared. Readers and writers own their entries and hand out const ones.
 ///
@@ -93,13 +97,13 @@ class LOOMKIT_API GZipEntry {
 
  private:
   bool error(const char* text) const;
-  bool error(const char* text, unsigned int code) const;
   void warning(const char* text) const;
   void warning(GOStrStream& text) const;
   void fillLocalFileHeader(char* buffer, bool update) const;
   void convertToFileTime() const;
   void takeMethod(unsigned int method);
   void takeAttributes(unsigned int attributes);
+  const char* findMismatch(const loomkit::RecordReader& header) const;
   bool writeDataDescriptor(GZipFileWriter* sink);
 
   mutable long modTime = 0;
@@ -116,6 +120,8 @@ class LOOMKIT_API GZipEntry {
   bool dataDescriptor = false;
   bool ascii = false;
   bool notSupported = false;
+  // Why it is not supported: a volume label, which is not either, has a method.
+  bool unknownMethod = false;
   // Times are converted when they are asked for: that costs more than the rest
   // of a header, and most are never looked at.
   mutable bool knowsModTime = true;

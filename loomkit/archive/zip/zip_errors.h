@@ -11,9 +11,9 @@
 
 namespace loomkit::zip {
 
-/// The text with the system's words for a status, where it has any.
-inline std::string withReason(const char* text, unsigned int code) {
-  const int status = static_cast<int>(code);
+/// The text with the system's words for a status, where it has any. A status is
+/// an int all the way; only GZipBase::error() has always taken it unsigned.
+inline std::string withReason(const char* text, int status) {
   if (status == GZipFileWriter::unspecificFailure) return text;
   return std::string(text) + " (" + hulStrError(status) + ")";
 }
@@ -25,7 +25,7 @@ inline constexpr char centralHeaderFailed[] = "central file header: input/output
 
 /// Reports a failure of an entry, which has no path. Always false.
 inline bool entryError(const char* text, int status) {
-  gOutput->error(gDataSysName, withReason(text, static_cast<unsigned int>(status)).c_str());
+  gOutput->error(gDataSysName, withReason(text, status).c_str());
   return false;
 }
 

@@ -2,8 +2,14 @@
 #include "loomkit/archive/zip/zip_reader.h"
 
 #include <algorithm>
+#include <cassert>
+#include <memory>
+#include <utility>
+#include <vector>
 
+#include "loomkit/archive/zip/zip_directory.h"
 #include "loomkit/archive/zip/zip_layout.h"
+#include "loomkit/archive/zip/zip_member_reader.h"
 #include "loomkit/archive/zip/zip_receivers.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/text/binary.h"
@@ -48,6 +54,31 @@ void GZipReader::takeStream(std::istream* newStream, bool ownsNewStream) {
 void GZipReader::deleteEntries() {
   for (const auto& [name, entry] : entries) delete entry;
   entries.clear();
+}
+
+// What of the end record hosts know the places of is kept, also when the rest
+// cannot be read.
+bool GZipReader::readCentralDirectory() {
+  zip::Directory directory(*stream, [this](const char* text) { warning(text); });
+  const char* wrong = directory.readEndRecord();
+  const zip::EndRecord& end = directory.getEndRecord();
+  zipFileSize = end.archiveSize;
+  if (wrong != nullptr) return error(wrong);
+  zipFileComment = end.comment;
+  endRecordOffset = end.offset;
+  centralDirectoryOffset = end.directoryOffset;
+  centralDirectorySize = end.directorySize;
+  centralDirectoryEntryCount = end.entryCount;
+  if (!stream->seekg(centralDirectoryOffset)) {
+    return error("can't seek to beginning of central directory");
+  }
+  std::vector<std::unique_ptr<GZipEntry>> read;
+  if (!directory.readEntries(&read)) {
+    deleteEntries();
+    return error("error reading central directory entry");
+  }
+  zip::addByName(std::move(read), &entries);
+  return true;
 }
 
 const GZipEntry* GZipReader::getEntry(const std::string& name) const {
@@ -98,10 +129,24 @@ bool GZipReader::readEntry(const GZipEntry* entry, char** data, unsigned int* si
   return true;
 }
 
+bool GZipReader::readEntry(const GZipEntry* entry, Output* out) {
+  assert(stream != nullptr && "the reader is closed");
+  if (!entry->isFile()) {
+    GOStrStream text;
+    text << "not a file (" << entry->getFName() << ")";
+    warning(text);
+    return false;
+  }
+  // An earlier entry that could not be read is no reason for this one to fail.
+  stream->clear();
+  return MemberReader(*this, *entry, *out).run();
+}
+
 bool GZipReader::isZipStream(std::istream* stream) {
   if (stream == nullptr) return false;
-  unsigned char bytes[4] = {};
-  stream->read(reinterpret_cast<char*>(bytes), sizeof bytes);
+  char bytes[zip::local::signature.size] = {};
+  stream->read(bytes, sizeof bytes);
   if (stream->good()) stream->rdbuf()->pubseekoff(-stream->gcount(), std::ios::cur, std::ios::in);
-  return stream->gcount() == sizeof bytes && loadLe32(bytes) == zip::local::signature;
+  return stream->gcount() == sizeof bytes &&
+         RecordReader(bytes, sizeof bytes).get(zip::local::signature) == zip::local::signatureValue;
 }

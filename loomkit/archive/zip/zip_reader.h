@@ -12,10 +12,8 @@
 #include <cstdint>
 #include <istream>
 #include <map>
-#include <memory>
 #include <ostream>
 #include <string>
-#include <vector>
 
 #include "loomkit/archive/entry_iterator.h"
 #include "loomkit/archive/zip/zip_base.h"
@@ -112,19 +110,13 @@ class LOOMKIT_API GZipReader : public GZipBase {
   [[nodiscard]] const std::string& getZipFileComment() const { return zipFileComment; }
 
  private:
-  class Extraction;
+  class MemberReader;
   class StreamOutput;
   class BufferOutput;
 
   void takeStream(std::istream* newStream, bool ownsNewStream);
   void deleteEntries();
   bool readCentralDirectory();
-  bool readEndOfCentralDirectoryRecord();
-  static bool findEndRecord(const std::string& tail, std::size_t* index);
-  void checkEndRecord(const unsigned char* record);
-  void takeZipFileComment(const std::string& tail, std::size_t index);
-  bool readFileHeaders();
-  void addEntries(std::vector<std::unique_ptr<GZipEntry>> read);
   const GZipEntry* findEntry(const std::string& name);
 
   bool ownsStream = false;

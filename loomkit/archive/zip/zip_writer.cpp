@@ -2,6 +2,7 @@
 #include "loomkit/archive/zip/zip_writer.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <ctime>
 #include <memory>
@@ -9,6 +10,7 @@
 
 #include "loomkit/archive/zip/zip_errors.h"
 #include "loomkit/archive/zip/zip_layout.h"
+#include "loomkit/archive/zip/zip_member_writer.h"
 #include "loomkit/archive/zip/zip_name.h"
 #include "loomkit/platform/hul.h"
 #include "loomkit/streams/directory.h"
@@ -59,6 +61,19 @@ class GZipWriter::BufferInput : public GZipWriter::Input {
   unsigned int left;
 };
 
+/// Lets the sink hold a member's bytes back as long as it lives; also what a
+/// member that failed has left there goes out at its end.
+class GZipWriter::Holding {
+ public:
+  explicit Holding(GZipFileWriter& target) : sink(target) { sink.hold(); }
+  Holding(const Holding&) = delete;
+  Holding& operator=(const Holding&) = delete;
+  ~Holding() { sink.release(); }
+
+ private:
+  GZipFileWriter& sink;
+};
+
 GZipWriter::GZipWriter() : time(static_cast<long>(std::time(nullptr))) {}
 
 GZipWriter::GZipWriter(std::ostream* stream, bool ownsStream) : GZipWriter() {
@@ -93,7 +108,7 @@ bool GZipWriter::open(const std::string& newPath) {
     // The archives of scenes were the first; the word has stayed for all.
     std::string text = "Can't create scene file '%1' for writing";
     text << newPath;
-    return error(text.c_str(), static_cast<unsigned int>(status));
+    return failed(text.c_str(), status);
   }
   delete sink;
   sink = new GZipFileWriter(handle);
@@ -106,9 +121,9 @@ bool GZipWriter::close() {
   const std::unique_ptr<GZipFileWriter> closing(std::exchange(sink, nullptr));
   if (!complete) return false;
   int status = closing->flush();
-  if (status != 0) return error("input/output error on flush", static_cast<unsigned int>(status));
+  if (status != 0) return failed("input/output error on flush", status);
   status = closing->close();
-  if (status != 0) return error("input/output error on close", static_cast<unsigned int>(status));
+  if (status != 0) return failed("input/output error on close", status);
   return !isError();
 }
 
@@ -132,6 +147,28 @@ bool GZipWriter::writeEntry(const std::string& name, std::istream* data) {
 bool GZipWriter::writeEntry(const std::string& name, const char* data, unsigned int size) {
   BufferInput input(data, size);
   return writeEntry(name, &input);
+}
+
+bool GZipWriter::writeEntry(const std::string& rawName, Input* data) {
+  if (isError()) return false;
+  assert(sink != nullptr && "the writer is closed");
+  const std::string name = normalizeName(rawName);
+  if (!makeBaseDirectories(name)) return false;
+  GZipEntry* entry = addEntry(name);
+  if (!getPassword().empty()) {
+    entry->setEncrypted();
+    entry->setHasDataDescriptor();
+  }
+  if (compression) entry->setCompressed();
+  entry->setFile();
+  const Holding holding(*sink);
+  if (!entry->writeLocalFileHeader(sink)) return error("error writing local file header");
+  return MemberWriter(*this, *entry, *data).run();
+}
+
+// Reports a failure of the sink, always false.
+bool GZipWriter::failed(const char* text, int status) {
+  return error(zip::withReason(text, status).c_str());
 }
 
 std::string GZipWriter::normalizeName(const std::string& name) { return zip::normalizedName(name); }
@@ -180,15 +217,15 @@ bool GZipWriter::writeCentralDirectory() {
 }
 
 bool GZipWriter::writeEndRecord(unsigned int start, unsigned int size) {
-  unsigned char record[zip::end::size] = {};
-  const auto count = static_cast<std::uint16_t>(entries.size());
-  storeLe32(record + zip::end::signatureAt, zip::end::signature);
-  storeLe16(record + zip::end::entriesHereAt, count);
-  storeLe16(record + zip::end::entriesAt, count);
-  storeLe32(record + zip::end::directorySizeAt, size);
-  storeLe32(record + zip::end::directoryOffsetAt, start);
-  const int status = sink->write(record, sizeof record);
+  namespace layout = zip::end;
+  char bytes[layout::size] = {};
+  RecordWriter record(bytes, sizeof bytes);
+  record.put(layout::signature, layout::signatureValue);
+  record.putLow(layout::entriesHere, entries.size());
+  record.putLow(layout::entries, entries.size());
+  record.put(layout::directorySize, size);
+  record.put(layout::directoryOffset, start);
+  const int status = sink->write(bytes, sizeof bytes);
   if (status == 0) return true;
-  return error("input/output error writing end of central directory record",
-               static_cast<unsigned int>(status));
+  return failed("input/output error writing end of central directory record", status);
 }

@@ -86,9 +86,10 @@ class LOOMKIT_API GZipWriter : public GZipBase {
  private:
   class StreamInput;
   class BufferInput;
-  class Packing;
-  class Held;
+  class MemberWriter;
+  class Holding;
 
+  bool failed(const char* text, int status);
   static std::string normalizeName(const std::string& name);
   bool makeBaseDirectories(const std::string& name);
   bool writeCentralDirectory();

@@ -41,11 +41,18 @@ inline std::string zipOf(const std::vector<ZipMember>& members) {
   return out.str();
 }
 
-inline unsigned char* at(std::string& bytes, std::size_t offset) {
-  return reinterpret_cast<unsigned char*>(&bytes[offset]);
+/// A field of the record that begins at the archive's beginning; `behind()` leads
+/// to other records.
+template <class Field>
+typename Field::Value fieldOf(const std::string& zip, Field field) {
+  return RecordReader(zip.data(), zip.size()).get(field);
 }
-inline const unsigned char* at(const std::string& bytes, std::size_t offset) {
-  return reinterpret_cast<const unsigned char*>(&bytes[offset]);
+
+/// The archive with that field changed.
+template <class Field>
+std::string with(std::string zip, Field field, std::uint64_t value) {
+  RecordWriter(zip.data(), zip.size()).putLow(field, value);
+  return zip;
 }
 
 /// Where the end record of an archive without a comment begins.
@@ -53,17 +60,7 @@ inline std::size_t endRecordOf(const std::string& zip) { return zip.size() - zip
 
 /// Where the central directory begins.
 inline std::size_t directoryOf(const std::string& zip) {
-  return loadLe32(at(zip, endRecordOf(zip) + zip::end::directoryOffsetAt));
-}
-
-/// The archive with two or four bytes changed.
-inline std::string with16(std::string zip, std::size_t offset, unsigned value) {
-  storeLe16(at(zip, offset), static_cast<std::uint16_t>(value));
-  return zip;
-}
-inline std::string with32(std::string zip, std::size_t offset, std::uint32_t value) {
-  storeLe32(at(zip, offset), value);
-  return zip;
+  return fieldOf(zip, zip::end::directoryOffset.behind(endRecordOf(zip)));
 }
 
 /// A member as text, or nothing when reading it fails.
@@ -111,19 +108,17 @@ inline constexpr std::size_t storedData = zip::local::size + 1;  // behind heade
 inline constexpr std::size_t deflatedHeader = storedData + 6;    // behind "stored"
 
 /// That archive with a field of one member forged in both of its headers.
-inline std::string forgeBoth(std::string bytes, bool second, std::size_t localAt,
-                             std::size_t centralAt, std::uint32_t value) {
-  const std::size_t directory = directoryOf(bytes);
-  const std::size_t header = directory + (second ? zip::central::size + 1 : 0);
-  bytes = with32(std::move(bytes), header + centralAt, value);
-  return with32(std::move(bytes), (second ? deflatedHeader : 0) + localAt, value);
+inline std::string forgeBoth(std::string bytes, bool second, Le32 localField, Le32 centralField,
+                             std::uint32_t value) {
+  const std::size_t header = directoryOf(bytes) + (second ? zip::central::size + 1 : 0);
+  bytes = with(std::move(bytes), centralField.behind(header), value);
+  return with(std::move(bytes), localField.behind(second ? deflatedHeader : 0), value);
 }
 inline std::string forgeCompr(std::string bytes, bool second, std::uint32_t value) {
-  return forgeBoth(std::move(bytes), second, zip::local::comprSizeAt, zip::central::comprSizeAt,
-                   value);
+  return forgeBoth(std::move(bytes), second, zip::local::comprSize, zip::central::comprSize, value);
 }
 inline std::string forgeUncompr(std::string bytes, bool second, std::uint32_t value) {
-  return forgeBoth(std::move(bytes), second, zip::local::uncomprSizeAt, zip::central::uncomprSizeAt,
+  return forgeBoth(std::move(bytes), second, zip::local::uncomprSize, zip::central::uncomprSize,
                    value);
 }
 

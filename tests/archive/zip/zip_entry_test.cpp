@@ -156,13 +156,14 @@ TEST(GZipEntry, WritesACentralHeader) {
   other.setAscii();
   other.setComment("why");
   const std::string header = centralHeaderOf(other);
-  EXPECT_EQ(hex(header.substr(central::flagsAt, 4)), "09000800");
-  EXPECT_EQ(hex(header.substr(central::commentSizeAt, 2)), "0300");
-  EXPECT_EQ(hex(header.substr(central::internalAttributesAt, 2)), "0100");
+  EXPECT_EQ(hex(header.substr(central::flags.offset, 4)), "09000800");
+  EXPECT_EQ(hex(header.substr(central::commentSize.offset, 2)), "0300");
+  EXPECT_EQ(hex(header.substr(central::internalAttributes.offset, 2)), "0100");
   EXPECT_EQ(header.substr(central::size), "namewhy");
   GZipEntry directory;
   directory.setDirectory();
-  EXPECT_EQ(hex(centralHeaderOf(directory).substr(central::externalAttributesAt, 4)), "10000000");
+  EXPECT_EQ(hex(centralHeaderOf(directory).substr(central::externalAttributes.offset, 4)),
+            "10000000");
 }
 
 TEST(GZipEntry, CompletesALocalHeaderInPlace) {
@@ -177,8 +178,9 @@ TEST(GZipEntry, CompletesALocalHeaderInPlace) {
   out << "more";
   const std::string bytes = out.str();
   EXPECT_EQ(bytes.substr(0, 3), "abc");
-  EXPECT_EQ(hex(bytes.substr(3 + local::flagsAt, 4)), "00000800") << "no announcement any more";
-  EXPECT_EQ(hex(bytes.substr(3 + local::crcAt, 12)), "4433221188776655ccbbaa99");
+  EXPECT_EQ(hex(bytes.substr(3 + local::flags.offset, 4)), "00000800")
+      << "no announcement any more";
+  EXPECT_EQ(hex(bytes.substr(3 + local::crc.offset, 12)), "4433221188776655ccbbaa99");
   EXPECT_EQ(bytes.substr(3 + local::size), "namedatamore");
   EXPECT_FALSE(entry.hasDataDescriptor());
 }
@@ -264,7 +266,7 @@ TEST(GZipEntry, ReadsACentralHeader) {
 }
 
 TEST(GZipEntry, LeavesTheStreamAtTheNextHeader) {
-  std::string first = with16(centralHeaderOf(someEntry()), central::extraSizeAt, 5);
+  std::string first = with(centralHeaderOf(someEntry()), central::extraSize, 5);
   first += "extra";
   std::istringstream in(first + "next");
   GZipEntry entry;
@@ -276,11 +278,11 @@ TEST(GZipEntry, LeavesTheStreamAtTheNextHeader) {
 
 TEST(GZipEntry, IgnoresWhatItHasNoUseFor) {
   std::string bytes = centralHeaderOf(someEntry());
-  bytes = with16(bytes, central::madeByAt, 0xffff);
-  bytes = with16(bytes, central::versionAt, 0xffff);
-  bytes = with16(bytes, central::flagsAt, 0xfff6);
-  bytes = with16(bytes, central::internalAttributesAt, 0xffff);
-  bytes = with32(bytes, central::externalAttributesAt, 0xffffffe7);
+  bytes = with(bytes, central::madeBy, 0xffff);
+  bytes = with(bytes, central::version, 0xffff);
+  bytes = with(bytes, central::flags, 0xfff6);
+  bytes = with(bytes, central::internalAttributes, 0xffff);
+  bytes = with(bytes, central::externalAttributes, 0xffffffe7);
   const Read read = readCentral(bytes);
   EXPECT_TRUE(read.good && read.entry.isFile());
   EXPECT_FALSE(read.entry.isEncrypted() || read.entry.hasDataDescriptor());
@@ -288,14 +290,14 @@ TEST(GZipEntry, IgnoresWhatItHasNoUseFor) {
 }
 
 TEST(GZipEntry, KeepsAnEntryOfAnUnknownMethod) {
-  const Read read = readCentral(with16(centralHeaderOf(someEntry()), central::methodAt, 12));
+  const Read read = readCentral(with(centralHeaderOf(someEntry()), central::method, 12));
   EXPECT_TRUE(read.good && read.entry.extractNotSupported() && !read.entry.isCompressed());
   EXPECT_EQ(read.texts, Texts{"central file header: compression method 12 not supported"});
 }
 
 TEST(GZipEntry, TellsFilesFromDirectoriesByTheAttributes) {
   const auto withAttributes = [](unsigned value) {
-    return readCentral(with32(centralHeaderOf(someEntry()), central::externalAttributesAt, value));
+    return readCentral(with(centralHeaderOf(someEntry()), central::externalAttributes, value));
   };
   EXPECT_TRUE(withAttributes(0).entry.isFile());
   EXPECT_TRUE(withAttributes(0x21).entry.isFile());
@@ -313,7 +315,7 @@ TEST(GZipEntry, TellsFilesFromDirectoriesByTheAttributes) {
 }
 
 TEST(GZipEntry, WarnsOfADiskNumber) {
-  const Read read = readCentral(with16(centralHeaderOf(someEntry()), central::diskAt, 1));
+  const Read read = readCentral(with(centralHeaderOf(someEntry()), central::disk, 1));
   EXPECT_TRUE(read.good);
   EXPECT_EQ(read.texts, Texts{"central file header: bogus disk number start field"});
 }
@@ -337,7 +339,7 @@ TEST(GZipEntry, KeepsZeroBytesInNames) {
 TEST(GZipEntry, RefusesACentralHeaderThatIsCutOff) {
   GZipEntry entry = someEntry();
   entry.setComment("why");
-  const std::string whole = with16(centralHeaderOf(entry), central::extraSizeAt, 2);
+  const std::string whole = with(centralHeaderOf(entry), central::extraSize, 2);
   const std::string bytes = whole.substr(0, 50) + "ex" + whole.substr(50);
   ASSERT_TRUE(readCentral(bytes).good);
   for (std::size_t size = 0; size < bytes.size(); ++size) {
@@ -349,7 +351,7 @@ TEST(GZipEntry, RefusesACentralHeaderThatIsCutOff) {
                                    : "central file header: input/output error reading comment";
     EXPECT_EQ(read.texts, Texts{text}) << size;
   }
-  EXPECT_EQ(readCentral(with32(bytes, 0, local::signature)).texts,
+  EXPECT_EQ(readCentral(with(bytes, central::signature, local::signatureValue)).texts,
             Texts{"central file header: invalid signature"});
 }
 
@@ -384,37 +386,37 @@ INSTANTIATE_TEST_SUITE_P(
         LocalCase{"cut", [](std::string s) { return s.substr(0, 29); }, "input/output error"},
         LocalCase{"empty", [](std::string) { return std::string(); }, "input/output error"},
         LocalCase{"signature",
-                  [](std::string s) { return with32(s, local::signatureAt, central::signature); },
+                  [](std::string s) { return with(s, local::signature, central::signatureValue); },
                   "signature mismatch"},
-        LocalCase{"version", [](std::string s) { return with16(s, local::versionAt, 99); },
-                  nullptr},
-        LocalCase{"crypt", [](std::string s) { return with16(s, local::flagsAt, 1); },
+        LocalCase{"version", [](std::string s) { return with(s, local::version, 99); }, nullptr},
+        LocalCase{"crypt", [](std::string s) { return with(s, local::flags, 1); },
                   "crypt flag mismatch"},
-        LocalCase{"descriptor", [](std::string s) { return with16(s, local::flagsAt, 8); },
+        LocalCase{"descriptor", [](std::string s) { return with(s, local::flags, 8); },
                   "data descriptor bit mismatch"},
-        LocalCase{"both", [](std::string s) { return with16(s, local::flagsAt, 9); },
+        LocalCase{"both", [](std::string s) { return with(s, local::flags, 9); },
                   "crypt flag mismatch"},
-        LocalCase{"otherflags", [](std::string s) { return with16(s, local::flagsAt, 0xfff6); },
+        LocalCase{"otherflags", [](std::string s) { return with(s, local::flags, 0xfff6); },
                   nullptr},
-        LocalCase{"method8", [](std::string s) { return with16(s, local::methodAt, 8); },
+        LocalCase{"method8", [](std::string s) { return with(s, local::method, 8); },
                   "compression method mismatch"},
-        LocalCase{"method12", [](std::string s) { return with16(s, local::methodAt, 12); },
+        LocalCase{"method12", [](std::string s) { return with(s, local::method, 12); },
                   "compression method mismatch"},
-        LocalCase{"time", [](std::string s) { return with32(s, local::timeAt, 0); }, nullptr},
-        LocalCase{"crc", [](std::string s) { return with32(s, local::crcAt, 0); }, "crc mismatch"},
-        LocalCase{"comprsize", [](std::string s) { return with32(s, local::comprSizeAt, 0); },
+        LocalCase{"time", [](std::string s) { return with(s, Le32{local::time.offset}, 0); },
+                  nullptr},
+        LocalCase{"crc", [](std::string s) { return with(s, local::crc, 0); }, "crc mismatch"},
+        LocalCase{"comprsize", [](std::string s) { return with(s, local::comprSize, 0); },
                   "compressed size mismatch"},
-        LocalCase{"uncomprsize", [](std::string s) { return with32(s, local::uncomprSizeAt, 0); },
+        LocalCase{"uncomprsize", [](std::string s) { return with(s, local::uncomprSize, 0); },
                   "uncompressed size mismatch"},
-        LocalCase{"namesize", [](std::string s) { return with16(s, local::nameSizeAt, 3); },
+        LocalCase{"namesize", [](std::string s) { return with(s, local::nameSize, 3); },
                   "filename length mismatch"},
         LocalCase{"namecut", [](std::string s) { return s.substr(0, 33); },
                   "input/output error reading file name"},
         LocalCase{"name", [](std::string s) { return s.replace(33, 1, "E"); },
                   "file name mismatch"},
-        LocalCase{"extra", [](std::string s) { return with16(s, local::extraSizeAt, 3) + "abc"; },
+        LocalCase{"extra", [](std::string s) { return with(s, local::extraSize, 3) + "abc"; },
                   nullptr},
-        LocalCase{"extracut", [](std::string s) { return with16(s, local::extraSizeAt, 3) + "ab"; },
+        LocalCase{"extracut", [](std::string s) { return with(s, local::extraSize, 3) + "ab"; },
                   "input/output error skipping extra field"}),
     [](const auto& test) { return std::string(test.param.what); });
 

@@ -75,8 +75,8 @@ TEST(ZipHostile, SurvivesEveryForgedNumber) {
   for (std::size_t i = 0; i + 4 <= whole.size(); ++i) {
     for (const std::uint32_t value :
          {0U, 1U, size - 1, size, size + 1, 0xffffU, 0x80000000U, 0xffffffffU, 0x7fffffffU}) {
-      readEverything(with16(whole, i, value));
-      readEverything(with32(whole, i, value));
+      readEverything(with(whole, Le16{i}, value));
+      readEverything(with(whole, Le32{i}, value));
     }
   }
 }
@@ -133,7 +133,7 @@ TEST(ZipHostile, AnyNamesAreInOrderAndTheFirstOfEqualOnesCounts) {
 TEST(ZipHostile, OverlappingMembersAreReadEachForItself) {
   std::string bytes = zipOf({{"a", "data"}, {"b", "more"}});
   // Both directory entries name the same local header.
-  bytes = with32(bytes, directoryOf(bytes) + central::size + 1 + central::localHeaderOffsetAt, 0);
+  bytes = with(bytes, central::localHeaderOffset.behind(directoryOf(bytes) + central::size + 1), 0);
   Opened opened(bytes);
   EXPECT_EQ(textOf(opened.reader, "a"), "data");
   EXPECT_EQ(textOf(opened.reader, "b"), std::nullopt) << "the names differ";

@@ -139,13 +139,11 @@ TEST_P(ZipOpening, SaysWhatIsWrong) {
 }
 
 std::string withComment(const std::string& comment, unsigned stated) {
-  return with16(emptyZip, zip::end::commentSizeAt, stated) + comment;
+  return with(emptyZip, zip::end::commentSize, stated) + comment;
 }
 
 std::string oneMember() { return zipOf({{"a", "data"}}); }
-std::size_t sizeField(const std::string& zip) {
-  return endRecordOf(zip) + zip::end::directorySizeAt;
-}
+Le32 sizeField(const std::string& zip) { return zip::end::directorySize.behind(endRecordOf(zip)); }
 
 INSTANTIATE_TEST_SUITE_P(
     GZipReader, ZipOpening,
@@ -187,62 +185,62 @@ INSTANTIATE_TEST_SUITE_P(
                  "hello"},
         OpenCase{"record_in_comment", withComment(emptyZip, 22), true, {}, ""},
         OpenCase{"disk",
-                 with16(emptyZip, zip::end::diskAt, 1),
+                 with(emptyZip, zip::end::disk, 1),
                  true,
                  {"end of central directory record: invalid number of this disk"},
                  ""},
         OpenCase{"directory_disk",
-                 with16(emptyZip, zip::end::directoryDiskAt, 1),
+                 with(emptyZip, zip::end::directoryDisk, 1),
                  true,
                  {"end of central directory record: invalid number for disk with start of central "
                   "directory"},
                  ""},
         OpenCase{"entries_here",
-                 with16(emptyZip, zip::end::entriesHereAt, 1),
+                 with(emptyZip, zip::end::entriesHere, 1),
                  true,
                  {"end of central directory record: number of central directory entries on this "
                   "disk doesn't match total number of central directory entries"},
                  ""},
         OpenCase{"count",
-                 with16(with16(oneMember(), endRecordOf(oneMember()) + zip::end::entriesAt, 2),
-                        endRecordOf(oneMember()) + zip::end::entriesHereAt, 2),
+                 with(with(oneMember(), zip::end::entries.behind(endRecordOf(oneMember())), 2),
+                      zip::end::entriesHere.behind(endRecordOf(oneMember())), 2),
                  true,
                  {"central directory entry count mismatch"},
                  ""},
         OpenCase{"size_too_small",
-                 with32(oneMember(), sizeField(oneMember()), 46),
+                 with(oneMember(), sizeField(oneMember()), 46),
                  true,
                  {"read beyond end of central directory"},
                  ""},
         OpenCase{
             "size_too_large",
-            with32(oneMember(), sizeField(oneMember()), 48),
+            with(oneMember(), sizeField(oneMember()), 48),
             false,
             {"central file header: input/output error", "error reading central directory entry"},
             ""},
         OpenCase{
             "size_huge",
-            with32(oneMember(), sizeField(oneMember()), 0xffffffff),
+            with(oneMember(), sizeField(oneMember()), 0xffffffff),
             false,
             {"central file header: input/output error", "error reading central directory entry"},
             ""},
         OpenCase{"size_zero",
-                 with32(oneMember(), sizeField(oneMember()), 0),
+                 with(oneMember(), sizeField(oneMember()), 0),
                  true,
                  {"central directory entry count mismatch"},
                  ""},
         OpenCase{
             "offset",
-            with32(oneMember(), endRecordOf(oneMember()) + zip::end::directoryOffsetAt, 1),
+            with(oneMember(), zip::end::directoryOffset.behind(endRecordOf(oneMember())), 1),
             false,
             {"central file header: invalid signature", "error reading central directory entry"},
             ""},
-        OpenCase{
-            "offset_beyond",
-            with32(oneMember(), endRecordOf(oneMember()) + zip::end::directoryOffsetAt, 0x7fffffff),
-            false,
-            {"can't seek to beginning of central directory"},
-            ""},
+        OpenCase{"offset_beyond",
+                 with(oneMember(), zip::end::directoryOffset.behind(endRecordOf(oneMember())),
+                      0x7fffffff),
+                 false,
+                 {"can't seek to beginning of central directory"},
+                 ""},
         OpenCase{
             "bytes_in_front",
             "junk" + oneMember(),
@@ -392,7 +390,7 @@ constexpr std::size_t deflatedData = deflatedHeader + local::size + 1;
 
 // Changes a field in both headers of a member, so that they agree.
 std::uint32_t packedSize(std::string zip) {
-  return loadLe32(at(zip, deflatedHeader + local::comprSizeAt));
+  return fieldOf(zip, local::comprSize.behind(deflatedHeader));
 }
 
 const Texts mismatch = {"uncompressed size doesn't match file header entry (file s)",
@@ -404,13 +402,13 @@ INSTANTIATE_TEST_SUITE_P(
         ExtractCase{"s_right", [](std::string z) { return z; }, true, {}},
         ExtractCase{"d_right", [](std::string z) { return z; }, true, {}},
         ExtractCase{"s_header",
-                    [](std::string z) { return with32(z, 0, 0); },
+                    [](std::string z) { return with(z, local::signature, 0); },
                     false,
                     {":local file header: signature mismatch",
                      "verification of local header of file s failed"}},
         ExtractCase{"s_offset",
                     [](std::string z) {
-                      return with32(z, directoryOf(z) + central::localHeaderOffsetAt, 0x7fffffff);
+                      return with(z, central::localHeaderOffset.behind(directoryOf(z)), 0x7fffffff);
                     },
                     false,
                     {"can't seek to local header of file s"}},
@@ -438,11 +436,10 @@ INSTANTIATE_TEST_SUITE_P(
                     [](std::string z) { return forgeUncompr(z, true, 0xffffffff); },
                     true,
                     {"uncompressed size doesn't match file header entry (file d)"}},
-        ExtractCase{
-            "d_crc",
-            [](std::string z) { return forgeBoth(z, true, local::crcAt, central::crcAt, 1); },
-            false,
-            {"checksum mismatch (file d)"}},
+        ExtractCase{"d_crc",
+                    [](std::string z) { return forgeBoth(z, true, local::crc, central::crc, 1); },
+                    false,
+                    {"checksum mismatch (file d)"}},
         ExtractCase{"d_data",
                     [](std::string z) { return z.replace(deflatedData, 1, "\xff"); },
                     false,
@@ -510,7 +507,7 @@ TEST(GZipReader, APasswordCountsUpToItsFirstZero) {
 
 TEST(GZipReader, AnEncryptedMemberHasAtLeastAHeader) {
   std::string bytes = zipOf({{"e", "secret", false, "pw"}});
-  bytes = with32(bytes, directoryOf(bytes) + central::comprSizeAt, 11);
+  bytes = with(bytes, central::comprSize.behind(directoryOf(bytes)), 11);
   Opened opened(bytes);
   EXPECT_EQ(textOf(opened.reader, "e"), std::nullopt);
   EXPECT_EQ(opened.output.lines, Lines{errorLine("<unknown>: no encryption header (file e)")});
@@ -520,28 +517,30 @@ TEST(GZipReader, AnEncryptionHeaderMayBeCutOff) {
   std::string bytes = zipOf({{"e", "", false, "pw"}, {"pad", std::string(100, 'p')}});
   // The entry points at the copy of its header in the comment, at the very end.
   const std::string header = bytes.substr(0, local::size + 1);
-  bytes = with32(bytes, directoryOf(bytes) + central::localHeaderOffsetAt,
-                 static_cast<std::uint32_t>(bytes.size()));
+  bytes = with(bytes, central::localHeaderOffset.behind(directoryOf(bytes)),
+               static_cast<std::uint32_t>(bytes.size()));
   const std::size_t end = endRecordOf(bytes);
-  bytes = with16(bytes, end + zip::end::commentSizeAt, static_cast<unsigned>(header.size() + 5)) +
-          header + "12345";
+  bytes = with(bytes, zip::end::commentSize.behind(end), header.size() + 5) + header + "12345";
   Opened opened(bytes);
   EXPECT_EQ(textOf(opened.reader, "e"), std::nullopt);
   EXPECT_EQ(opened.output.lines,
             Lines{errorLine("<unknown>: input/output error reading encryption header (file e)")});
 }
 
-TEST(GZipReader, AnEntryOfAnUnknownMethodFailsWhenItIsRead) {
-  std::string bytes = oneMember();
-  bytes = with16(bytes, directoryOf(bytes) + central::methodAt, 12);
-  Opened opened(with16(bytes, local::methodAt, 12));
-  ASSERT_NE(opened.reader.getEntry("a"), nullptr);
-  EXPECT_TRUE(opened.reader.getEntry("a")->extractNotSupported());
-  EXPECT_EQ(textOf(opened.reader, "a"), std::nullopt);
-  EXPECT_EQ(opened.output.texts(),
-            (Texts{"central file header: compression method 12 not supported",
-                   "local file header: compression method mismatch",
-                   "<unknown>: verification of local header of file a failed"}));
+TEST(GZipReader, AnEntryOfAnUnknownMethodFailsWhenItIsReadWhateverItsLocalHeaderSays) {
+  for (const unsigned localMethod : {12U, 0U, 8U}) {
+    std::string bytes = oneMember();
+    bytes = with(bytes, central::method.behind(directoryOf(bytes)), 12);
+    Opened opened(with(bytes, local::method, localMethod));
+    ASSERT_NE(opened.reader.getEntry("a"), nullptr);
+    EXPECT_TRUE(opened.reader.getEntry("a")->extractNotSupported());
+    EXPECT_FALSE(opened.reader.getEntry("a")->isCompressed());
+    EXPECT_EQ(textOf(opened.reader, "a"), std::nullopt) << localMethod;
+    EXPECT_EQ(opened.output.texts(),
+              (Texts{"central file header: compression method 12 not supported",
+                     "local file header: compression method mismatch",
+                     "<unknown>: verification of local header of file a failed"}));
+  }
 }
 
 // --- Receivers -----------------------------------------------------------------

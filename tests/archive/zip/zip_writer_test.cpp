@@ -27,7 +27,7 @@ Texts namesInOrder(std::string zip) {
   Texts names;
   std::size_t header = directoryOf(zip);
   while (header < endRecordOf(zip)) {
-    const std::size_t size = loadLe16(at(zip, header + central::nameSizeAt));
+    const std::size_t size = fieldOf(zip, central::nameSize.behind(header));
     names.push_back(zip.substr(header + central::size, size));
     header += central::size + size;
   }
@@ -97,18 +97,18 @@ TEST(GZipWriter, MakesDirectoriesOnce) {
 
 TEST(GZipWriter, WritesADirectoryWithoutSizesAndUncompressed) {
   std::string zip = zipOf({{"a/b", "1", true}});
-  EXPECT_EQ(loadLe16(at(zip, local::flagsAt)), 0);
-  EXPECT_EQ(loadLe16(at(zip, local::methodAt)), 0);
-  EXPECT_EQ(loadLe32(at(zip, local::comprSizeAt)), 0U);
+  EXPECT_EQ(fieldOf(zip, local::flags), 0);
+  EXPECT_EQ(fieldOf(zip, local::method), 0);
+  EXPECT_EQ(fieldOf(zip, local::comprSize), 0U);
   EXPECT_EQ(zip.substr(local::size, 6), "a/PK\3\4") << "no data, no descriptor";
-  EXPECT_EQ(loadLe32(at(zip, directoryOf(zip) + central::externalAttributesAt)), 16U);
+  EXPECT_EQ(fieldOf(zip, central::externalAttributes.behind(directoryOf(zip))), 16U);
 }
 
 TEST(GZipWriter, AnEmptyStoredMemberIsAllZero) {
   std::string zip = zipOf({{"e", ""}});
-  EXPECT_EQ(loadLe16(at(zip, local::flagsAt)), 0);
-  EXPECT_EQ(loadLe16(at(zip, local::methodAt)), 0);
-  EXPECT_EQ(zip.substr(local::crcAt, 12), std::string(12, '\0'));
+  EXPECT_EQ(fieldOf(zip, local::flags), 0);
+  EXPECT_EQ(fieldOf(zip, local::method), 0);
+  EXPECT_EQ(zip.substr(local::crc.offset, 12), std::string(12, '\0'));
   EXPECT_EQ(directoryOf(zip), local::size + 1);
 }
 
@@ -123,17 +123,18 @@ TEST(GZipWriter, StoresWholeSteps) {
 
 TEST(GZipWriter, AnEncryptedMemberHasADataDescriptor) {
   std::string zip = zipOf({{"e", "secret", false, "pw"}});
-  EXPECT_EQ(loadLe16(at(zip, local::flagsAt)), 9);
-  EXPECT_EQ(zip.substr(local::crcAt, 12), std::string(12, '\0'));
+  EXPECT_EQ(fieldOf(zip, local::flags), 9);
+  EXPECT_EQ(zip.substr(local::crc.offset, 12), std::string(12, '\0'));
   const std::size_t descriptor = local::size + 1 + 12 + 6;
-  EXPECT_EQ(loadLe32(at(zip, descriptor)), zip::descriptor::signature);
-  EXPECT_EQ(loadLe32(at(zip, descriptor + zip::descriptor::comprSizeAt)), 18U);
-  EXPECT_EQ(loadLe32(at(zip, descriptor + zip::descriptor::uncomprSizeAt)), 6U);
+  EXPECT_EQ(fieldOf(zip, zip::descriptor::signature.behind(descriptor)),
+            zip::descriptor::signatureValue);
+  EXPECT_EQ(fieldOf(zip, zip::descriptor::comprSize.behind(descriptor)), 18U);
+  EXPECT_EQ(fieldOf(zip, zip::descriptor::uncomprSize.behind(descriptor)), 6U);
   EXPECT_EQ(directoryOf(zip), descriptor + zip::descriptor::size);
   const std::size_t header = directoryOf(zip);
-  EXPECT_EQ(loadLe16(at(zip, header + central::flagsAt)), 9);
-  EXPECT_EQ(loadLe32(at(zip, header + central::crcAt)),
-            loadLe32(at(zip, descriptor + zip::descriptor::crcAt)));
+  EXPECT_EQ(fieldOf(zip, central::flags.behind(header)), 9);
+  EXPECT_EQ(fieldOf(zip, central::crc.behind(header)),
+            fieldOf(zip, zip::descriptor::crc.behind(descriptor)));
 }
 
 TEST(GZipWriter, JudgesWhatIsText) {
@@ -149,7 +150,7 @@ TEST(GZipWriter, JudgesWhatIsText) {
                         Case{mixed(3, 0), false}, Case{mixed(0, 5), false},
                         Case{mixed(40000, 9999), true}, Case{mixed(40000, 10000), false}}) {
     std::string zip = zipOf({{"m", c.data}});
-    EXPECT_EQ(loadLe16(at(zip, directoryOf(zip) + central::internalAttributesAt)), c.text ? 1 : 0)
+    EXPECT_EQ(fieldOf(zip, central::internalAttributes.behind(directoryOf(zip))), c.text ? 1 : 0)
         << c.data.size();
   }
 }
@@ -161,7 +162,7 @@ TEST(GZipWriter, NeverWritesAComment) {
   EXPECT_TRUE(writer.close());
   std::string zip = out.str();
   ASSERT_EQ(zip.size(), zip::end::size);
-  EXPECT_EQ(loadLe16(at(zip, zip::end::commentSizeAt)), 0);
+  EXPECT_EQ(fieldOf(zip, zip::end::commentSize), 0);
 }
 
 TEST(GZipWriter, AllMembersHaveTheTimeOfTheWriter) {
@@ -392,8 +393,8 @@ TEST(GZipWriter, AReproducibleArchiveIsTheSameAtAnyTimeAndPlace) {
   EXPECT_EQ(make("YYY8", false), zip);
   EXPECT_EQ(namesInOrder(make("UTC0", true)), (Texts{"a", "b"})) << "the directory is sorted";
   std::string copy = zip;
-  EXPECT_EQ(loadLe16(at(copy, local::timeAt)), 0);
-  EXPECT_EQ(loadLe16(at(copy, local::dateAt)), (1 << 5) | 1) << "1980-01-01";
+  EXPECT_EQ(fieldOf(copy, local::time), 0);
+  EXPECT_EQ(fieldOf(copy, local::date), (1 << 5) | 1) << "1980-01-01";
 }
 
 TEST(GZipWriter, WhatIsWrittenIsRead) {
