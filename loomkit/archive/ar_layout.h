@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The Unix ar archive on the disk (the common "!<arch>" layout of <ar.h>, with
-// the long names of 4.4BSD): the only place that knows its offsets. All numbers
-// are decimal text, padded with blanks.
+// the long names of 4.4BSD): the only place that knows its offsets;
+// docs/formats/ar.md explains the fields. All numbers are decimal text, padded
+// with blanks.
 #ifndef LOOMKIT_ARCHIVE_AR_LAYOUT_H
 #define LOOMKIT_ARCHIVE_AR_LAYOUT_H
 
@@ -9,36 +10,38 @@
 #include <cstdint>
 #include <string_view>
 
+#include "loomkit/text/binary.h"
+
 namespace loomkit::ar {
 
+/// The first bytes of the archive.
 inline constexpr std::string_view magic = "!<arch>\n";
 
-/// A field of a member's header.
-struct Field {
-  std::size_t offset;
-  std::size_t size;
-};
+/// The record in front of a member's data.
+namespace header {
+inline constexpr BytesField name{0, 16};
+/// Nothing here reads date, owner, group and mode.
+inline constexpr BytesField date{16, 12};
+inline constexpr BytesField owner{28, 6};
+inline constexpr BytesField group{34, 6};
+inline constexpr BytesField mode{40, 8};
+/// The size of what follows the header: the data, and a long name before them.
+inline constexpr BytesField dataSize{48, 10};
+inline constexpr BytesField trailer{58, 2};
+inline constexpr std::size_t size = 60;
 
-inline constexpr Field nameField = {0, 16};
-/// Date, owner, group and mode, which nothing here reads.
-inline constexpr Field ignoredFields = {16, 32};
-/// Of the data, a long name included.
-inline constexpr Field sizeField = {48, 10};
-inline constexpr Field trailerField = {58, 2};
-inline constexpr std::size_t headerSize = 60;
+static_assert(date.offset == name.end() && owner.offset == date.end());
+static_assert(group.offset == owner.end() && mode.offset == group.end());
+static_assert(dataSize.offset == mode.end() && trailer.offset == dataSize.end());
+static_assert(size == trailer.end());
 
-static_assert(ignoredFields.offset == nameField.offset + nameField.size);
-static_assert(sizeField.offset == ignoredFields.offset + ignoredFields.size);
-static_assert(trailerField.offset == sizeField.offset + sizeField.size);
-static_assert(headerSize == trailerField.offset + trailerField.size);
+inline constexpr std::string_view trailerText = "`\n";
 
-inline constexpr std::string_view trailer = "`\n";
-
-/// A name field that begins so holds the length of a name that stands in front
-/// of the data.
+/// A name field that begins so holds, in the rest of it, the length of a name
+/// that stands in front of the data.
 inline constexpr std::string_view longNameMark = "#1/";
-inline constexpr Field longNameSizeField = {longNameMark.size(),
-                                            nameField.size - longNameMark.size()};
+inline constexpr BytesField longNameSize{longNameMark.size(), name.size - longNameMark.size()};
+}  // namespace header
 
 /// Headers begin at even offsets; data of odd size are followed by a pad byte.
 constexpr std::uint64_t nextHeader(std::uint64_t dataOffset, std::uint32_t dataSize) {

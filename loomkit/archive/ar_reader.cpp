@@ -19,25 +19,17 @@ namespace {
 using namespace loomkit;
 
 // Digits up to the first other character. A number too large wraps around.
-std::uint32_t str2uint(const char* text, std::size_t width) {
+std::uint32_t numberIn(std::string_view field) {
   std::uint32_t value = 0;
-  for (; width > 0 && isAsciiDigit(*text); ++text, --width) {
-    value = value * 10 + static_cast<std::uint32_t>(*text - '0');
+  for (const char c : field) {
+    if (!isAsciiDigit(c)) break;
+    value = value * 10 + static_cast<std::uint32_t>(c - '0');
   }
   return value;
 }
 
-std::uint32_t numberIn(const char* header, const ar::Field& field) {
-  return str2uint(header + field.offset, field.size);
-}
-
-std::string_view textIn(const char* header, const ar::Field& field) {
-  return {header + field.offset, field.size};
-}
-
-std::string shortName(const char* header) {
-  const std::string_view padded = textIn(header, ar::nameField);
-  return std::string(padded.substr(0, padded.find_last_not_of(' ') + 1));
+std::string withoutPadding(std::string_view field) {
+  return std::string(field.substr(0, field.find_last_not_of(' ') + 1));
 }
 
 }  // namespace
@@ -75,42 +67,43 @@ class GArReader::TableReader {
   }
 
   bool readMember(bool* atEnd) {
-    char header[ar::headerSize];
-    if (!readHeader(header, atEnd)) return false;
+    namespace layout = ar::header;
+    char bytes[layout::size];
+    if (!readHeader(bytes, atEnd)) return false;
     if (*atEnd) return true;
-    std::uint64_t offset = position + ar::headerSize;
-    std::uint32_t size = numberIn(header, ar::sizeField);
-    if (textIn(header, ar::nameField).substr(0, ar::longNameMark.size()) == ar::longNameMark) {
-      const std::uint32_t nameSize = numberIn(header, ar::longNameSizeField);
+    const RecordReader header(bytes, sizeof bytes);
+    if (header.get(layout::trailer) != layout::trailerText) {
+      return reader.error("invalid trailer in header of ar file entry");
+    }
+    std::uint64_t offset = position + layout::size;
+    std::uint32_t size = numberIn(header.get(layout::dataSize));
+    if (header.get(layout::name).starts_with(layout::longNameMark)) {
+      const std::uint32_t nameSize = numberIn(header.get(layout::longNameSize));
       if (!readLongName(nameSize)) return false;
       // A name longer than its member leaves a size far beyond any archive;
       // the entry is listed, and reading it fails.
       size -= nameSize;
       offset += nameSize;
     } else {
-      name = shortName(header);
+      name = withoutPadding(header.get(layout::name));
     }
     addEntry(offset, size);
     position = ar::nextHeader(offset, size);
     return true;
   }
 
+  // The archive's regular end is where a header would begin.
   bool readHeader(char* header, bool* atEnd) {
     if (!in.seekg(static_cast<std::streamoff>(position))) {
       return reader.error("error seeking to next entry in ar file");
     }
-    if (!in.read(header, ar::headerSize)) {
-      // A stream that has broken is not at its end.
-      if (in.gcount() > 0 || in.bad()) {
-        return reader.error("unexpected end of file reading header of ar file entry");
-      }
-      in.clear();
-      *atEnd = true;
-      return true;
+    if (in.read(header, ar::header::size)) return true;
+    // A stream that has broken is not at its end.
+    if (in.gcount() > 0 || in.bad()) {
+      return reader.error("unexpected end of file reading header of ar file entry");
     }
-    if (textIn(header, ar::trailerField) != ar::trailer) {
-      return reader.error("invalid trailer in header of ar file entry");
-    }
+    in.clear();
+    *atEnd = true;
     return true;
   }
 

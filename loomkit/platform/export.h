@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
-// LOOMKIT_API marks what the shared library exports; everything else is hidden.
+// LOOMKIT_API marks what the shared library exports; everything else is hidden. A
+// class within an exported one would be exported with it: LOOMKIT_LOCAL, at its
+// definition, keeps one in that is private.
 #ifndef LOOMKIT_PLATFORM_EXPORT_H
 #define LOOMKIT_PLATFORM_EXPORT_H
 
@@ -9,8 +11,10 @@
 #else
 #define LOOMKIT_API __declspec(dllimport)
 #endif
+#define LOOMKIT_LOCAL
 #else
 #define LOOMKIT_API __attribute__((visibility("default")))
+#define LOOMKIT_LOCAL __attribute__((visibility("hidden")))
 #endif
 
 #endif  // LOOMKIT_PLATFORM_EXPORT_H

@@ -95,14 +95,23 @@ void skipBytes(std::istream& input, int count) {
 
 }  // namespace
 
-const int GGZCompress::sMagic[2] = {gzip::magic0, gzip::magic1};
+const int GGZCompress::sMagic[2] = {gzip::header::magic0Value, gzip::header::magic1Value};
 
 GGZCompress::GGZCompress(std::istream& source) : input(source) {}
 
 void GGZCompress::writeHeader(std::ostream& output) {
-  output.write(gzip::plainHeader, sizeof gzip::plainHeader);
+  namespace layout = gzip::header;
+  char bytes[layout::size] = {};
+  loomkit::RecordWriter header(bytes, sizeof bytes);
+  header.put(layout::magic0, layout::magic0Value);
+  header.put(layout::magic1, layout::magic1Value);
+  header.put(layout::method, layout::methodDeflate);
+  header.put(layout::system, layout::systemUnix);
+  output.write(bytes, sizeof bytes);
 }
 
+// Byte by byte, so that a stream that is no gzip file stands behind the byte that
+// has told so, where hosts go on with it.
 bool GGZCompress::checkHeader() {
   const int first = input.get();
   const int second = input.get();
@@ -112,15 +121,15 @@ bool GGZCompress::checkHeader() {
   }
   const int method = input.get();
   const int flags = input.get();
-  if (method != gzip::methodDeflate || (flags & gzip::reservedBits) != 0) {
+  if (method != gzip::header::methodDeflate || (flags & gzip::reservedBits) != 0) {
     logLine("zlib: unknown compression method");
     return false;
   }
-  for (int i = 0; i < gzip::skippedBytes; ++i) input.get();
+  for (std::size_t i = gzip::header::flags.end(); i < gzip::header::size; ++i) input.get();
   if ((flags & gzip::extraField) != 0) {
-    const int low = input.get() & 0xff;
-    const int high = input.get() & 0xff;
-    skipBytes(input, low | high << 8);
+    char bytes[gzip::extra::size] = {};
+    input.read(bytes, sizeof bytes);
+    skipBytes(input, loomkit::RecordReader(bytes, sizeof bytes).get(gzip::extra::length));
   }
   if ((flags & gzip::fileName) != 0) skipText(input);
   if ((flags & gzip::comment) != 0) skipText(input);
@@ -158,10 +167,11 @@ bool GGZCompress::compress(std::ostream& output, bool gzipFormat) {
     return false;
   }
   if (gzipFormat) {
-    unsigned char trailer[gzip::trailerSize];
-    loomkit::storeLe32(trailer, static_cast<std::uint32_t>(pump.crc));
-    loomkit::storeLe32(trailer + 4, static_cast<std::uint32_t>(pump.zlib.total_in));
-    output.write(reinterpret_cast<const char*>(trailer), sizeof trailer);
+    char bytes[gzip::trailer::size];
+    loomkit::RecordWriter trailer(bytes, sizeof bytes);
+    trailer.putLow(gzip::trailer::crc, pump.crc);
+    trailer.putLow(gzip::trailer::length, pump.zlib.total_in);
+    output.write(bytes, sizeof bytes);
   }
   return true;
 }

@@ -27,7 +27,7 @@ GZipStreamBuf::GZipStreamBuf(std::istream* source, unsigned int size)
       bufferSize(std::max(size, 1U)),
       plain(std::make_unique_for_overwrite<char[]>(bufferSize)),
       packed(std::make_unique_for_overwrite<char[]>(bufferSize)) {
-  if (start("GZipStreamBuf", "inflateInit()")) setg(plain.get(), plain.get(), plain.get());
+  if (beginInflating("GZipStreamBuf", "inflateInit()")) setg(plain.get(), plain.get(), plain.get());
 }
 
 GZipStreamBuf::GZipStreamBuf(std::ostream* sink, int level, unsigned int size)
@@ -39,8 +39,8 @@ GZipStreamBuf::GZipStreamBuf(std::ostream* sink, int level, unsigned int size)
   zlib->next_out = bytes(packed.get());
   zlib->avail_out = bufferSize;
   const int code = deflateInit(zlib.get(), level);
-  started = code == Z_OK;
-  if (!started) {
+  deflating = code == Z_OK;
+  if (!deflating) {
     error("GZipStreamBuf", "deflateInit()", code);
     return;
   }
@@ -48,10 +48,9 @@ GZipStreamBuf::GZipStreamBuf(std::ostream* sink, int level, unsigned int size)
 }
 
 GZipStreamBuf::~GZipStreamBuf() {
-  if (!started) return;
-  const int code = output != nullptr ? deflateEnd(zlib.get()) : inflateEnd(zlib.get());
-  if (code != Z_OK)
-    error("~GZipStreamBuf", output != nullptr ? "deflateEnd()" : "inflateEnd()", code);
+  if (!deflating && !inflating) return;
+  const int code = deflating ? deflateEnd(zlib.get()) : inflateEnd(zlib.get());
+  if (code != Z_OK) error("~GZipStreamBuf", deflating ? "deflateEnd()" : "inflateEnd()", code);
 }
 
 void GZipStreamBuf::error(const char* function, const char* call, int code) {
@@ -62,13 +61,13 @@ void GZipStreamBuf::error(const char* function, const char* call, int code) {
 }
 
 // Begins to inflate, with no input yet.
-bool GZipStreamBuf::start(const char* function, const char* call) {
+bool GZipStreamBuf::beginInflating(const char* function, const char* call) {
   *zlib = z_stream_s{};
   zlib->next_in = bytes(packed.get());
   const int code = inflateInit(zlib.get());
-  started = code == Z_OK;
-  if (!started) error(function, call, code);
-  return started;
+  inflating = code == Z_OK;
+  if (!inflating) error(function, call, code);
+  return inflating;
 }
 
 // Makes room for new bytes, and keeps the last of the old ones for pbackfail.
@@ -194,14 +193,14 @@ GZipStreamBuf::pos_type GZipStreamBuf::seekpos(pos_type target, std::ios_base::o
     return 0;
   }
   const int code = inflateEnd(zlib.get());
-  started = false;
+  inflating = false;
   if (code != Z_OK) {
     error("seekpos", "inflateEnd", code);
     return refused;
   }
   position = 0;
   streamEnd = false;
-  if (!start("seekpos", "inflateInit")) return refused;
+  if (!beginInflating("seekpos", "inflateInit")) return refused;
   setg(plain.get(), plain.get(), plain.get());
   return 0;
 }

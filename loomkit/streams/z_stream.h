@@ -57,7 +57,7 @@ class LOOMKIT_API GZipStreamBuf : public GStreamBuf {
 
  private:
   void error(const char* function, const char* call, int code);
-  bool start(const char* function, const char* call);
+  bool beginInflating(const char* function, const char* call);
   void keepPutback();
   void readInput();
   bool inflateInto(char* from);
@@ -70,10 +70,13 @@ class LOOMKIT_API GZipStreamBuf : public GStreamBuf {
   std::unique_ptr<char[]> plain;
   std::unique_ptr<char[]> packed;
   unsigned int position = 0;  // plain bytes that have left the buffer for good
-  bool started = false;
   bool streamEnd = false;
   bool failed = false;
   bool finished = false;
+  // What zlib has begun and has to end. It does not follow from the streams, which
+  // may both be null.
+  bool inflating = false;
+  bool deflating = false;
 };
 
 /// An input stream of decompressed data, in the classic locale. A failure is

@@ -11,11 +11,16 @@ namespace loomkit::testing {
 
 /// A header with its two texts as they stand in the archive.
 inline std::string arHeader(const std::string& name, const std::string& size) {
-  std::string header(ar::headerSize, ' ');
-  header.replace(ar::nameField.offset, name.size(), name);
-  header.replace(ar::ignoredFields.offset, 31, "1700000000  1000  1000  100644 ");
-  header.replace(ar::sizeField.offset, size.size(), size);
-  header.replace(ar::trailerField.offset, ar::trailer.size(), ar::trailer);
+  namespace layout = ar::header;
+  std::string header(layout::size, ' ');
+  RecordWriter record(header.data(), header.size());
+  record.put(layout::name, name);
+  record.put(layout::date, "1700000000");
+  record.put(layout::owner, "1000");
+  record.put(layout::group, "1000");
+  record.put(layout::mode, "100644");
+  record.put(layout::dataSize, size);
+  record.put(layout::trailer, layout::trailerText);
   return header;
 }
 

@@ -117,6 +117,19 @@ TEST(ZStream, ABadLevelFailsInTheConstructorAndStaysSilentAfterwards) {
               ElementsAre("GZipStreamBuf::GZipStreamBuf(): deflateInit() failed (error -2)"));
 }
 
+TEST(ZStream, ANullStreamEndsWhatItBegan) {
+  CaptureOutput output;
+  output.setLogLevel("*", 0);
+  {
+    GOZipStream out(nullptr);
+    out << "text";
+    EXPECT_EQ(out.rdbuf()->finish(), 0);
+    GIZipStream in(nullptr);
+    EXPECT_EQ(in.get(), EOF);
+  }
+  EXPECT_THAT(output.texts(), IsEmpty()) << "inflateEnd() of a deflating stream fails and leaks";
+}
+
 TEST(ZStream, SixteenBytesCanBePutBackAcrossARefill) {
   const std::string text = sampleText(200);
   std::istringstream source(packed(text));

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/archive/zip/zip_entry.h"
 
+#include <cstdint>
 #include <cstring>
+#include <optional>
 
 #include "loomkit/archive/zip/zip_dos_time.h"
 #include "loomkit/archive/zip/zip_errors.h"
@@ -29,6 +31,35 @@ bool skip(std::istream& stream, unsigned int count) {
 bool writeRecord(GZipFileWriter& sink, const std::string& record, const char* failure) {
   const int status = sink.write(record.data(), static_cast<int>(record.size()));
   return status == 0 || zip::entryError(failure, status);
+}
+
+std::uint16_t methodOf(const GZipEntry& entry) {
+  return entry.isCompressed() ? zip::methodDeflated : zip::methodStored;
+}
+
+// The first difference between a local header and the central one, or null. The
+// order of the comparisons decides which of several differences is reported, and
+// hosts search their logs for the texts. `method` is what the local header must
+// say; without one, nothing is right.
+const char* findMismatch(const RecordReader& header, const GZipEntry& entry,
+                         std::optional<unsigned int> method) {
+  namespace local = zip::local;
+  if (header.get(local::signature) != local::signatureValue) return "signature mismatch";
+  const unsigned int flags = header.get(local::flags);
+  if (((flags & zip::flagEncrypted) != 0) != entry.isEncrypted()) return "crypt flag mismatch";
+  if (((flags & zip::flagDataDescriptor) != 0) != entry.hasDataDescriptor()) {
+    return "data descriptor bit mismatch";
+  }
+  if (header.get(local::method) != method) return "compression method mismatch";
+  if (!entry.hasDataDescriptor()) {
+    if (header.get(local::crc) != entry.getCRC32()) return "crc mismatch";
+    if (header.get(local::comprSize) != entry.getComprSize()) return "compressed size mismatch";
+    if (header.get(local::uncomprSize) != entry.getUncomprSize()) {
+      return "uncompressed size mismatch";
+    }
+  }
+  const bool sameSize = header.get(local::nameSize) == entry.getFName().size();
+  return sameSize ? nullptr : "filename length mismatch";
 }
 
 }  // namespace
@@ -132,31 +163,13 @@ void GZipEntry::takeAttributes(unsigned int attributes) {
   }
 }
 
-// The first difference, or null. The order of the comparisons decides which of
-// several differences is reported, and hosts search their logs for the texts.
-const char* GZipEntry::findMismatch(const RecordReader& header) const {
-  namespace local = zip::local;
-  if (header.get(local::signature) != local::signatureValue) return "signature mismatch";
-  const unsigned int flags = header.get(local::flags);
-  if (((flags & zip::flagEncrypted) != 0) != encrypted) return "crypt flag mismatch";
-  if (((flags & zip::flagDataDescriptor) != 0) != dataDescriptor) {
-    return "data descriptor bit mismatch";
-  }
-  const unsigned int method = compressed ? zip::methodDeflated : zip::methodStored;
-  if (unknownMethod || header.get(local::method) != method) return "compression method mismatch";
-  if (!dataDescriptor) {
-    if (header.get(local::crc) != crc) return "crc mismatch";
-    if (header.get(local::comprSize) != comprSize) return "compressed size mismatch";
-    if (header.get(local::uncomprSize) != uncomprSize) return "uncompressed size mismatch";
-  }
-  return header.get(local::nameSize) == name.size() ? nullptr : "filename length mismatch";
-}
-
 bool GZipEntry::verifyLocalFileHeader(std::istream* stream) const {
   char bytes[zip::local::size];
   if (!stream->read(bytes, sizeof bytes)) return error(zip::localHeaderFailed);
   const RecordReader header(bytes, sizeof bytes);
-  if (const char* mismatch = findMismatch(header); mismatch != nullptr) {
+  std::optional<unsigned int> method;
+  if (!unknownMethod) method = methodOf(*this);
+  if (const char* mismatch = findMismatch(header, *this, method); mismatch != nullptr) {
     return error((std::string("local file header: ") + mismatch).c_str());
   }
   std::string stored;
@@ -179,7 +192,7 @@ void GZipEntry::fillLocalFileHeader(char* buffer, bool update) const {
   header.put(local::signature, local::signatureValue);
   header.put(local::version, zip::version2);
   header.putLow(local::flags, flags);
-  header.put(local::method, compressed ? zip::methodDeflated : zip::methodStored);
+  header.put(local::method, methodOf(*this));
   header.put(local::time, getFileTime());
   header.put(local::date, getFileDate());
   header.putLow(local::nameSize, name.size());
@@ -238,7 +251,7 @@ bool GZipEntry::writeFileHeader(GZipFileWriter* sink) {
   header.put(central::madeBy, zip::version2);
   header.put(central::version, zip::version2);
   header.putLow(central::flags, flags);
-  header.put(central::method, compressed ? zip::methodDeflated : zip::methodStored);
+  header.put(central::method, methodOf(*this));
   header.put(central::time, getFileTime());
   header.put(central::date, getFileDate());
   header.put(central::crc, crc);

@@ -11,10 +11,6 @@
 #include "loomkit/platform/export.h"
 #include "loomkit/text/str_stream.h"
 
-namespace loomkit {
-class RecordReader;
-}
-
 /// A new entry is zero, empty and false throughout; the flags can be set and
 /// not cleared. Readers and writers own their entries and hand out const ones.
 ///
@@ -103,7 +99,6 @@ class LOOMKIT_API GZipEntry {
   void convertToFileTime() const;
   void takeMethod(unsigned int method);
   void takeAttributes(unsigned int attributes);
-  const char* findMismatch(const loomkit::RecordReader& header) const;
   bool writeDataDescriptor(GZipFileWriter* sink);
 
   mutable long modTime = 0;

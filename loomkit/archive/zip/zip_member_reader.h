@@ -14,7 +14,7 @@
 /// Reads one member once: reads, decrypts, inflates and checks in steps of 8192
 /// bytes, which is all the memory that it takes, however large the member is.
 /// What is wrong is reported by the reader, whose stream and cipher it uses.
-class GZipReader::MemberReader {
+class LOOMKIT_LOCAL GZipReader::MemberReader {
  public:
   /// All three stay the caller's and have to outlive this object.
   MemberReader(GZipReader& reader, const GZipEntry& entry, Output& receiver);

@@ -12,7 +12,7 @@
 /// completes that header. Reads, sums up, deflates and encrypts in steps of 8192
 /// bytes, which is all the memory that it takes, however large the member is.
 /// What is wrong is reported by the writer, whose sink and cipher it uses.
-class GZipWriter::MemberWriter {
+class LOOMKIT_LOCAL GZipWriter::MemberWriter {
  public:
   /// All three stay the caller's and have to outlive this object.
   MemberWriter(GZipWriter& writer, GZipEntry& entry, Input& source);

@@ -89,7 +89,7 @@ class LOOMKIT_API GZipWriter : public GZipBase {
   class MemberWriter;
   class Holding;
 
-  bool failed(const char* text, int status);
+  LOOMKIT_LOCAL bool failed(const char* text, int status);
   static std::string normalizeName(const std::string& name);
   bool makeBaseDirectories(const std::string& name);
   bool writeCentralDirectory();
