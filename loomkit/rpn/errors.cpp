@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// How errors leave the evaluator: one text, one call of the handler.
+#include "loomkit/rpn/errors.h"
+
 #include <cstring>
 #include <functional>
 #include <string>
@@ -13,27 +14,39 @@ const char* textEnd(const char* text, const char* end) {
   return end != nullptr ? end : text + std::strlen(text);
 }
 
-}  // namespace
-
-const char* GRpnEval::error(const char* position, const char* message) {
-  const char* const begin = frame->expr;
-  const char* const end = textEnd(begin, frame->end);
-  const std::less<> before;  // a total order, whatever `position` points to
-  if (before(position, begin) || before(end, position)) position = end;
+// How every report begins.
+std::string heading(const std::string& exprName, const char* message) {
   std::string text;
   if (!exprName.empty()) text.append(exprName).append(": ");
-  text.append("rpn error: ").append(message).append(":\n");
-  text.append(begin, position).append(" >!< ").append(position, end);
-  errorHandler->error(text);
+  return text.append("rpn error: ").append(message);
+}
+
+}  // namespace
+
+const char* GRpnEval::Errors::error(GRpnEval& eval, const char* position, const char* message) {
+  const char* const begin = eval.frame->expr;
+  const char* const end = textEnd(begin, eval.frame->end);
+  const std::less<> before;  // a total order, whatever `position` points to
+  if (before(position, begin) || before(end, position)) position = end;
+  std::string text = heading(eval.exprName, message);
+  text.append(":\n").append(begin, position).append(" >!< ").append(position, end);
+  eval.errorHandler->error(text);
   return nullptr;
 }
 
-const char* GRpnEval::syntaxError(const char* position) { return error(position, "syntax error"); }
+const char* GRpnEval::Errors::syntaxError(GRpnEval& eval, const char* position) {
+  return error(eval, position, "syntax error");
+}
 
-void GRpnEval::resultError(const char* expr, const char* exprEnd, const char* message) {
-  std::string text;
-  if (!exprName.empty()) text.append(exprName).append(": ");
-  text.append("rpn error: ").append(message).append("\nin: ");
-  text.append(expr, textEnd(expr, exprEnd));
-  errorHandler->error(text);
+void GRpnEval::Errors::resultError(GRpnEval& eval, const char* expr, const char* exprEnd,
+                                   const char* message) {
+  std::string text = heading(eval.exprName, message);
+  text.append("\nin: ").append(expr, textEnd(expr, exprEnd));
+  eval.errorHandler->error(text);
+}
+
+void GRpnEval::Errors::notOneResult(GRpnEval& eval, const char* expr, const char* exprEnd,
+                                    bool none) {
+  resultError(eval, expr, exprEnd,
+              none ? "stack underflow (no result)" : "too many result values on stack");
 }

@@ -2,10 +2,15 @@
 #include "loomkit/rpn/eval.h"
 
 #include <array>
+#include <cassert>
 #include <new>
 
+#include "loomkit/rpn/errors.h"
 #include "loomkit/rpn/eval_frame.h"
-#include "loomkit/rpn/free_list.h"
+#include "loomkit/rpn/literals.h"
+#include "loomkit/rpn/names.h"
+#include "loomkit/rpn/operands.h"
+#include "loomkit/rpn/operators.h"
 #include "loomkit/text/output.h"
 
 namespace {
@@ -107,28 +112,6 @@ void GRpnEval::setExternFuncs(GRpnExternFuncs* functions) {
 void GRpnEval::setExprName(const std::string& name) { exprName = name; }
 void GRpnEval::resetExprName() { exprName.clear(); }
 
-// Frames.
-
-struct GRpnEval::EvalFrame::Pool {
-  static inline constinit loomkit::FreeList<sizeof(EvalFrame), 0> frames;  // linked by `previous`
-};
-
-void* GRpnEval::EvalFrame::operator new(std::size_t) { return Pool::frames.take(); }
-void GRpnEval::EvalFrame::operator delete(void* block) noexcept { Pool::frames.give(block); }
-
-void GRpnEval::pushFrame(const char* expr, const char* end) {
-  frame = new EvalFrame{frame, stack.size(), EvalFrame::noArgc, {}, expr,
-                        end,   nullptr,      stack.size(),      0,  nullptr};
-  ++depth;
-}
-
-void GRpnEval::popFrame() noexcept {
-  EvalFrame* const ended = frame;
-  frame = ended->previous;
-  --depth;
-  delete ended;
-}
-
 // Brings the stack to `size`. It can have become smaller, because the word argc
 // takes values of the caller's; void values then fill the gap, for which the
 // vector still has the room.
@@ -137,124 +120,78 @@ void GRpnEval::restoreStack(std::size_t size) noexcept {
   while (stack.size() < size) stack.emplace_back();
 }
 
-// The frame of one eval() call. However the call ends, by an exception of a
-// host's function too, the frame and the defaults above it are left again.
-class GRpnEval::EvalScope {
- public:
-  EvalScope(GRpnEval* evaluator, const char* expr) : eval(evaluator), outer(evaluator->frame) {
-    eval->pushFrame(expr, nullptr);
-    eval->frame->braces = &braces;
-  }
-  EvalScope(const EvalScope&) = delete;
-  EvalScope& operator=(const EvalScope&) = delete;
-  ~EvalScope() {
-    while (eval->frame->previous != outer) {
-      const std::size_t before = eval->frame->before;
-      eval->popFrame();
-      eval->restoreStack(before);
-    }
-    eval->popFrame();
-  }
-
- private:
-  GRpnEval* eval;
-  EvalFrame* outer;
-  loomkit::BraceIndex braces;
-};
-
-void GRpnEval::enterDefault(const char* expr, const char* end, const char* resume) {
-  const EvalFrame* const outer = frame;
-  pushFrame(expr, end);
-  frame->resume = resume;
-  frame->defaults = outer->defaults + 1;
-  frame->braces = outer->braces;
-}
-
-// At a default's closing brace: its one result stays on the stack, as the
-// parameter's value.
-const char* GRpnEval::leaveDefault() {
-  if (stack.size() != frame->before + 1) {
-    resultError(frame->expr, frame->end,
-                stack.size() == frame->before ? "stack underflow (no result)"
-                                              : "too many result values on stack");
-    return nullptr;
-  }
-  const char* const resume = frame->resume;
-  popFrame();
-  return resume;
-}
-
 bool GRpnEval::eval(const char* expr) {
-  const EvalScope scope(this, expr);
+  const EvalScope scope(*this, expr);
   for (const char* p = expr; p != nullptr;) {
     switch (tokenOf(*p)) {
       case Token::Blank:
         ++p;
         break;
       case Token::Number:
-        p = constNumber(p);
+        p = Literals::constNumber(*this, p);
         break;
       case Token::Sign:
         if (tokenOf(p[1]) == Token::Number)
-          p = constNumber(p);
+          p = Literals::constNumber(*this, p);
         else
-          p = *p == '+' ? add(p) : subtract(p);
+          p = *p == '+' ? Operators::add(*this, p) : Operators::subtract(*this, p);
         break;
       case Token::Word:
-        p = function(p);
+        p = Names::function(*this, p);
         break;
       case Token::Parameter:
-        p = p[1] >= '0' && p[1] <= '9' ? argument(p) : variable(p);
+        p = p[1] >= '0' && p[1] <= '9' ? Names::argument(*this, p) : Names::variable(*this, p);
         break;
       case Token::String:
-        p = constString(p);
+        p = Literals::constString(*this, p);
         break;
       case Token::Symbol:
-        p = constSymbol(p);
+        p = Literals::constSymbol(*this, p);
         break;
       case Token::Multiply:
-        p = multiply(p);
+        p = Operators::multiply(*this, p);
         break;
       case Token::Divide:
-        p = divide(p);
+        p = Operators::divide(*this, p);
         break;
       case Token::Modulo:
-        p = modulo(p);
+        p = Operators::modulo(*this, p);
         break;
       case Token::Not:
-        p = p[1] == '=' ? notEqual(p) : logNegate(p);
+        p = p[1] == '=' ? Operators::notEqual(*this, p) : Operators::logNegate(*this, p);
         break;
       case Token::And:
-        p = p[1] == '&' ? logAnd(p) : bitAnd(p);
+        p = p[1] == '&' ? Operators::logAnd(*this, p) : Operators::bitAnd(*this, p);
         break;
       case Token::Or:
-        p = p[1] == '|' ? logOr(p) : bitOr(p);
+        p = p[1] == '|' ? Operators::logOr(*this, p) : Operators::bitOr(*this, p);
         break;
       case Token::Xor:
-        p = bitXor(p);
+        p = Operators::bitXor(*this, p);
         break;
       case Token::Less:
-        p = p[1] == '=' ? lessThanOrEqual(p) : lessThan(p);
+        p = p[1] == '=' ? Operators::lessThanOrEqual(*this, p) : Operators::lessThan(*this, p);
         break;
       case Token::Equal:
-        p = p[1] == '=' ? equal(p) : syntaxError(p);
+        p = p[1] == '=' ? Operators::equal(*this, p) : Errors::syntaxError(*this, p);
         break;
       case Token::Greater:
-        p = p[1] == '=' ? greaterThanOrEqual(p) : greaterThan(p);
+        p = p[1] == '=' ? Operators::greaterThanOrEqual(*this, p)
+                        : Operators::greaterThan(*this, p);
         break;
       case Token::Index:
-        p = vectorIndex(p);
+        p = Operators::vectorIndex(*this, p);
         break;
       case Token::Build:
-        p = vectorBuild(p);
+        p = Operators::vectorBuild(*this, p);
         break;
       case Token::CloseBrace:
-        p = p == frame->end ? leaveDefault() : syntaxError(p);
+        p = p == frame->end ? EvalFrame::leaveDefault(*this) : Errors::syntaxError(*this, p);
         break;
       case Token::End:
         return true;
       case Token::Bad:
-        p = syntaxError(p);
+        p = Errors::syntaxError(*this, p);
         break;
     }
   }
@@ -274,9 +211,7 @@ bool GRpnEval::eval(const char* expr, std::vector<GRpnValue>* results) {
 bool GRpnEval::oneResult(const char* expr, std::size_t before) {
   if (!eval(expr)) return false;
   if (stack.size() == before + 1) return true;
-  resultError(
-      expr, nullptr,
-      stack.size() == before ? "stack underflow (no result)" : "too many result values on stack");
+  Errors::notOneResult(*this, expr, nullptr, stack.size() == before);
   return false;
 }
 
@@ -296,7 +231,7 @@ bool GRpnEval::evalFloat(const char* expr, double* result) {
     if (done)
       *result = stack.back().getNumber();
     else
-      resultError(expr, nullptr, "result value is not a number");
+      Errors::resultError(*this, expr, nullptr, "result value is not a number");
   }
   restoreStack(before);
   return done;
@@ -313,9 +248,33 @@ bool GRpnEval::evalVoid(const char* expr) {
   const std::size_t before = stack.size();
   bool done = eval(expr);
   if (done && stack.size() != before) {
-    resultError(expr, nullptr, "too many result values on stack (expected none)");
+    Errors::resultError(*this, expr, nullptr, "too many result values on stack (expected none)");
     done = false;
   }
   restoreStack(before);
   return done;
+}
+
+// For external functions.
+
+bool GRpnEval::pop(GRpnValue* value, GRpnErrMsg* err) {
+  assert(frame != nullptr);
+  if (Operands::available(*this) < 1) {
+    err->append("stack underflow");
+    return false;
+  }
+  *value = stack.back();
+  stack.pop_back();
+  return true;
+}
+
+bool GRpnEval::pop(std::vector<GRpnValue>* values, unsigned count, GRpnErrMsg* err) {
+  assert(frame != nullptr);
+  if (Operands::available(*this) < count) {
+    err->append("stack underflow");
+    return false;
+  }
+  values->insert(values->end(), stack.end() - static_cast<std::ptrdiff_t>(count), stack.end());
+  Operands::drop(*this, count);
+  return true;
 }

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "loomkit/rpn/eval_frame.h"
+#include "loomkit/rpn/creator_ref.h"
 
 namespace loomkit::rpn {
 namespace {

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The operators. Each takes the position of its first character and returns the
-// position behind it, or null after a report.
+#include "loomkit/rpn/operators.h"
+
 #include <algorithm>
 #include <cmath>
-#include <string>
 
-#include "loomkit/rpn/eval_frame.h"
+#include "loomkit/rpn/creator_ref.h"
 
 namespace {
 
@@ -28,52 +27,52 @@ double truth(bool value) { return value ? 1.0 : 0.0; }
 
 }  // namespace
 
-// ( a b -- function(a, b) ) on numbers.
 template <typename Function>
-inline const char* GRpnEval::numeric(const char* pos, Function function) {
-  if (!checkNumbers(pos)) return nullptr;
-  GRpnValue* const top = stack.data() + stack.size() - 1;
+inline const char* GRpnEval::Operators::numeric(GRpnEval& eval, const char* position,
+                                                Function function) {
+  if (!checkNumbers(eval, position)) return nullptr;
+  GRpnValue* const top = eval.stack.data() + eval.stack.size() - 1;
   top[-1].payload.number = function(top[-1].payload.number, top->payload.number);
-  stack.pop_back();
-  return pos + 1;
+  eval.stack.pop_back();
+  return position + 1;
 }
 
-// ( a b -- 1.0 or 0.0 ) on two strings or two numbers: `holds` judges their
-// order, which is below, at or above 0.
 template <typename Holds>
-inline const char* GRpnEval::compare(const char* pos, unsigned length, Holds holds) {
+inline const char* GRpnEval::Operators::compare(GRpnEval& eval, const char* position,
+                                                unsigned length, Holds holds) {
   int order = 0;
-  if (checkStackType(GRpnValue::String, GRpnValue::String)) {
-    order = fromTop(1).getString()->compare(*fromTop(0).getString());
-    drop(2);
+  if (checkStackType(eval, GRpnValue::String, GRpnValue::String)) {
+    order = fromTop(eval, 1).getString()->compare(*fromTop(eval, 0).getString());
+    drop(eval, 2);
   } else {
     double a = 0;
     double b = 0;
-    if (!pop(pos, &a, &b)) return nullptr;
+    if (!pop(eval, position, &a, &b)) return nullptr;
     order = compareNumbers(a, b);
   }
-  push(truth(holds(order)));
-  return pos + length;
+  eval.push(truth(holds(order)));
+  return position + length;
 }
 
-// ( a b -- function(a, b) ) on whole numbers of 32 bits.
 template <typename Function>
-inline const char* GRpnEval::bitwise(const char* pos, Function function) {
+inline const char* GRpnEval::Operators::bitwise(GRpnEval& eval, const char* position,
+                                                Function function) {
   unsigned a = 0;
   unsigned b = 0;
-  if (!pop(pos, &a, &b)) return nullptr;
-  push(static_cast<double>(function(a, b)));
-  return pos + 1;
+  if (!pop(eval, position, &a, &b)) return nullptr;
+  eval.push(static_cast<double>(function(a, b)));
+  return position + 1;
 }
 
-const char* GRpnEval::add(const char* pos) {
-  if (checkStackType(GRpnValue::String, GRpnValue::String)) return concatenate(pos);
-  return numeric(pos, [](double a, double b) { return a + b; });
+const char* GRpnEval::Operators::add(GRpnEval& eval, const char* position) {
+  if (checkStackType(eval, GRpnValue::String, GRpnValue::String))
+    return concatenate(eval, position);
+  return numeric(eval, position, [](double a, double b) { return a + b; });
 }
 
-const char* GRpnEval::concatenate(const char* pos) {
-  GRpnString* const left = fromTop(1).getString();
-  const GRpnString& right = *fromTop(0).getString();
+const char* GRpnEval::Operators::concatenate(GRpnEval& eval, const char* position) {
+  GRpnString* const left = fromTop(eval, 1).getString();
+  const GRpnString& right = *fromTop(eval, 0).getString();
   if (left->tail.fields.refCount == 1) {  // nobody else can see it change
     left->append(right);
     left->tail.fields.isSymbol = false;
@@ -81,112 +80,110 @@ const char* GRpnEval::concatenate(const char* pos) {
     const loomkit::CreatorRef<GRpnString> joined(new GRpnString(false));
     joined->reserve(left->size() + right.size());
     joined->append(*left).append(right);
-    fromTop(1).setString(joined.get());
+    fromTop(eval, 1).setString(joined.get());
   }
-  drop(1);
-  return pos + 1;
+  drop(eval, 1);
+  return position + 1;
 }
 
-const char* GRpnEval::subtract(const char* pos) {
-  return numeric(pos, [](double a, double b) { return a - b; });
+const char* GRpnEval::Operators::subtract(GRpnEval& eval, const char* position) {
+  return numeric(eval, position, [](double a, double b) { return a - b; });
 }
 
-const char* GRpnEval::multiply(const char* pos) {
-  return numeric(pos, [](double a, double b) { return a * b; });
+const char* GRpnEval::Operators::multiply(GRpnEval& eval, const char* position) {
+  return numeric(eval, position, [](double a, double b) { return a * b; });
 }
 
-const char* GRpnEval::divide(const char* pos) {
+const char* GRpnEval::Operators::divide(GRpnEval& eval, const char* position) {
   double a = 0;
   double b = 0;
-  if (!pop(pos, &a, &b)) return nullptr;
-  if (b == 0) return error(pos, "division by zero");
-  push(a / b);
-  return pos + 1;
+  if (!pop(eval, position, &a, &b)) return nullptr;
+  if (b == 0) return Errors::error(eval, position, "division by zero");
+  eval.push(a / b);
+  return position + 1;
 }
 
-const char* GRpnEval::modulo(const char* pos) {
+const char* GRpnEval::Operators::modulo(GRpnEval& eval, const char* position) {
   double a = 0;
   double b = 0;
-  if (!pop(pos, &a, &b)) return nullptr;
-  if (b == 0) return error(pos, "division by zero");
-  push(std::fmod(a, b));
-  return pos + 1;
+  if (!pop(eval, position, &a, &b)) return nullptr;
+  if (b == 0) return Errors::error(eval, position, "division by zero");
+  eval.push(std::fmod(a, b));
+  return position + 1;
 }
 
-const char* GRpnEval::lessThan(const char* pos) {
-  return compare(pos, 1, [](int order) { return order < 0; });
+const char* GRpnEval::Operators::lessThan(GRpnEval& eval, const char* position) {
+  return compare(eval, position, 1, [](int order) { return order < 0; });
 }
 
-const char* GRpnEval::lessThanOrEqual(const char* pos) {
-  return compare(pos, 2, [](int order) { return order <= 0; });
+const char* GRpnEval::Operators::lessThanOrEqual(GRpnEval& eval, const char* position) {
+  return compare(eval, position, 2, [](int order) { return order <= 0; });
 }
 
-const char* GRpnEval::greaterThan(const char* pos) {
-  return compare(pos, 1, [](int order) { return order > 0; });
+const char* GRpnEval::Operators::greaterThan(GRpnEval& eval, const char* position) {
+  return compare(eval, position, 1, [](int order) { return order > 0; });
 }
 
-const char* GRpnEval::greaterThanOrEqual(const char* pos) {
-  return compare(pos, 2, [](int order) { return order >= 0; });
+const char* GRpnEval::Operators::greaterThanOrEqual(GRpnEval& eval, const char* position) {
+  return compare(eval, position, 2, [](int order) { return order >= 0; });
 }
 
-const char* GRpnEval::equal(const char* pos) {
-  return compare(pos, 2, [](int order) { return order == 0; });
+const char* GRpnEval::Operators::equal(GRpnEval& eval, const char* position) {
+  return compare(eval, position, 2, [](int order) { return order == 0; });
 }
 
-const char* GRpnEval::notEqual(const char* pos) {
-  return compare(pos, 2, [](int order) { return order != 0; });
+const char* GRpnEval::Operators::notEqual(GRpnEval& eval, const char* position) {
+  return compare(eval, position, 2, [](int order) { return order != 0; });
 }
 
-const char* GRpnEval::logNegate(const char* pos) {
+const char* GRpnEval::Operators::logNegate(GRpnEval& eval, const char* position) {
   double a = 0;
-  if (!pop(pos, &a)) return nullptr;
-  push(truth(!isTrue(a)));
-  return pos + 1;
+  if (!pop(eval, position, &a)) return nullptr;
+  eval.push(truth(!isTrue(a)));
+  return position + 1;
 }
 
-const char* GRpnEval::logAnd(const char* pos) {
+const char* GRpnEval::Operators::logAnd(GRpnEval& eval, const char* position) {
   const char* const next =
-      numeric(pos, [](double a, double b) { return truth(isTrue(a) && isTrue(b)); });
-  return next != nullptr ? pos + 2 : nullptr;
+      numeric(eval, position, [](double a, double b) { return truth(isTrue(a) && isTrue(b)); });
+  return next != nullptr ? position + 2 : nullptr;
 }
 
-const char* GRpnEval::logOr(const char* pos) {
+const char* GRpnEval::Operators::logOr(GRpnEval& eval, const char* position) {
   const char* const next =
-      numeric(pos, [](double a, double b) { return truth(isTrue(a) || isTrue(b)); });
-  return next != nullptr ? pos + 2 : nullptr;
+      numeric(eval, position, [](double a, double b) { return truth(isTrue(a) || isTrue(b)); });
+  return next != nullptr ? position + 2 : nullptr;
 }
 
-const char* GRpnEval::bitAnd(const char* pos) {
-  return bitwise(pos, [](unsigned a, unsigned b) { return a & b; });
+const char* GRpnEval::Operators::bitAnd(GRpnEval& eval, const char* position) {
+  return bitwise(eval, position, [](unsigned a, unsigned b) { return a & b; });
 }
 
-const char* GRpnEval::bitOr(const char* pos) {
-  return bitwise(pos, [](unsigned a, unsigned b) { return a | b; });
+const char* GRpnEval::Operators::bitOr(GRpnEval& eval, const char* position) {
+  return bitwise(eval, position, [](unsigned a, unsigned b) { return a | b; });
 }
 
-const char* GRpnEval::bitXor(const char* pos) {
-  return bitwise(pos, [](unsigned a, unsigned b) { return a ^ b; });
+const char* GRpnEval::Operators::bitXor(GRpnEval& eval, const char* position) {
+  return bitwise(eval, position, [](unsigned a, unsigned b) { return a ^ b; });
 }
 
-// ( v i -- element )
-const char* GRpnEval::vectorIndex(const char* pos) {
+const char* GRpnEval::Operators::vectorIndex(GRpnEval& eval, const char* position) {
   GRpnVector* popped = nullptr;
   unsigned index = 0;
-  if (!pop(pos, &popped, &index)) return nullptr;
+  if (!pop(eval, position, &popped, &index)) return nullptr;
   const loomkit::CreatorRef<GRpnVector> vector(popped);
-  if (index >= vector->size()) return error(pos, "index out of range");
-  push((*vector.get())[index]);
-  return pos + 1;
+  if (index >= vector->size()) return Errors::error(eval, position, "index out of range");
+  eval.push((*vector)[index]);
+  return position + 1;
 }
 
-// ( e1 ... en n -- v )
-const char* GRpnEval::vectorBuild(const char* pos) {
+const char* GRpnEval::Operators::vectorBuild(GRpnEval& eval, const char* position) {
   unsigned count = 0;
-  if (!pop(pos, &count)) return nullptr;
-  if (count > available()) return error(pos, "vector size out of range");
+  if (!pop(eval, position, &count)) return nullptr;
+  if (count > available(eval)) return Errors::error(eval, position, "vector size out of range");
   const loomkit::CreatorRef<GRpnVector> vector(new GRpnVector);
-  vector->assign(stack.end() - static_cast<std::ptrdiff_t>(count), stack.end());
-  drop(count);
-  stack.emplace_back(vector.get());
-  return pos + 1;
+  vector->assign(eval.stack.end() - static_cast<std::ptrdiff_t>(count), eval.stack.end());
+  drop(eval, count);
+  eval.stack.emplace_back(vector.get());
+  return position + 1;
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
-// The literals of the expression language: numbers, strings and symbols.
-#include <cerrno>
-#include <string>
+#include "loomkit/rpn/literals.h"
 
+#include <cerrno>
+
+#include "loomkit/rpn/creator_ref.h"
+#include "loomkit/rpn/errors.h"
 #include "loomkit/rpn/eval_frame.h"
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/number.h"
@@ -32,10 +34,10 @@ const char* shortInteger(const char* s, double* value) {
 
 }  // namespace
 
-const char* GRpnEval::constNumber(const char* s) {
+const char* GRpnEval::Literals::constNumber(GRpnEval& eval, const char* s) {
   double value = 0;
   if (const char* end = shortInteger(s, &value)) {
-    push(value);
+    eval.push(value);
     return end;
   }
   const char* end = s;
@@ -48,13 +50,13 @@ const char* GRpnEval::constNumber(const char* s) {
     converted = true;
   } else if (s[0] == '0' && isAsciiDigit(s[1])) {
     value = loomkit::parseUnsignedLong32(s, &end, 8);
-    converted = at(end) == '\0' || isAsciiSpace(*end);  // else "017+" is decimal
+    converted = eval.frame->at(end) == '\0' || isAsciiSpace(*end);  // else "017+" is decimal
     if (!converted) errno = 0;
   }
   if (!converted) value = gParseCDouble(s, &end);
-  if (end == s) return syntaxError(s);
-  if (errno == ERANGE && value != 0) return error(s, "numeric overflow");
-  push(value);
+  if (end == s) return Errors::syntaxError(eval, s);
+  if (errno == ERANGE && value != 0) return Errors::error(eval, s, "numeric overflow");
+  eval.push(value);
   return end;
 }
 
@@ -92,66 +94,67 @@ constexpr unsigned largestByte = 255;
 }  // namespace
 
 // *s is at the first digit; behind the digits afterwards.
-bool GRpnEval::octalEscape(const char** s, std::string* text) {
+bool GRpnEval::Literals::octalEscape(GRpnEval& eval, const char** s, std::string* text) {
   const char* p = *s;
   unsigned value = 0;
   for (; p - *s < 3 && *p >= '0' && *p <= '7'; ++p)
     value = value * 8 + static_cast<unsigned>(*p - '0');
   *s = p;
-  if (value > largestByte) return error(p, "octal character escape out of range") != nullptr;
+  if (value > largestByte) return Errors::refuse(eval, p, "octal character escape out of range");
   *text += static_cast<char>(value);
   return true;
 }
 
 // *s is behind the x; behind the digits afterwards. Both texts are spelled as
 // hosts know them.
-bool GRpnEval::hexEscape(const char** s, std::string* text) {
+bool GRpnEval::Literals::hexEscape(GRpnEval& eval, const char** s, std::string* text) {
   const char* p = *s;
   unsigned value = 0;
   for (; value < largestByte && loomkit::isAsciiXDigit(*p); ++p)
     value = value * 16 + loomkit::hexDigitValue(*p);
-  if (p == *s) return error(p, "invalid hexadeximal character escape") != nullptr;
+  if (p == *s) return Errors::refuse(eval, p, "invalid hexadeximal character escape");
   *s = p;
-  if (value > largestByte) return error(p, "hexadeximal character escape out of range") != nullptr;
+  if (value > largestByte)
+    return Errors::refuse(eval, p, "hexadeximal character escape out of range");
   *text += static_cast<char>(value);
   return true;
 }
 
-const char* GRpnEval::constString(const char* s) {
+const char* GRpnEval::Literals::constString(GRpnEval& eval, const char* s) {
   const loomkit::CreatorRef<GRpnString> text(new GRpnString(false));
   for (const char* p = s + 1;;) {
     const char* const plain = p;
-    while (at(p) != '\0' && *p != '"' && *p != '\\') ++p;
+    while (eval.frame->at(p) != '\0' && *p != '"' && *p != '\\') ++p;
     text->append(plain, p);
-    if (at(p) == '\0') return error(p, "unexpected end of expression");
+    if (eval.frame->at(p) == '\0') return Errors::error(eval, p, "unexpected end of expression");
     if (*p == '"') {
-      stack.emplace_back(text.get());
+      eval.stack.emplace_back(text.get());
       return p + 1;
     }
     const char* const backslash = p++;
-    const char letter = at(p);
+    const char letter = eval.frame->at(p);
     if (letter >= '0' && letter <= '7') {
-      if (!octalEscape(&p, text.get())) return nullptr;
+      if (!octalEscape(eval, &p, text.get())) return nullptr;
     } else if (letter == 'x') {
-      if (!hexEscape(&++p, text.get())) return nullptr;
+      if (!hexEscape(eval, &++p, text.get())) return nullptr;
     } else if (const char c = simpleEscape(letter); c != '\0') {
       // p stays on the letter, which is then read once more as an ordinary
       // character: "\n" is a line feed and an n, and "\"" ends the literal.
       // Expressions in the field rely on it.
-      *text.get() += c;
+      *text += c;
     } else {
-      return error(backslash, "invalid character escape");
+      return Errors::error(eval, backslash, "invalid character escape");
     }
   }
 }
 
-const char* GRpnEval::constSymbol(const char* s) {
+const char* GRpnEval::Literals::constSymbol(GRpnEval& eval, const char* s) {
   const char* const name = s + 1;
-  if (!isAsciiAlpha(*name) && *name != '_') return error(name, "invalid symbol");
+  if (!isAsciiAlpha(*name) && *name != '_') return Errors::error(eval, name, "invalid symbol");
   const char* p = name + 1;
   while (isAsciiWord(*p)) ++p;
   const loomkit::CreatorRef<GRpnString> text(new GRpnString(true));
   text->assign(name, p);
-  stack.emplace_back(text.get());
+  eval.stack.emplace_back(text.get());
   return p;
 }
