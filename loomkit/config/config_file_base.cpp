@@ -108,9 +108,9 @@ bool ConfigFileBase<File, Section>::takeLine(const std::string& line) {
     case ConfigLine::Other:
       static_cast<File*>(this)->takeOtherLine(line);
       return true;
-    case ConfigLine::Section:
+    case ConfigLine::Header:
       return enterSection(sectionKey(parsed.name));
-    case ConfigLine::Key:
+    case ConfigLine::Entry:
       break;
     default:
       return setErrMsg(parsed.error);

@@ -2,7 +2,7 @@
 #include "loomkit/config/config_line.h"
 
 #include "loomkit/text/char_class.h"
-#include "loomkit/text/gi_string.h"
+#include "loomkit/text/letter_case.h"
 
 namespace loomkit {
 namespace {
@@ -15,7 +15,7 @@ ConfigLine parseHeader(std::string_view text) {
   const std::string_view name = trimmed(text.substr(1, close - 1));
   if (name.empty()) return wrong("empty section name");
   if (!trimmed(text.substr(close + 1)).empty()) return wrong("garbage after ']'");
-  return {ConfigLine::Section, name, {}, nullptr};
+  return {ConfigLine::Header, name, {}, nullptr};
 }
 
 ConfigLine parseKey(std::string_view text) {
@@ -23,7 +23,7 @@ ConfigLine parseKey(std::string_view text) {
   if (equals == std::string_view::npos) return wrong("missing '='");
   const std::string_view key = trimmed(text.substr(0, equals));
   if (key.empty()) return wrong("unexpected '='");
-  return {ConfigLine::Key, key, trimmed(text.substr(equals + 1)), nullptr};
+  return {ConfigLine::Entry, key, trimmed(text.substr(equals + 1)), nullptr};
 }
 
 }  // namespace
@@ -34,11 +34,7 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-std::string sectionKey(std::string_view name) {
-  GiString key(name.data(), name.data() + name.size());
-  key.toLower(0, static_cast<unsigned>(key.size()));
-  return key;
-}
+std::string sectionKey(std::string_view name) { return lowerCased(name); }
 
 ConfigLine parseConfigLine(std::string_view line) {
   while (!line.empty() && isAsciiSpace(line.front())) line.remove_prefix(1);

@@ -13,11 +13,11 @@
 namespace loomkit {
 
 struct ConfigLine {
-  enum Kind {
-    Other,    ///< blank, or a comment
-    Section,  ///< `name` as it is written, not yet in lower case
-    Key,      ///< `name` and `value`
-    Wrong     ///< `error` says why
+  enum Kind : unsigned char {
+    Other,   ///< blank, or a comment
+    Header,  ///< `name` as it is written, not yet in lower case
+    Entry,   ///< `name` and `value`
+    Wrong    ///< `error` says why
   };
 
   Kind kind = Other;

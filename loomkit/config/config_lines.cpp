@@ -18,14 +18,28 @@ std::size_t contentSize(const std::string& text) {
   return size;
 }
 
+std::uint32_t hashOf(ConfigLines::Index section, std::string_view key) {
+  constexpr std::uint32_t spread = 0x9e3779b9;  // sections count up from 0
+  return static_cast<std::uint32_t>(std::hash<std::string_view>()(key)) ^ section * spread;
+}
+
 }  // namespace
+
+// --- Keys ----------------------------------------------------------------------
+
+// Whether a line has the key.
+auto ConfigLines::isKey(Index section, std::string_view key) const {
+  return [this, section, key](Index line) {
+    return lines[line].section == section && keyOf(line) == key;
+  };
+}
 
 // --- Reading -----------------------------------------------------------------
 
 bool ConfigLines::parse(std::string_view text, std::string* problem) {
   const auto count = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
   lines.reserve(count);
-  reserveSlots(count);
+  keys.reserve(count);
   Index section = sectionIndex("");
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t newLine = text.find('\n', begin);
@@ -60,11 +74,10 @@ ConfigLines::Index ConfigLines::makeLine(std::string&& text, Index section) {
 const char* ConfigLines::parseLine(Line& line) {
   const std::string_view content(line.text.data(), contentSize(line.text));
   const ConfigLine parsed = parseConfigLine(content);
-  if (parsed.kind == ConfigLine::Section) {
-    line.kind = Header;
+  line.kind = parsed.kind;
+  if (parsed.kind == ConfigLine::Header) {
     line.section = sectionIndex(sectionKey(parsed.name));
-  } else if (parsed.kind == ConfigLine::Key) {
-    line.kind = Entry;
+  } else if (parsed.kind == ConfigLine::Entry) {
     line.keyBegin = static_cast<std::size_t>(parsed.name.data() - content.data());
     line.keyEnd = line.keyBegin + parsed.name.size();
     // An empty value begins where the next one would be written.
@@ -79,20 +92,12 @@ const char* ConfigLines::parseLine(Line& line) {
 // Into its section and among the keys. Requires: it is the section's last line.
 void ConfigLines::enter(Index at) {
   Line& line = lines[at];
-  if (line.kind == Other) return;
+  if (line.kind == ConfigLine::Other) return;
   List& section = sections[line.section].lines;
   link(section, &Line::inSection, section.last, at);
-  if (line.kind == Header) return;
-  const std::uint32_t hash = hashOf(line.section, keyOf(at));
-  Slot& slot = slots[slotOf(hash, line.section, keyOf(at))];
-  line.older = slot.line;
-  if (slot.line != none) {
-    slot.line = at;
-    return;
-  }
-  slot = {hash, at};
-  ++keyCount;
-  reserveSlots(keyCount + 1);
+  if (line.kind == ConfigLine::Header) return;
+  const std::string_view key = keyOf(at);
+  line.older = keys.set(hashOf(line.section, key), at, isKey(line.section, key));
 }
 
 std::string ConfigLines::text() const {
@@ -136,7 +141,7 @@ bool ConfigLines::hasSection(const std::string& name) const {
 }
 
 ConfigLines::Index ConfigLines::entryFrom(Index line) const {
-  while (line != none && lines[line].kind != Entry) line = lines[line].inSection.next;
+  while (line != none && lines[line].kind != ConfigLine::Entry) line = lines[line].inSection.next;
   return line;
 }
 
@@ -149,57 +154,10 @@ ConfigLines::Index ConfigLines::nextEntry(Index line) const {
   return entryFrom(lines[line].inSection.next);
 }
 
-// --- Keys ----------------------------------------------------------------------
-
-std::uint32_t ConfigLines::hashOf(Index section, std::string_view key) const {
-  constexpr std::uint32_t spread = 0x9e3779b9;  // sections count up from 0
-  return static_cast<std::uint32_t>(std::hash<std::string_view>()(key)) ^ section * spread;
-}
-
-// The key's place, or the free one where it belongs.
-std::size_t ConfigLines::slotOf(std::uint32_t hash, Index section, std::string_view key) const {
-  const std::size_t mask = slots.size() - 1;
-  for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
-    const Slot& slot = slots[at];
-    if (slot.line == none) return at;
-    if (slot.hash == hash && lines[slot.line].section == section && keyOf(slot.line) == key) {
-      return at;
-    }
-  }
-}
-
-void ConfigLines::reserveSlots(std::size_t keys) {
-  std::size_t size = std::max<std::size_t>(slots.size(), 16);
-  while (size < keys * 2) size *= 2;
-  if (size == slots.size()) return;
-  std::vector<Slot> old(size);
-  old.swap(slots);
-  const std::size_t mask = size - 1;
-  for (const Slot& slot : old) {
-    if (slot.line == none) continue;
-    std::size_t at = slot.hash & mask;
-    while (slots[at].line != none) at = (at + 1) & mask;
-    slots[at] = slot;
-  }
-}
-
-// Moves those behind it that could not have their own place (Knuth, The Art of
-// Computer Programming, volume 3, 6.4, algorithm R).
-void ConfigLines::freeSlot(std::size_t hole) {
-  const std::size_t mask = slots.size() - 1;
-  for (std::size_t at = (hole + 1) & mask; slots[at].line != none; at = (at + 1) & mask) {
-    const std::size_t wanted = slots[at].hash & mask;
-    if (((at - wanted) & mask) < ((at - hole) & mask)) continue;
-    slots[hole] = slots[at];
-    hole = at;
-  }
-  slots[hole] = Slot();
-  --keyCount;
-}
-
 ConfigLines::Index ConfigLines::find(const std::string& name, std::string_view key) const {
   const Index section = knownSection(name);
-  return section == none ? none : slots[slotOf(hashOf(section, key), section, key)].line;
+  if (section == none) return none;
+  return keys.find(hashOf(section, key), isKey(section, key));
 }
 
 // --- Changing ------------------------------------------------------------------
@@ -256,7 +214,7 @@ void ConfigLines::insertBehind(Index before, const std::string& text) {
 ConfigLines::Index ConfigLines::endOfSection(const std::string& name) const {
   if (hasSection(name)) return sections[knownSection(name)].lines.last;
   Index line = file.first;
-  while (line != none && lines[line].kind != Header) line = next(line);
+  while (line != none && lines[line].kind != ConfigLine::Header) line = next(line);
   return line == none ? file.last : lines[line].inFile.previous;
 }
 
@@ -272,7 +230,8 @@ void ConfigLines::addEntry(const std::string& section, const std::string& key,
 
 void ConfigLines::removeKey(Index line) {
   const Index section = lines[line].section;
-  freeSlot(slotOf(hashOf(section, keyOf(line)), section, keyOf(line)));
+  const std::string_view key = keyOf(line);
+  keys.erase(hashOf(section, key), isKey(section, key));
   while (line != none) {
     const Index older = lines[line].older;
     unlink(file, &Line::inFile, line);

@@ -6,11 +6,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
+
+#include "loomkit/config/config_line.h"
+#include "loomkit/config/line_table.h"
 
 namespace loomkit {
 
@@ -19,9 +21,8 @@ namespace loomkit {
 /// case; "" is what stands before the first header.
 class ConfigLines {
  public:
-  using Index = std::uint32_t;
-  static constexpr Index none = std::numeric_limits<Index>::max();
-  enum Kind : unsigned char { Other, Header, Entry };
+  using Index = LineTable::Index;
+  static constexpr Index none = LineTable::none;
 
   /// Takes the text apart. False, with "line N: REASON", when a line is wrong;
   /// requires that nothing is here yet.
@@ -36,7 +37,7 @@ class ConfigLines {
   /// Counted from 1. Takes a walk.
   [[nodiscard]] std::size_t numberOf(Index line) const;
 
-  [[nodiscard]] Kind kindOf(Index line) const { return lines[line].kind; }
+  [[nodiscard]] ConfigLine::Kind kindOf(Index line) const { return lines[line].kind; }
   [[nodiscard]] const std::string& sectionOf(Index line) const {
     return sections[lines[line].section].name;
   }
@@ -82,16 +83,11 @@ class ConfigLines {
     Links inSection;  // among its headers and entries
     Index older = none;
     Index section = 0;
-    Kind kind = Other;
+    ConfigLine::Kind kind = ConfigLine::Other;
   };
   struct Section {
     std::string name;
     List lines;
-  };
-  // A place of the hash table, which probes one place after the other.
-  struct Slot {
-    std::uint32_t hash = 0;
-    Index line = none;
   };
 
   // Gives the reason when the line is wrong.
@@ -108,18 +104,14 @@ class ConfigLines {
   [[nodiscard]] Index entryFrom(Index line) const;
   [[nodiscard]] std::string lineEnd() const;
 
-  [[nodiscard]] std::uint32_t hashOf(Index section, std::string_view key) const;
-  [[nodiscard]] std::size_t slotOf(std::uint32_t hash, Index section, std::string_view key) const;
-  void reserveSlots(std::size_t keys);
-  void freeSlot(std::size_t slot);
+  [[nodiscard]] auto isKey(Index section, std::string_view key) const;
 
   std::vector<Line> lines;
   std::vector<Index> removed;  // of `lines`, to be used again
   List file;
   std::vector<Section> sections;
   std::unordered_map<std::string, Index> sectionsByName;
-  std::vector<Slot> slots = std::vector<Slot>(16);  // a power of two, at most half full
-  std::size_t keyCount = 0;
+  LineTable keys;  // the last line of each key
 };
 
 }  // namespace loomkit

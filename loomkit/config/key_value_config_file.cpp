@@ -44,14 +44,14 @@ bool canBeWritten(const std::string& key, const std::string& value) {
   if ((key + value).find('\n') != std::string::npos) return false;
   const std::string text = key + "=" + value;
   const ConfigLine line = parseConfigLine(text);
-  return line.kind == ConfigLine::Key && line.name == key && line.value == value;
+  return line.kind == ConfigLine::Entry && line.name == key && line.value == value;
 }
 
 bool canBeSection(const std::string& section) {
   if (section.empty()) return true;
   const std::string text = "[" + section + "]";
   const ConfigLine line = parseConfigLine(text);
-  return section.find('\n') == std::string::npos && line.kind == ConfigLine::Section &&
+  return section.find('\n') == std::string::npos && line.kind == ConfigLine::Header &&
          line.name == section;
 }
 
@@ -129,7 +129,7 @@ std::vector<std::string> GKeyValueConfigFile::getSections() const {
   std::vector<std::string> found;
   std::unordered_set<std::string> seen;
   for (auto line = lines->first(); line != ConfigLines::none; line = lines->next(line)) {
-    if (lines->kindOf(line) != ConfigLines::Header) continue;
+    if (lines->kindOf(line) != ConfigLine::Header) continue;
     const std::string& section = lines->sectionOf(line);
     if (seen.insert(section).second) found.push_back(section);
   }
@@ -184,7 +184,7 @@ std::vector<std::string> GKeyValueConfigFile::check(const std::vector<Rule>& rul
   std::size_t number = 0;
   for (auto line = lines->first(); line != ConfigLines::none; line = lines->next(line)) {
     ++number;
-    if (lines->kindOf(line) != ConfigLines::Entry) continue;
+    if (lines->kindOf(line) != ConfigLine::Entry) continue;
     const std::string key(lines->keyOf(line));
     const auto rule = std::find_if(rules.begin(), rules.end(), [&](const Rule& r) {
       return matches(sectionKey(r.section), lines->sectionOf(line)) && matches(r.key, key);

@@ -2,6 +2,7 @@
 #include "loomkit/rpn/literals.h"
 
 #include <cerrno>
+#include <cstdint>
 
 #include "loomkit/rpn/creator_ref.h"
 #include "loomkit/rpn/errors.h"
@@ -9,6 +10,7 @@
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/number.h"
 #include "loomkit/text/number32.h"
+#include "loomkit/text/short_number.h"
 
 using loomkit::isAsciiAlpha;
 using loomkit::isAsciiDigit;
@@ -17,29 +19,32 @@ using loomkit::isAsciiWord;
 
 namespace {
 
-// An integer of at most eight digits, which is what most numbers are. Null
-// where anything follows that the full readers have a say in.
-const char* shortInteger(const char* s, double* value) {
-  unsigned sum = 0;
-  const char* p = s;
-  for (; isAsciiDigit(*p); ++p) {
-    if (p - s == 8) return nullptr;
-    sum = sum * 10 + static_cast<unsigned>(*p - '0');
+// A short decimal integer, which is what most numbers are. Null where it may be
+// the beginning of something else.
+const char* shortInteger(const char* s, std::int32_t* value) {
+  const char* const end = loomkit::readShortNumber(s, value);
+  if (end == nullptr || (*s == '0' && end - s > 1)) return nullptr;  // perhaps octal
+  switch (*end) {
+    case '.':
+    case 'e':
+    case 'E':
+    case 'x':
+    case 'X':
+      return nullptr;
+    default:
+      return end;
   }
-  if (p == s || *p == '.' || *p == 'e' || *p == 'E' || *p == 'x' || *p == 'X') return nullptr;
-  if (*s == '0' && p - s > 1) return nullptr;  // perhaps an octal number
-  *value = sum;
-  return p;
 }
 
 }  // namespace
 
 const char* GRpnEval::Literals::constNumber(GRpnEval& eval, const char* s) {
-  double value = 0;
-  if (const char* end = shortInteger(s, &value)) {
-    eval.push(value);
+  std::int32_t integer = 0;
+  if (const char* end = shortInteger(s, &integer)) {
+    eval.push(integer);
     return end;
   }
+  double value = 0;
   const char* end = s;
   bool converted = false;
   errno = 0;

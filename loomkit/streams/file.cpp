@@ -9,7 +9,9 @@
 #include "loomkit/platform/files.h"
 #include "loomkit/platform/platform.h"
 #include "loomkit/streams/directory.h"
+#include "loomkit/text/char_class.h"
 #include "loomkit/text/gi_string.h"
+#include "loomkit/text/letter_case.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/uri.h"
 
@@ -34,12 +36,8 @@ void logRealPathFailure(const std::string& nativeName, bool withError) {
   gOutput->log(0, std::string(), text.c_str());
 }
 
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
 bool isFileScheme(const std::string& url) {
-  GiString scheme(url.substr(0, 5));
-  scheme.toLower(0, static_cast<unsigned>(scheme.size()));
-  return scheme == "file:";
+  return loomkit::lowerCased(url.substr(0, 5)) == "file:";
 }
 
 }  // namespace
@@ -140,7 +138,7 @@ std::string GFile::pathFromURL(const std::string& url) {
   if (!isFileScheme(url)) return {};
   if (url.compare(5, 3, "///") != 0) return gUnescapePartOfURI(url.substr(5));
   std::string path = url.substr(7);
-  if (path.size() >= 3 && isLetter(path[1]) && path[2] == ':') {
+  if (path.size() >= 3 && loomkit::isAsciiAlpha(path[1]) && path[2] == ':') {
     path.erase(0, 1);  // "/C:/x"
   } else {
     // More than two slashes collapse to the two of a server's name.

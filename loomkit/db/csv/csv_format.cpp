@@ -10,6 +10,7 @@
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/number.h"
 #include "loomkit/text/number32.h"
+#include "loomkit/text/short_number.h"
 
 namespace loomkit {
 namespace {
@@ -36,27 +37,14 @@ char* aligned(char* at, std::size_t alignment) {
   return at + ((alignment - address % alignment) % alignment);
 }
 
-// A plain number of at most nine digits, which is nearly every one; otherwise
-// null, and the full reader decides.
-const char* readShortNumber(const char* text, std::int32_t* value) {
-  const bool negative = *text == '-';
-  const char* at = negative ? text + 1 : text;
-  const char* const digits = at;
-  std::int32_t number = 0;
-  for (; isAsciiDigit(*at); ++at) {
-    if (at - digits == 9) return nullptr;
-    number = number * 10 + (*at - '0');
-  }
-  if (at == digits) return nullptr;
-  *value = negative ? -number : number;
-  return at;
-}
-
 // Readers of one column: the position behind what was read, or null when it is
 // not of the type. They store the value at `*out` and move it behind.
 const char* readInt(const char* text, GDbFieldType type, char** out) {
+  // Nearly every number is short; the full readers decide on the others.
+  const bool negative = *text == '-';
   std::int32_t value = 0;
-  const char* end = readShortNumber(text, &value);
+  const char* end = readShortNumber(negative ? text + 1 : text, &value);
+  if (negative) value = -value;
   if (end == nullptr) {
     value = type == GDbFieldInt ? parseLong32(text, &end, 10)
                                 : static_cast<std::int32_t>(parseUnsignedLong32(text, &end, 10));

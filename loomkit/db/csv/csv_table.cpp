@@ -5,7 +5,7 @@
 #include "loomkit/db/csv/csv_format.h"
 #include "loomkit/db/csv/csv_index.h"
 #include "loomkit/db/csv/csv_line_reader.h"
-#include "loomkit/text/gi_string.h"
+#include "loomkit/text/letter_case.h"
 
 namespace {
 
@@ -134,9 +134,7 @@ GDbStatus GDbCSVTable::indexName(const GDbKey* keys, int count, std::string* fie
     const int field = keys[i].field;
     if (field < 0 || field >= structure->getNumFields()) return GDbInvalidArgument;
     if (i != 0) *fieldNames += ',';
-    GiString fieldName(structure->getField(field).getName(), 0);
-    fieldName.toLower(0, static_cast<unsigned>(fieldName.size()));
-    *fieldNames += fieldName;
+    *fieldNames += loomkit::lowerCased(structure->getField(field).getName());
   }
   return GDbNoError;
 }
