@@ -44,9 +44,9 @@ template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::load(const std::string& directory1,
                                          const std::string& directory2,
                                          const std::string& fileName) {
-  for (const std::string& directory : {directory1, directory2}) {
-    loadedName = directory;
-    loadedName.append("/").append(fileName);
+  // Both are made first, as any argument may be the name that is replaced.
+  for (const std::string& path : {directory1 + "/" + fileName, directory2 + "/" + fileName}) {
+    loadedName = path;
     std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
     if (stream != nullptr) return loadOpened(std::move(stream));
   }
@@ -74,10 +74,10 @@ void ConfigFileBase<File, Section>::addSection(Section* section) {
 // in a failure to open or to save: tools that read these messages know it.
 template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::setErrMsg(const std::string& msg) {
-  errMsg.clear();
-  if (!loadedName.empty()) errMsg += loadedName + ": ";
-  if (lineNumber != 0) errMsg += "line " + std::to_string(lineNumber) + ": ";
-  errMsg += msg;
+  std::string text;  // `msg` may be the old message
+  if (!loadedName.empty()) text += loadedName + ": ";
+  if (lineNumber != 0) text += "line " + std::to_string(lineNumber) + ": ";
+  errMsg = text + msg;
   return false;
 }
 

@@ -29,6 +29,11 @@ GDbKey::GDbKey(const GDbKey& other)
 
 GDbKey& GDbKey::operator=(const GDbKey& other) {
   if (this == &other) return *this;
+  if (ownsString && type == GDbFieldString && other.type == GDbFieldString &&
+      other.value.stringValue == value.stringValue) {
+    field = other.field;  // `other` borrows our own text, which stays ours
+    return *this;
+  }
   release();
   field = other.field;
   type = other.type;

@@ -93,6 +93,7 @@ GRpnEval::~GRpnEval() {
 
 void GRpnEval::setErrorHandler(ErrorHandler* handler) {
   assert(handler != nullptr);
+  if (handler == errorHandler) return;
   ::operator delete(errorHandler);
   errorHandler = handler;
 }

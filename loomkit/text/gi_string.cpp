@@ -66,8 +66,13 @@ std::string& GiString::toUpper(unsigned pos, unsigned n) {
 }
 
 std::string& GiString::trim(const char* chars) {
-  trimRight(chars);
-  return trimLeft(chars);
+  const char* set = chars != nullptr ? chars : loomkit::whiteSpaceSet;
+  // Both ends are found before anything goes: `chars` may be a part of this text.
+  const std::size_t end = find_last_not_of(set) + 1;  // npos + 1 is 0: nothing is kept
+  const std::size_t begin = std::min(find_first_not_of(set), end);
+  erase(end);
+  erase(0, begin);
+  return *this;
 }
 
 std::string& GiString::trimLeft(const char* chars) {

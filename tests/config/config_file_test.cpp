@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "tests/scratch_directory.h"
@@ -21,6 +22,7 @@ class Section : public GConfigSection {
     *log += getSectionName() + ":" + key + "=" + value + ";";
     return true;
   }
+  using GConfigSection::invalidKey;
   using GConfigSection::parse;
   using GConfigSection::setErrMsg;
 
@@ -233,6 +235,40 @@ TEST(GConfigFile, LoadsFromTheFirstOfTwoDirectories) {
   EXPECT_FALSE(other.load(scratch / "1", scratch / "2", "b.cfg"));
   EXPECT_EQ(other.getErrMsg(), scratch / "2/b.cfg" + ": can't open for reading");
   EXPECT_EQ(other.log, "");
+}
+
+TEST(GConfigFile, TakesItsOwnNameAndMessageAsArguments) {
+  const ScratchDirectory scratch;
+  std::filesystem::create_directories(scratch / "b" + scratch.path());
+  scratch.write("b" + scratch.path() + "/a.cfg", "from=b");
+  File file;
+  EXPECT_FALSE(file.load(scratch / "a.cfg"));
+  EXPECT_TRUE(file.load(scratch / "a", scratch / "b", file.getName()));
+  EXPECT_EQ(file.getName(), scratch / "b/" + scratch / "a.cfg");
+  EXPECT_EQ(file.log, "from=b;ok");
+
+  File other;
+  EXPECT_FALSE(other.load(scratch.path()));
+  EXPECT_TRUE(other.load("none", other.getName(), "b" + scratch / "a.cfg"));
+  EXPECT_TRUE(other.load(other.getName()));
+
+  std::istringstream text("a=1\nx");
+  EXPECT_FALSE(other.load(other.getErrMsg(), &text));
+  EXPECT_EQ(other.getName(), scratch.path() + ": can't open for reading");
+}
+
+TEST(GConfigFile, KeepsTheTextOfItsOwnMessage) {
+  File file;
+  EXPECT_FALSE(file.loadText("a=1\nx"));
+  EXPECT_FALSE(file.setErrMsg(file.getErrMsg()));
+  EXPECT_EQ(file.getErrMsg(), "app.cfg: line 2: app.cfg: line 2: missing '='");
+  std::string log;
+  Section section("s", &log);
+  section.setErrMsg("why");
+  EXPECT_FALSE(section.setErrMsg(section.getErrMsg()));
+  EXPECT_EQ(section.getErrMsg(), "why");
+  EXPECT_FALSE(section.invalidKey(section.getErrMsg()));
+  EXPECT_EQ(section.getErrMsg(), "invalid key: why");
 }
 
 TEST(GConfigFile, TellsAReadErrorFromTheEnd) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 #include "tests/scratch_directory.h"
@@ -81,6 +82,7 @@ class File : public GWriteableConfigFile {
     return out.str();
   }
   using GWriteableConfigFile::addSection;
+  using GWriteableConfigFile::setErrMsg;
   bool refuses = false;
 
  private:
@@ -159,6 +161,27 @@ TEST(GWriteableConfigFile, SavesToItsOwnFileOrAnother) {
   EXPECT_TRUE(file.save(scratch / "b.cfg"));
   EXPECT_EQ(file.getName(), scratch / "b.cfg");
   EXPECT_EQ(scratch.read("b.cfg"), "a=1\n");
+}
+
+TEST(GWriteableConfigFile, TakesItsOwnNameAndMessageAsArguments) {
+  const ScratchDirectory scratch;
+  std::filesystem::create_directories(scratch / "b" + scratch.path());
+  scratch.write("b" + scratch.path() + "/a.cfg", "a = 1\n");
+  File file;
+  EXPECT_FALSE(file.load(scratch / "a.cfg"));
+  EXPECT_TRUE(file.load(scratch / "a", scratch / "b", file.getName()));
+  EXPECT_EQ(file.getName(), scratch / "b/" + scratch / "a.cfg");
+  EXPECT_TRUE(file.save(file.getName()));
+  EXPECT_EQ(scratch.read("b" + scratch.path() + "/a.cfg"), "a=1\n");
+
+  std::istringstream text("x");
+  EXPECT_FALSE(file.load("", &text));
+  const std::string message = file.getErrMsg();
+  std::ostringstream out;
+  EXPECT_TRUE(file.save(file.getErrMsg(), &out));
+  EXPECT_EQ(file.getName(), message);
+  EXPECT_FALSE(file.setErrMsg(file.getErrMsg()));
+  EXPECT_EQ(file.getErrMsg(), message + ": line 1: " + message);
 }
 
 TEST(GWriteableConfigFile, SaysWhatCannotBeOpenedWithTheLineOfTheLoad) {

@@ -201,4 +201,13 @@ TEST(DbKey, AssignmentReleasesTheTargetsTextAndSurvivesItself) {
   EXPECT_FALSE(owner.ownsString);
 }
 
+TEST(DbKey, KeepsItsTextWhenItIsAssignedAKeyThatBorrowsIt) {
+  GDbKey owner(0, "text");
+  owner.dupString();
+  owner = GDbKey(3, owner.value.stringValue);
+  EXPECT_EQ(owner.field, 3);
+  EXPECT_TRUE(owner.ownsString);
+  EXPECT_STREQ(owner.value.stringValue, "text");
+}
+
 }  // namespace

@@ -122,6 +122,19 @@ TEST(RpnEval, HandlersAreFreedWithoutTheirDestructor) {
   EXPECT_EQ(handlersDestroyed, 0);
 }
 
+TEST(RpnEval, AHandlerThatIsSetTwiceStays) {
+  struct Counting : GRpnEval::ErrorHandler {
+    void error(const std::string&) override { ++count; }
+    int count = 0;
+  };
+  GRpnEval eval;
+  auto* const handler = new Counting;
+  eval.setErrorHandler(handler);
+  eval.setErrorHandler(handler);
+  EXPECT_FALSE(eval.evalVoid("="));
+  EXPECT_EQ(handler->count, 1);
+}
+
 // Parameters and functions of a test, with a look at their end.
 struct Params : GRpnParamSet {
   explicit Params(bool* endedFlag = nullptr) : ended(endedFlag) {}

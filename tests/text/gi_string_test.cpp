@@ -141,6 +141,13 @@ TEST(GiString, TrimLeavesANulThatTheSetCannotName) {
   EXPECT_EQ(s, std::string("\0a\0", 3));
 }
 
+TEST(GiString, TrimsByASetThatIsAPartOfTheText) {
+  GiString s("ab  ab");
+  EXPECT_EQ(s.trim(s.c_str() + 4), "  ");
+  GiString whole("abc");
+  EXPECT_EQ(whole.trim(whole.c_str()), "");
+}
+
 TEST(GiString, HashOfRandomTextsNeverHasATop) {
   std::mt19937 random(1);
   for (int i = 0; i < 10000; ++i) {
