@@ -147,8 +147,8 @@ class SqliteCatalog : public ::testing::Test {
     return description;
   }
 
-  TempDir dir;
-  DatabaseOwner database = openDb("sqlite3:" + dir.file("t.db"));
+  ScratchDirectory dir;
+  DatabaseOwner database = openDb("sqlite3:" + dir / "t.db");
 };
 
 TEST_F(SqliteCatalog, ListsTablesAndViews) {
@@ -204,16 +204,16 @@ TEST_F(SqliteCatalog, SaysWhatIsNotThere) {
 // --- CSV ---
 
 TEST(CsvCatalog, ListsFilesAndMembersOfTheArchiveOnce) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   dir.write("b.csv", "1\n");
   dir.write("a.csv", "1\n");
   dir.write("a.CSV", "1\n");
   dir.write(".csv", "1\n");
   dir.write("a.csv.bak", "1\n");
-  std::filesystem::create_directory(dir.file("folder.csv"));
+  std::filesystem::create_directory(dir / "folder.csv");
   {
     GZipWriter writer;
-    ASSERT_TRUE(writer.open(dir.file("t.zip")));
+    ASSERT_TRUE(writer.open(dir / "t.zip"));
     for (const char* name : {"a.csv", "sub/c.csv", "d.txt"})
       ASSERT_TRUE(writer.writeEntry(name, "1;2\n", 4));
     ASSERT_TRUE(writer.close());
@@ -233,7 +233,7 @@ TEST(CsvCatalog, ListsFilesAndMembersOfTheArchiveOnce) {
 }
 
 TEST(CsvCatalog, SaysWhatIsNotThere) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   const DatabaseOwner database = openDb("csv:" + dir.path());
   GDbCatalog::Description description;
   std::vector<GDbCatalog::Table> tables;

@@ -74,7 +74,7 @@ struct Csv {
   static constexpr Traits traits = {
       .name = "Csv", .closesTables = false, .needsStructure = true, .infersColumns = true};
 
-  static DatabaseOwner open(const TempDir& dir) {
+  static DatabaseOwner open(const ScratchDirectory& dir) {
     std::string bytes;
     for (const Part& part : parts) {
       GOStrStream line;
@@ -93,8 +93,8 @@ struct Sqlite {
                                     .transactions = true,
                                     .scanReplaces = true};
 
-  static DatabaseOwner open(const TempDir& dir) {
-    DatabaseOwner database = openDb("sqlite3:" + dir.file("parts.db"));
+  static DatabaseOwner open(const ScratchDirectory& dir) {
+    DatabaseOwner database = openDb("sqlite3:" + dir / "parts.db");
     createParts(database.get());
     return database;
   }

@@ -31,7 +31,7 @@ class DbBackend : public ::testing::Test {
     return name;
   }
 
-  TempDir dir;
+  ScratchDirectory dir;
   DatabaseOwner database;
   TableOwner table;
   GDbStructure structure = partsStructure();

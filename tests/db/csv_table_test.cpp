@@ -33,7 +33,7 @@ class CsvTable : public ::testing::Test {
     return TableOwner(result);
   }
 
-  TempDir dir;
+  ScratchDirectory dir;
   DatabaseOwner database;
   const GDbStructure idName = structureOf({{"Id", GDbFieldInt}, {"Name", GDbFieldString}});
   const GDbStructure text = structureOf({{"text", GDbFieldString}});
@@ -51,7 +51,7 @@ TEST_F(CsvTable, OpensDirectoriesOnly) {
 }
 
 TEST_F(CsvTable, UnescapesThePathAndNotTheOptions) {
-  std::filesystem::create_directory(dir.file("a b?c"));
+  std::filesystem::create_directory(dir / "a b?c");
   dir.write("a b?c/t.csv", "1;x\n");
   const DatabaseOwner escaped = openDb("CSV:" + dir.path() + "/a%20b%3fc");
   EXPECT_EQ(scan(openTable(escaped, "t", &idName).get()), Texts{"1|x"});
@@ -84,7 +84,7 @@ TEST_F(CsvTable, ChecksTheFirstLineWhenItOpens) {
 }
 
 TEST_F(CsvTable, ADirectoryOfATablesNameIsAReadError) {
-  std::filesystem::create_directory(dir.file("d.csv"));
+  std::filesystem::create_directory(dir / "d.csv");
   GDbTable* none = nullptr;
   const GDbStatus status = open()->openTable("d", &idName, &none);
   EXPECT_TRUE(status == GDbIoError || status == GDbInvalidTableName) << gDbStrError(status);
@@ -202,7 +202,7 @@ TEST_F(CsvTable, AFileThatShrankIsAnInternalError) {
   const TableOwner opened = table("1;a\n2;b\n", idName);
   GDbRecordSet set;
   EXPECT_EQ(opened->lookupKey(GDbKey(0, 2), &set), GDbNoError);
-  std::filesystem::resize_file(dir.file("t.csv"), 4);
+  std::filesystem::resize_file(dir / "t.csv", 4);
   EXPECT_EQ(opened->lookupKey(GDbKey(0, 2), &set), GDbInternalError);
 }
 

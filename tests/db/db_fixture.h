@@ -5,10 +5,7 @@
 #define LOOMKIT_TESTS_DB_DB_FIXTURE_H
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <utility>
@@ -19,35 +16,12 @@
 #include "loomkit/db/table.h"
 #include "loomkit/text/output.h"
 #include "tests/capture_output.h"
+#include "tests/scratch_directory.h"
 
 // gtest prints a status by its words.
 inline void PrintTo(GDbStatus status, std::ostream* out) { *out << gDbStrError(status); }
 
 namespace loomkit::testing {
-
-/// A directory that ends with the object.
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "loomkit_db_XXXXXX").string();
-    if (mkdtemp(pattern.data()) != nullptr) name = pattern;
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  ~TempDir() {
-    std::error_code ignored;
-    std::filesystem::remove_all(name, ignored);
-  }
-  [[nodiscard]] const std::string& path() const { return name; }
-  [[nodiscard]] std::string file(const std::string& leaf) const { return name + "/" + leaf; }
-  std::string write(const std::string& leaf, const std::string& bytes) const {
-    std::ofstream(file(leaf), std::ios::binary) << bytes;
-    return file(leaf);
-  }
-
- private:
-  std::string name;
-};
 
 using DatabaseOwner = std::unique_ptr<GDbDatabase>;
 using TableOwner = std::unique_ptr<GDbTable>;

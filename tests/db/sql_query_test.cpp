@@ -99,7 +99,7 @@ TEST(SqlQueryNull, GettersClearTheirResultsFirst) {
 
 class SqlQuery : public ::testing::Test {
  protected:
-  TempDir dir;
+  ScratchDirectory dir;
   DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/q.db");
   GSqlDatabaseImpl* sql = sqlOf(database);
 };

@@ -61,7 +61,7 @@ class SqlTable : public ::testing::Test {
     return record;
   }
 
-  TempDir dir;
+  ScratchDirectory dir;
   DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/t.db");
   GSqlDatabaseImpl* sql = sqlOf(database);
   TableOwner table;

@@ -166,7 +166,7 @@ TEST(SqliteOpen, TakesItsFlagsFromTheOptions) {
 }
 
 TEST(SqliteOpen, TheFlagsHaveNoEffectOnTheConnection) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   const DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/new.db?readonly");
   GSqlQuery query(sqlOf(database));
   EXPECT_EQ(query.exec("CREATE TABLE t (a);"), GDbNoError) << "made, and writable";
@@ -175,7 +175,7 @@ TEST(SqliteOpen, TheFlagsHaveNoEffectOnTheConnection) {
 TEST(SqliteOpen, WithoutTheOptionalFunctionAMissingFileIsRefused) {
   const ApiGuard guard;
   guard.api().openWithFlags = nullptr;
-  const TempDir dir;
+  const ScratchDirectory dir;
   const std::string path = dir.path() + "/x.db";
   GDbDatabase* database = nullptr;
   EXPECT_EQ(GDbDatabase::openDatabase(("sqlite3:" + path).c_str(), &database), GDbCantOpenFile);
@@ -203,10 +203,10 @@ TEST(SqliteOpen, AFailingBusyTimeoutClosesTheConnection) {
     EXPECT_EQ(milliseconds, 10000);
     return 7;
   };
-  const TempDir dir;
+  const ScratchDirectory dir;
   CaptureLog log;
   GDbDatabase* database = nullptr;
-  EXPECT_EQ(GDbDatabase::openDatabase(("sqlite3:" + dir.file("x.db")).c_str(), &database),
+  EXPECT_EQ(GDbDatabase::openDatabase(("sqlite3:" + dir / "x.db").c_str(), &database),
             GDbOutOfMemory);
   EXPECT_EQ(log.texts(), Texts{"Failed to set busy timeout of Sqlite3 database."});
 }
@@ -217,7 +217,7 @@ int failingCode = 0;
 
 // Every result code, at every call that gives one.
 TEST(SqliteFaults, EveryCodeOfEveryCallBecomesItsStatus) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   const DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/f.db");
   GSqlDatabaseImpl* sql = sqlOf(database);
   char blob[] = "x";
@@ -287,7 +287,7 @@ TEST(SqliteFaults, EveryCodeOfEveryCallBecomesItsStatus) {
 }
 
 TEST(SqliteFaults, ABusyStepLeavesTheQueryForAnotherTry) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   const DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/f.db");
   GSqlQuery query(sqlOf(database), "SELECT 1 UNION SELECT 2;");
   ASSERT_EQ(query.exec(), GDbNoError);
@@ -310,7 +310,7 @@ TEST(SqliteFaults, ABusyStepLeavesTheQueryForAnotherTry) {
 }
 
 TEST(SqliteFaults, AFailingCloseIsReportedAndNotRepeated) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   const DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/f.db");
   sqlite3* left = nullptr;
   {
@@ -330,30 +330,30 @@ TEST(SqliteFaults, AFailingCloseIsReportedAndNotRepeated) {
 // ---- hostile files ----
 
 TEST(SqliteFaults, AFileThatIsNoDatabaseIsRefusedWhenItIsRead) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   dir.write("text.db", std::string(2000, 'x'));
-  const DatabaseOwner database = openDb("sqlite3:" + dir.file("text.db"));
+  const DatabaseOwner database = openDb("sqlite3:" + dir / "text.db");
   GDbTable* table = nullptr;
   EXPECT_EQ(database->openTable("t", nullptr, &table), GDbInvalidLocator);
   EXPECT_EQ(sqlOf(database)->getLastError().getDatabaseText(), "file is not a database");
 }
 
 TEST(SqliteFaults, DamageGivesAStatusWhereverItIs) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   {
-    const DatabaseOwner database = openDb("sqlite3:" + dir.file("good.db"));
+    const DatabaseOwner database = openDb("sqlite3:" + dir / "good.db");
     GSqlQuery query(sqlOf(database));
     ASSERT_EQ(query.exec("CREATE TABLE t (id INTEGER, name TEXT);"), GDbNoError);
     ASSERT_EQ(query.exec("INSERT INTO t VALUES (1, 'one'), (2, 'two');"), GDbNoError);
   }
   std::string good;
   {
-    std::ifstream in(dir.file("good.db"), std::ios::binary);
+    std::ifstream in(dir / "good.db", std::ios::binary);
     good.assign(std::istreambuf_iterator<char>(in), {});
   }
   const auto readAll = [&](const std::string& bytes) {
     dir.write("bad.db", bytes);
-    const DatabaseOwner database = openDb("sqlite3:" + dir.file("bad.db"));
+    const DatabaseOwner database = openDb("sqlite3:" + dir / "bad.db");
     GDbTable* opened = nullptr;
     if (database->openTable("t", nullptr, &opened) != GDbNoError) return;
     const TableOwner table(opened);
@@ -372,11 +372,11 @@ TEST(SqliteFaults, DamageGivesAStatusWhereverItIs) {
 }
 
 TEST(SqliteFaults, ALockedDatabaseIsALockFailure) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   const ApiGuard guard;
   guard.api().busy_timeout = [](sqlite3*, int) { return 0; };  // so that nobody waits ten seconds
-  const DatabaseOwner first = openDb("sqlite3:" + dir.file("l.db"));
-  const DatabaseOwner second = openDb("sqlite3:" + dir.file("l.db"));
+  const DatabaseOwner first = openDb("sqlite3:" + dir / "l.db");
+  const DatabaseOwner second = openDb("sqlite3:" + dir / "l.db");
   GSqlQuery query(sqlOf(first));
   ASSERT_EQ(query.exec("CREATE TABLE t (a INTEGER);"), GDbNoError);
   ASSERT_EQ(query.exec("BEGIN EXCLUSIVE;"), GDbNoError);
@@ -389,13 +389,13 @@ TEST(SqliteFaults, ALockedDatabaseIsALockFailure) {
 }
 
 TEST(SqliteFaults, ConstraintsAndVanishedFilesAreStatuses) {
-  const TempDir dir;
-  const DatabaseOwner database = openDb("sqlite3:" + dir.file("v.db"));
+  const ScratchDirectory dir;
+  const DatabaseOwner database = openDb("sqlite3:" + dir / "v.db");
   GSqlQuery query(sqlOf(database));
   ASSERT_EQ(query.exec("CREATE TABLE t (a INTEGER UNIQUE);"), GDbNoError);
   ASSERT_EQ(query.exec("INSERT INTO t VALUES (1);"), GDbNoError);
   EXPECT_EQ(query.exec("INSERT INTO t VALUES (1);"), GDbConstraintViolation);
-  std::filesystem::remove(dir.file("v.db"));
+  std::filesystem::remove(dir / "v.db");
   EXPECT_NE(query.exec("INSERT INTO t VALUES (2);"), GDbNoError);
 }
 

@@ -22,7 +22,7 @@ class SqliteQuery : public ::testing::Test {
     return query;
   }
 
-  TempDir dir;
+  ScratchDirectory dir;
   DatabaseOwner database = openDb("sqlite3:" + dir.path() + "/q.db");
   GSqlDatabaseImpl* sql = sqlOf(database);
   const std::string three = "SELECT 10 UNION SELECT 20 UNION SELECT 30;";

@@ -27,7 +27,7 @@ class SqliteSchema : public ::testing::Test {
     return textsOf(set);
   }
 
-  TempDir dir;
+  ScratchDirectory dir;
   const std::string locator = "sqlite3:" + dir.path() + "/s.db";
   DatabaseOwner database = openDb(locator);
   TableOwner table;

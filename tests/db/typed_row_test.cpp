@@ -71,7 +71,7 @@ TEST_F(DbTypedRow, ShowsEveryValueAsText) {
 }
 
 TEST(DbTableScan, RunsOverATableAndTellsHowItEnded) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   dir.write("t.csv", "1;a\n2;b\nx;c\n");
   const DatabaseOwner database = openDb("csv:" + dir.path());
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
@@ -87,7 +87,7 @@ TEST(DbTableScan, RunsOverATableAndTellsHowItEnded) {
 }
 
 TEST(DbTableScan, OfAClosedTableIsEmpty) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   dir.write("t.csv", "1\n");
   const DatabaseOwner database = openDb("csv:" + dir.path());
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}});

@@ -16,9 +16,9 @@ std::string run(const std::string& command) {
 }
 
 TEST(DbWitness, TheSqlite3ShellReadsWhatWeWrite) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   {
-    const DatabaseOwner database = openDb("sqlite3:" + dir.file("w.db"));
+    const DatabaseOwner database = openDb("sqlite3:" + dir / "w.db");
     GDbStructure structure;
     structure.appendField(field("id", GDbFieldInt, true));
     structure.appendField(field("name", GDbFieldString, false, true));
@@ -34,24 +34,24 @@ TEST(DbWitness, TheSqlite3ShellReadsWhatWeWrite) {
     set.addRecord(record);
     ASSERT_EQ(table->insertRecords(set), GDbNoError);
   }
-  const std::string output = run("sqlite3 " + dir.file("w.db") +
+  const std::string output = run("sqlite3 " + dir / "w.db" +
                                  " \"SELECT id, name, hex(data) FROM w; PRAGMA integrity_check;\"");
   EXPECT_EQ(output, "1|\xc3\xa9t\xc3\xa9 'quoted'|00FF\nok\n");
 }
 
 TEST(DbWitness, WeReadWhatTheSqlite3ShellWrites) {
-  const TempDir dir;
-  run("sqlite3 " + dir.file("r.db") +
+  const ScratchDirectory dir;
+  run("sqlite3 " + dir / "r.db" +
       " \"CREATE TABLE r (id INTEGER, name VARCHAR(10), f DOUBLE);"
       " INSERT INTO r VALUES (1, 'a', 0.5), (2, NULL, 1e10);\"");
-  const DatabaseOwner database = openDb("sqlite3:" + dir.file("r.db"));
+  const DatabaseOwner database = openDb("sqlite3:" + dir / "r.db");
   EXPECT_EQ(scan(openTable(database, "r").get()), (Texts{"1|a|0.5", "2||1e+10"}));
 }
 
 TEST(DbWitness, WeReadWhatPythonsCsvModuleWrites) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   for (const char* quoting : {"QUOTE_MINIMAL", "QUOTE_ALL", "QUOTE_NONNUMERIC"}) {
-    run("python3 -c \"import csv; w = csv.writer(open('" + dir.file("p.csv") +
+    run("python3 -c \"import csv; w = csv.writer(open('" + dir / "p.csv" +
         "', 'w', newline=''), delimiter=';', quoting=csv." + quoting +
         "); w.writerows([['a;b', 'say \\\"x\\\"'], ['', ' plain '], ['1', '-']])\"");
     const DatabaseOwner database = openDb("csv:" + dir.path());
@@ -63,9 +63,9 @@ TEST(DbWitness, WeReadWhatPythonsCsvModuleWrites) {
 }
 
 TEST(DbWitness, WeReadTablesOutOfAnArchiveThatPythonMade) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   dir.write("t.csv", "1;file\n");
-  run("python3 -c \"import zipfile; z = zipfile.ZipFile('" + dir.file("a.zip") +
+  run("python3 -c \"import zipfile; z = zipfile.ZipFile('" + dir / "a.zip" +
       "', 'w', zipfile.ZIP_DEFLATED); z.writestr('t.csv', '1;zip\\n2;more\\n');"
       " z.writestr('only.csv', '3;only\\n'); z.close()\"");
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
@@ -89,7 +89,7 @@ TEST(DbWitness, WeReadTablesOutOfAnArchiveThatPythonMade) {
 
 // Every text quoted, numbers bare, CR LF: what an office suite exports.
 TEST(DbWitness, WeReadOfficeQuoting) {
-  const TempDir dir;
+  const ScratchDirectory dir;
   dir.write("o.csv", "1;\"\xc3\x84pfel; rot\";2.5\r\n2;\"12\"\" Rad\";0\r\n");
   const DatabaseOwner database = openDb("csv:" + dir.path());
   const GDbStructure structure =
@@ -112,8 +112,8 @@ TEST(DbWitness, TheUnicodeTableOpensScansAndLoadsIntoSqlite) {
   const std::string unicode = "/usr/share/unicode/UnicodeData.txt";
   if (!std::filesystem::exists(unicode))
     GTEST_FAIL() << "unicode-data is not installed: run scripts/setup.sh test";
-  const TempDir dir;
-  std::filesystem::create_symlink(unicode, dir.file("unicode.csv"));
+  const ScratchDirectory dir;
+  std::filesystem::create_symlink(unicode, dir / "unicode.csv");
   const DatabaseOwner csv = openDb("csv:" + dir.path());
   const GDbStructure structure = unicodeStructure();
   const TableOwner source = openTable(csv, "unicode", &structure);
@@ -135,7 +135,7 @@ TEST(DbWitness, TheUnicodeTableOpensScansAndLoadsIntoSqlite) {
   }
   EXPECT_GT(all.getNumRecords(), 34000U);
 
-  const DatabaseOwner sqlite = openDb("sqlite3:" + dir.file("unicode.db"));
+  const DatabaseOwner sqlite = openDb("sqlite3:" + dir / "unicode.db");
   GDbTable* made = nullptr;
   ASSERT_EQ(sqlite->createTable("unicode", &structure, &made), GDbNoError);
   const TableOwner target(made);

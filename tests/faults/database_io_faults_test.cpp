@@ -19,7 +19,7 @@ class DatabaseOnABadDisk : public ::testing::TestWithParam<int> {
     dir.write("t.csv", rows);
     GZipWriter writer;
     writer.setCompression(true);
-    writer.open(dir.file("a.zip"));
+    writer.open(dir / "a.zip");
     writer.writeEntry("z.csv", rows.data(), static_cast<unsigned>(rows.size()));
     writer.close();
   }
@@ -48,7 +48,7 @@ class DatabaseOnABadDisk : public ::testing::TestWithParam<int> {
   }
 
   static constexpr int rowCount = 3000;
-  TempDir dir;
+  ScratchDirectory dir;
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
 };
 
@@ -68,7 +68,7 @@ TEST_P(DatabaseOnABadDisk, CsvInAnArchiveIsReadWholeOrFails) {
 // A transaction is in the database, or it is not.
 TEST_P(DatabaseOnABadDisk, SqliteCommitsAllOrNothing) {
   const CaptureOutput output;
-  const std::string path = dir.file("s.db");
+  const std::string path = dir / "s.db";
   const auto fill = [&] {
     GDbDatabase* opened = nullptr;
     if (GDbDatabase::openDatabase(("sqlite3:" + path).c_str(), &opened) != GDbNoError) return false;
@@ -118,7 +118,7 @@ TEST_P(DatabaseOnABadDisk, SqliteCommitsAllOrNothing) {
 // What is there is read whole, or a status says that it is not.
 TEST_P(DatabaseOnABadDisk, SqliteIsReadWholeOrFails) {
   const CaptureOutput output;
-  const std::string path = dir.file("r.db");
+  const std::string path = dir / "r.db";
   {
     const DatabaseOwner database = openDb("sqlite3:" + path);
     GDbTable* made = nullptr;
