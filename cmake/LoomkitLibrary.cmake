@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Each folder of the library names its own files with these two functions;
+# Each folder of the library names its own files with these functions;
 # loomkit/CMakeLists.txt then makes the shared and the static library of them.
 
 # loomkit_sources(file...): sources of the calling folder.
@@ -7,6 +7,12 @@ function(loomkit_sources)
   foreach(file IN LISTS ARGN)
     set_property(GLOBAL APPEND PROPERTY LOOMKIT_SOURCES ${CMAKE_CURRENT_SOURCE_DIR}/${file})
   endforeach()
+endfunction()
+
+# loomkit_backend(name): a database backend, whose factory is kept in
+# `loomkit::backends::name`; loomkit/db/backends.h says why.
+function(loomkit_backend name)
+  set_property(GLOBAL APPEND PROPERTY LOOMKIT_BACKENDS ${name})
 endfunction()
 
 # loomkit_public_headers(file...): headers that are installed and that the

@@ -12,10 +12,12 @@
 
 #include "loomkit/platform/export.h"
 
-class GConfigFile;
-class GConfigSection;
-class GWriteableConfigFile;
-class GWriteableConfigSection;
+// Exported from their first mention on: a template of hidden classes would have
+// a hidden typeinfo, which hosts that derive from the files need.
+class LOOMKIT_API GConfigFile;
+class LOOMKIT_API GConfigSection;
+class LOOMKIT_API GWriteableConfigFile;
+class LOOMKIT_API GWriteableConfigSection;
 
 namespace loomkit {
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "loomkit/db/backends.h"
 #include "loomkit/db/locator.h"
 #include "loomkit/db/slot_table.h"
 #include "loomkit/db/table.h"
@@ -12,6 +13,12 @@
 constinit std::vector<GDbDatabase*> GDbDatabase::sDatabases;
 constinit std::vector<GDbDbFactory*>* GDbDatabase::sDbFactories = nullptr;
 constinit std::int32_t GDbDatabase::sSeqNo = 1;
+
+namespace loomkit::backends {
+// Whoever links the registry links the backends.
+extern const GDbDbFactory* const* const* const linked;
+const GDbDbFactory* const* const* const linked = all;
+}  // namespace loomkit::backends
 
 GDbDatabase::GDbDatabase(const std::string& locator) : name(locator) {
   dbIdx = loomkit::takeSlot(&sDatabases, this);

@@ -33,6 +33,8 @@ int main() {
   if (gOutput == nullptr || !GRpnEval().evalFloat("1 2 +", &sum)) return 1;
   GDbDatabase* database = nullptr;
   if (GDbDatabase::openDatabase("csv:/tmp", &database) != 0) return 2;
+  GDbDatabase* none = nullptr;
+  if (GDbDatabase::openDatabase("sqlite3:/nowhere/x", &none) == GDbInvalidTypeId) return 3;
   const std::unique_ptr<GDbDatabase> owner(database);
   std::printf("%s %g\n", LOOMKIT_VERSION, sum);
 }
@@ -51,17 +53,59 @@ for level in 17 20; do
   [ "$("$work/host")" = "$(pkg-config --modversion loomkit) 3" ] || { echo "host: wrong output"; exit 1; }
 done
 
-mkdir "$work/static"
-cat >"$work/static/CMakeLists.txt" <<'HOST'
+# The static library, by each way in which hosts link one. Where the shared one
+# lies beside it, the linker would take that.
+static="$work/static"
+mkdir -p "$static/lib"
+cp "$(pkg-config --variable=libdir loomkit)/libloomkit.a" "$static/lib"
+flags=$(pkg-config --cflags loomkit)
+cat >"$static/CMakeLists.txt" <<'HOST'
 cmake_minimum_required(VERSION 3.16)
 project(host CXX)
 find_package(loomkit REQUIRED)
 add_executable(host ../host.cpp)
 target_link_libraries(host PRIVATE loomkit::static)
 HOST
-cmake -S "$work/static" -B "$work/static/build" -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
-cmake --build "$work/static/build" >/dev/null
-[ "$("$work/static/build/host" | cut -d' ' -f2)" = 3 ] || { echo "static host: wrong output"; exit 1; }
+by_cmake() {
+  cmake -S "$static" -B "$static/build" -DCMAKE_PREFIX_PATH="$work/prefix"
+  cmake --build "$static/build"
+  cp "$static/build/host" "$static/host"
+}
+# shellcheck disable=SC2046
+by_pkg_config() {
+  c++ "$work/host.cpp" $(pkg-config --static --cflags --libs loomkit | sed "s|-L[^ ]*|-L$static/lib|") -o "$static/host"
+}
+# shellcheck disable=SC2086
+by_hand() { c++ "$work/host.cpp" $flags "-L$static/lib" -lloomkit -lz -o "$static/host"; }
+# The host's own archive holds the library's objects, too, and its program names
+# nothing but a function of the host.
+# shellcheck disable=SC2086
+within_the_hosts_archive() {
+  c++ -Dmain=hostMain -c "$work/host.cpp" $flags -o "$static/host.o"
+  printf 'create %s\naddlib %s\naddmod %s\nsave\nend\n' \
+    "$static/libhost.a" "$static/lib/libloomkit.a" "$static/host.o" | ar -M
+  echo 'int hostMain(); int main() { return hostMain(); }' >"$static/main.cpp"
+  c++ "$static/main.cpp" "-L$static" -lhost -lz -o "$static/host"
+}
+for way in by_cmake by_pkg_config by_hand within_the_hosts_archive; do
+  rm -f "$static/host"
+  "$way" >"$work/log" 2>&1 || { echo "static host $way:"; cat "$work/log"; exit 1; }
+  [ "$("$static/host" | cut -d' ' -f2)" = 3 ] || { echo "static host $way: wrong output"; exit 1; }
+  ! ldd "$static/host" | grep -q loomkit || { echo "static host $way: takes the shared library"; exit 1; }
+done
+
+# Deriving from every class that hosts may derive from.
+shared="$(pkg-config --libs loomkit) -Wl,-rpath,$(pkg-config --variable=libdir loomkit)"
+# shellcheck disable=SC2086
+for compiler in g++ clang++; do
+  for sanitize in "" -fsanitize=undefined; do
+    for libraries in "$shared" "-L$static/lib -lloomkit -lz"; do
+      $compiler -std=c++17 -Wall -Wextra -Werror $sanitize "$source/tests/house/deriving_host.cpp" \
+        $flags $libraries -o "$work/deriving"
+      [ "$("$work/deriving")" = 42 ] || { echo "deriving, $compiler $sanitize: wrong output"; exit 1; }
+    done
+  done
+done
 
 [ "$("$work/prefix/bin/loom" eval '1 2 +')" = 3 ] || { echo "the installed loom does not run"; exit 1; }
 echo "$built examples, pkg-config, static library and loom: done"

@@ -101,16 +101,15 @@ GDbStatus GDbCSV::createTable(const std::string& /*name*/, const GDbStructure* /
 
 GDbStatus GDbCSV::deleteTable(const std::string& /*name*/) { return GDbDeleteTableNotSupported; }
 
-namespace {
-
 // The factory and the catalog are made while the library is being loaded; the
 // registries keep them to the end of the process.
-[[maybe_unused]] const GDbDbFactory* const csvFactory = [] {
-  GDbCatalog::registerCatalog(new loomkit::CsvCatalog);
+namespace loomkit::backends {
+extern const GDbDbFactory* const csv;
+const GDbDbFactory* const csv = [] {
+  GDbCatalog::registerCatalog(new CsvCatalog);
   return new GDbCSVFactory;
 }();
-
-}  // namespace
+}  // namespace loomkit::backends
 
 GDbCSVFactory::GDbCSVFactory() : GDbDbFactory("csv") { GDbDatabase::registerDbFactory(this); }
 

@@ -49,14 +49,17 @@ GDbStatus openConnection(const std::string& path, int flags, sqlite3** db, int* 
   return GDbNoError;
 }
 
+}  // namespace
+
 // The factory and the catalog are made while the library is being loaded; the
 // registries keep them to the end of the process.
-[[maybe_unused]] const GDbDbFactory* const sqliteFactory = [] {
-  GDbCatalog::registerCatalog(new loomkit::Sqlite3Catalog);
+namespace loomkit::backends {
+extern const GDbDbFactory* const sqlite3;
+const GDbDbFactory* const sqlite3 = [] {
+  GDbCatalog::registerCatalog(new Sqlite3Catalog);
   return new GSqlite3DatabaseFactory;
 }();
-
-}  // namespace
+}  // namespace loomkit::backends
 
 GSqlite3DatabaseFactory::GSqlite3DatabaseFactory() : GDbDbFactory("sqlite3") {
   GDbDatabase::registerDbFactory(this);
