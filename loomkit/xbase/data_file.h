@@ -81,7 +81,7 @@ struct DataFile {
 
   std::unique_ptr<MemoFile> memo;
   std::vector<MemoEntry> memos;  ///< one for each field; of use for letter M only
-  std::vector<std::unique_ptr<IndexFile>> indexes;
+  std::vector<std::shared_ptr<IndexFile>> indexes;
   Tag* selected = nullptr;   ///< the tag that orders skip() and seek(); null: record numbers
   std::uint64_t serial = 0;  ///< differs between all tables that an engine ever opened
 };
@@ -90,11 +90,9 @@ struct DataFile {
 /// extension. Null: the engine has the code.
 std::unique_ptr<DataFile> openDataFile(Engine& engine, const std::string& name);
 
-/// Makes a table and opens it, with a production index of `tags` if there are
-/// any. Null: the engine has the code.
+/// Makes a table and opens it. Null: the engine has the code.
 std::unique_ptr<DataFile> createDataFile(Engine& engine, const std::string& name,
-                                         const std::vector<FieldDescription>& fields,
-                                         const std::vector<TagDescription>& tags);
+                                         const std::vector<FieldDescription>& fields);
 
 /// Flushes and closes everything. Repeatable.
 int close(DataFile& data);

@@ -13,6 +13,7 @@
 #define LOOMKIT_XBASE_ENGINE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -71,6 +72,7 @@ struct Engine {
 
   /// The open tables, in the order of opening: expressions find them by alias.
   std::vector<DataFile*> dataFiles;
+  std::uint64_t tablesOpened = 0;
 };
 
 /// The process's engine, made at the first call. It lives to the process's end.
