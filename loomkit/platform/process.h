@@ -3,7 +3,9 @@
 #ifndef LOOMKIT_PLATFORM_PROCESS_H
 #define LOOMKIT_PLATFORM_PROCESS_H
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace loomkit::platform {
@@ -26,19 +28,24 @@ std::vector<std::string> splitCommandLine(const std::string& line);
 bool createPipe(int* readEnd, int* writeEnd);
 void closeHandle(int handle);
 
+/// What may be different for a child.
+struct StartOptions {
+  std::string directory;               ///< to run in; empty: this process's
+  std::vector<std::string> variables;  ///< "NAME=VALUE", in place of or beside our own
+  bool ownGroup = false;               ///< in a process group, which it leads
+};
+
 /// Starts the command line's first argument, looked up along PATH, with these
 /// three standard handles. No other handle of this process reaches the child.
-bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child);
-
-/// The same in another directory, unless that is empty, and with variables
-/// "NAME=VALUE" in place of or beside those of this process.
 bool startProcess(const std::string& commandLine, int in, int out, int err,
-                  const std::string& directory, const std::vector<std::string>& variables,
-                  ChildProcess* child);
+                  const StartOptions& options, ChildProcess* child);
 
 /// Ends the child, whose exit code is then 1. Here and below, a child that
 /// somebody else has waited for is a failure, and is forgotten.
 bool terminateProcess(ChildProcess* child);
+
+/// The same for a child with a group of its own, and with all that is in it.
+bool terminateGroup(ChildProcess* child);
 
 /// Stores the exit code, or stillActive. A child that a signal ended has 128 and
 /// the signal's number. Once an exit code has been given, the child is forgotten.
@@ -52,6 +59,21 @@ bool waitForEnd(const ChildProcess& child, int milliseconds);
 
 /// Waits until a read would not wait, at most so long; false when it would.
 bool waitReadable(int handle, int milliseconds);
+
+/// This process's ends of a child's three pipes; -1: none, or closed.
+struct PipeEnds {
+  int in = -1;
+  int out = -1;
+  int err = -1;
+};
+
+/// Waits, at most so long, until one of the pipes is ready, then moves what can
+/// be moved without waiting: from `input`, behind the first `*sent` bytes, to the
+/// child, and from the child to `*out` and `*err`, a block at a time. Closes the
+/// input when all is sent or the child has closed it, and a stream at its end.
+/// False when nothing was ready or no pipe is open any more.
+bool exchange(PipeEnds* ends, std::string_view input, std::size_t* sent, std::string* out,
+              std::string* err, int milliseconds);
 
 /// Read at least one byte, or none at the end; write all bytes or fail.
 bool readHandle(int handle, char* buffer, unsigned size, unsigned* count);

@@ -128,7 +128,7 @@ bool GProcess::run(int argc, const char** argv) {
   const std::string line = loomkit::commandLine(program, argc, argv);
   PipeEnds ends;
   if (!impl->openPipes(*this, &ends)) return false;
-  if (platform::startProcess(line, ends.in, ends.out, ends.err, &impl->child)) return true;
+  if (platform::startProcess(line, ends.in, ends.out, ends.err, {}, &impl->child)) return true;
   systemError("Can't create process");
   return false;
 }
@@ -139,7 +139,7 @@ bool GProcess::run(int argc, const char** argv, const std::string& directory,
   PipeEnds ends;
   const bool opened = impl->openPipes(*this, &ends);
   const bool started = opened && platform::startProcess(line, ends.in, ends.out, ends.err,
-                                                        directory, environment, &impl->child);
+                                                        {directory, environment}, &impl->child);
   if (opened && !started) systemError("Can't create process");
   for (const int end : {ends.in, ends.out, ends.err}) {
     if (end != -1) platform::closeHandle(end);

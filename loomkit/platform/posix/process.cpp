@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/platform/process.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -11,27 +9,14 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdint>
 #include <thread>
 
-#include "loomkit/platform/hul.h"
 #include "loomkit/platform/posix/error_codes.h"
+#include "loomkit/platform/posix/handles.h"
 #include "loomkit/platform/posix/paths.h"
 
 namespace loomkit::platform {
 namespace {
-
-constexpr int firstOwnHandle = 3;  // above the standard ones
-
-// Moves a descriptor out of the way of the three standard ones.
-bool liftHandle(int* handle) {
-  if (*handle >= firstOwnHandle) return true;
-  const int lifted = ::fcntl(*handle, F_DUPFD_CLOEXEC, firstOwnHandle);
-  const KeepErrno reason;
-  ::close(*handle);
-  *handle = lifted;
-  return lifted >= 0;
-}
 
 // What posix_spawn is told about descriptors and signals.
 class SpawnSettings {
@@ -48,7 +33,7 @@ class SpawnSettings {
     ::sigfillset(&all);
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setsigdefault(&attributes, &all);
-    ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    setFlags(0);
   }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
@@ -61,8 +46,19 @@ class SpawnSettings {
     ::posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
   }
 
+  void leadGroup() {
+    ::posix_spawnattr_setpgroup(&attributes, 0);
+    setFlags(POSIX_SPAWN_SETPGROUP);
+  }
+
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
+
+ private:
+  void setFlags(short further) {
+    constexpr short always = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+    ::posix_spawnattr_setflags(&attributes, static_cast<short>(always | further));
+  }
 };
 
 // As the system calls want them, ended by null.
@@ -134,41 +130,20 @@ std::vector<std::string> splitCommandLine(const std::string& line) {
   return arguments;
 }
 
-bool createPipe(int* readEnd, int* writeEnd) {
-  int ends[2];
-  if (::pipe2(ends, O_CLOEXEC) != 0) return false;
-  const bool lifted = liftHandle(&ends[0]) && liftHandle(&ends[1]);
-  if (!lifted) {
-    const KeepErrno reason;
-    for (const int end : ends)
-      if (end >= 0) ::close(end);
-    return false;
-  }
-  *readEnd = ends[0];
-  *writeEnd = ends[1];
-  return true;
-}
-
-void closeHandle(int handle) { ::close(handle); }
-
-bool startProcess(const std::string& commandLine, int in, int out, int err, ChildProcess* child) {
-  return startProcess(commandLine, in, out, err, {}, {}, child);
-}
-
 bool startProcess(const std::string& commandLine, int in, int out, int err,
-                  const std::string& directory, const std::vector<std::string>& variables,
-                  ChildProcess* child) {
+                  const StartOptions& options, ChildProcess* child) {
   std::vector<std::string> arguments = splitCommandLine(commandLine);
   if (arguments.empty()) {
     setLastErrorFromErrno(ENOENT);
     return false;
   }
   const std::vector<char*> argv = pointersTo(arguments);
-  std::vector<std::string> texts = environmentWith(variables);
+  std::vector<std::string> texts = environmentWith(options.variables);
   const std::vector<char*> environment = pointersTo(texts);
   const std::string program = systemPath(arguments[0]);
   SpawnSettings settings(in, out, err);
-  if (!directory.empty()) settings.setDirectory(systemPath(directory));
+  if (!options.directory.empty()) settings.setDirectory(systemPath(options.directory));
+  if (options.ownGroup) settings.leadGroup();
   pid_t id = 0;
   const int error = ::posix_spawnp(&id, program.c_str(), &settings.actions, &settings.attributes,
                                    argv.data(), environment.data());
@@ -183,6 +158,13 @@ bool startProcess(const std::string& commandLine, int in, int out, int err,
 bool terminateProcess(ChildProcess* child) {
   if (!isStillOurs(child)) return false;
   if (::kill(static_cast<pid_t>(child->id), SIGKILL) != 0) return false;
+  child->terminated = true;
+  return true;
+}
+
+bool terminateGroup(ChildProcess* child) {
+  if (!isStillOurs(child)) return false;
+  if (::kill(static_cast<pid_t>(-child->id), SIGKILL) != 0) return false;
   child->terminated = true;
   return true;
 }
@@ -238,34 +220,6 @@ bool waitForEnd(const ChildProcess& child, int milliseconds) {
     std::this_thread::sleep_for(std::min<Clock::duration>(pause, left));
     pause = std::min<std::chrono::microseconds>(pause * 2, longestPause);
   }
-}
-
-bool waitReadable(int handle, int milliseconds) {
-  using Clock = std::chrono::steady_clock;
-  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
-  for (;;) {
-    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-    pollfd wanted{handle, POLLIN, 0};
-    const int ready = ::poll(&wanted, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
-    if (ready >= 0 || errno != EINTR) return ready > 0;
-  }
-}
-
-bool readHandle(int handle, char* buffer, unsigned size, unsigned* count) {
-  ssize_t result = 0;
-  do {
-    result = ::read(handle, buffer, size);
-  } while (result < 0 && errno == EINTR);
-  if (result < 0) return false;
-  *count = static_cast<unsigned>(result);
-  return true;
-}
-
-bool writeHandle(int handle, const char* data, unsigned size, unsigned* count) {
-  int written = 0;
-  const int status = hulWrite(handle, data, static_cast<int>(size), &written);
-  *count = static_cast<unsigned>(written);
-  return status >= 0;
 }
 
 }  // namespace loomkit::platform
