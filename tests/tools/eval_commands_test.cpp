@@ -71,9 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
         Row{{"-"}, {5, "7\n", "loom: line 2: rpn error: syntax error:\n1  >!< =\n"}, "\n1 =\n7\n"},
         Row{{"-n", "in", "-"}, {5, "", "loom: in:1: rpn error: syntax error:\n >!< ?\n"}, "?"},
         Row{{"-"},
-            {5, "",
-             "loom: line 1: rpn error: zero byte in the expression:\n1 >!< " +
-                 std::string(1, '\0') + "\n"},
+            {5, "", "loom: line 1: rpn error: zero byte in the expression:\n1 >!< \\x00\n"},
             std::string("1\0\n", 3)},
         Row{{"--file", "/nonexistent"}, {3, "", "loom: /nonexistent: No such file or directory\n"}},
         Row{{"--file", "/"}, {3, "", "loom: /: Is a directory\n"}}));

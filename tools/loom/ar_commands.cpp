@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // loom ar: the members of ar archives.
+#include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -12,7 +13,9 @@
 #include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/archive/ar_reader.h"
+#include "loomkit/streams/file.h"
 #include "result_stream.h"
+#include "visible_text.h"
 
 namespace loom {
 
@@ -43,6 +46,22 @@ class Archive {
     if (found != members.end()) return found->second;
     complain("there is no member " + name);
     return nullptr;
+  }
+
+  // Whether each member lies within the archive. Those that do not are complained
+  // about; the library lists them, and only reading them fails.
+  [[nodiscard]] bool isWhole() const {
+    const std::unique_ptr<std::istream> file(GFile(reader.getPath()).getInStream(true));
+    if (file == nullptr || !file->seekg(0, std::ios::end)) return false;
+    const auto size = static_cast<std::uint64_t>(file->tellg());
+    bool whole = true;
+    for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i) {
+      const auto& [name, entry] = *i;
+      if (std::uint64_t{entry->getOffs()} + entry->getSize() <= size) continue;
+      complain(reader.getPath() + ": the archive ends within " + name);
+      whole = false;
+    }
+    return whole;
   }
 
   GArReader reader;
@@ -82,11 +101,12 @@ ExitCode list(const Invocation& call) {
       json->key("offset").value(entry->getOffs()).endObject();
     } else {
       const std::string size = std::to_string(entry->getSize());
-      printLine(std::string(size.size() < 10 ? 10 - size.size() : 0, ' ') + size + "  " + name);
+      printLine(std::string(size.size() < 10 ? 10 - size.size() : 0, ' ') + size + "  " +
+                visible(name));
     }
   }
   if (json) json->endArray();
-  return ExitCode::done;
+  return archive.isWhole() ? ExitCode::done : ExitCode::damaged;
 }
 
 ExitCode cat(const Invocation& call) {

@@ -26,6 +26,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace loom {
@@ -55,9 +56,11 @@ struct ExitCodeMeaning {
 /// throw it where nothing is left to do; main() reports it.
 class Failure : public std::runtime_error {
  public:
-  Failure(ExitCode failureCode, const std::string& text)
-      : std::runtime_error(text), code(failureCode) {}
+  /// `next` is what to do about it: a line of its own, or none when it is empty.
+  Failure(ExitCode failureCode, const std::string& text, std::string next = {})
+      : std::runtime_error(text), code(failureCode), hint(std::move(next)) {}
   ExitCode code;
+  std::string hint;
 };
 
 /// What the shell offers when a value is completed.

@@ -104,7 +104,7 @@ bool looksLikeOption(const std::string& word) {
 
 [[noreturn]] void misused(const CommandRef& ref, const std::string& what) {
   const std::string name = fullName(*ref.family, *ref.command);
-  throw Failure(ExitCode::usage, name + ": " + what + "\nTry 'loom help " + name + "'.");
+  throw Failure(ExitCode::usage, name + ": " + what, "Try 'loom help " + name + "'.");
 }
 
 // Gives each operand the words it needs and those to spare to the first that

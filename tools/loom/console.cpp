@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "visible_text.h"
+
 namespace loom {
 
 namespace {
@@ -29,7 +31,11 @@ void flushResults() {
   if (std::fflush(stdout) != 0) throw WriteFailure{errno};
 }
 
-void complain(std::string_view text) { complainPlainly(std::string("loom: ").append(text)); }
+std::string shown(std::string_view name) {
+  return isTerminal(StandardStream::output) ? visible(name) : std::string(name);
+}
+
+void complain(std::string_view text) { complainPlainly("loom: " + visible(text)); }
 
 void complainPlainly(std::string_view text) {
   // Where both streams end in one place, a message stands behind the results

@@ -25,10 +25,18 @@ void printLine(std::string_view text);
 /// Brings everything printed out of the buffer. Throws WriteFailure.
 void flushResults();
 
+/// A name as a result that scripts go on with may carry it: a path, one a line. For
+/// a person at a terminal it is made visible(), because a stranger may have chosen
+/// it; for a pipe or a file it stays exact, which is what ls does, too. Tables that
+/// people read use visible() everywhere, and --json tells the exact names.
+[[nodiscard]] std::string shown(std::string_view name);
+
 /// Prints "loom: TEXT" and a line end on standard error, after the results
-/// that were printed before.
+/// that were printed before. The text is made visible(), so that one message is
+/// one line and no name in it does anything to a terminal or a log.
 void complain(std::string_view text);
-/// The same without the "loom: ".
+/// The same without the "loom: ", and exact: for texts of several lines or in
+/// colours, all of them loom's own or made visible before.
 void complainPlainly(std::string_view text);
 
 /// Chooses colours: "auto", "always" or "never".

@@ -66,7 +66,7 @@ ExitCode tables(const Invocation& call) {
     if (json)
       json->value(name);
     else
-      printLine(name);
+      printLine(shown(name));
   }
   if (json) json->endArray();
   return ExitCode::done;
@@ -84,7 +84,7 @@ ExitCode schema(const Invocation& call) {
     if (json)
       json->beginObject().key("name").value(field.getName()).key("type").value(type).endObject();
     else
-      printLine(field.getName() + ":" + std::string(type));
+      printLine(shown(field.getName()) + ":" + std::string(type));
   }
   if (json) json->endArray();
   return ExitCode::done;

@@ -156,7 +156,7 @@ ExitCode eval(const Invocation& call) {
   const std::vector<std::string>& exprs = call.operands("EXPR");
   const std::vector<std::string>& files = call.values("--file");
   if (exprs.empty() && (files.empty() || call.has("--map"))) {
-    throw Failure(ExitCode::usage, "eval: EXPR is missing\nTry 'loom help eval'.");
+    throw Failure(ExitCode::usage, "eval: EXPR is missing", "Try 'loom help eval'.");
   }
   if (!call.has("--map") && (call.has("--fs") || call.has("--where"))) {
     throw Failure(ExitCode::usage, "eval: --fs and --where need --map");

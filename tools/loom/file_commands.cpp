@@ -25,7 +25,7 @@ ExitCode answerEach(const Invocation& call, const char* operand, ExitCode withou
     } else if (json) {
       json->beginObject().key("file").value(text).key("result").value(*result).endObject();
     } else {
-      printLine(*result);
+      printLine(shown(*result));
     }
   }
   if (json) json->endArray();

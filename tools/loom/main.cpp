@@ -29,7 +29,9 @@ ExitCode run(int argc, char** argv) {
     loom::flushResults();
     return code;
   } catch (const loom::Failure& failure) {
-    return report(failure.code, failure.what());
+    loom::complain(failure.what());
+    if (!failure.hint.empty()) loom::complainPlainly(failure.hint);
+    return failure.code;
   } catch (const loom::WriteFailure& failure) {
     return reportWrite(failure.error);
   } catch (const std::bad_alloc&) {

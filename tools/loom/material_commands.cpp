@@ -13,6 +13,7 @@
 #include "loomkit/archive/material/material_zip.h"
 #include "loomkit/streams/file.h"
 #include "temporary_directory.h"
+#include "visible_text.h"
 
 namespace loom {
 
@@ -78,12 +79,12 @@ ExitCode info(const Invocation& call) {
     json.endArray().endObject();
     return ExitCode::done;
   }
-  printLine("id: " + archive.id);
+  printLine("id: " + visible(archive.id));
   for (const auto& [language, label] : archive.labels)
-    printLine("label: " + language + "=" + label);
-  printLine("description: " + fileName);
-  printLine("meta: " + meta);
-  for (const std::string& name : textures) printLine("texture: " + name);
+    printLine("label: " + visible(language) + "=" + visible(label));
+  printLine("description: " + visible(fileName));
+  printLine("meta: " + visible(meta));
+  for (const std::string& name : textures) printLine("texture: " + visible(name));
   return ExitCode::done;
 }
 
@@ -97,7 +98,7 @@ ExitCode textures(const Invocation& call) {
     if (json) {
       json->value(name);
     } else {
-      printLine(name);
+      printLine(shown(name));
     }
   }
   if (json) json->endArray();
@@ -118,7 +119,7 @@ ExitCode extract(const Invocation& call) {
     if (entry == nullptr) return;  // there need not be a preview
     const ExitCode one = codeOf(extractor.extract(entry));
     if (one == ExitCode::done) {
-      printLine(directory + "/" + name);
+      printLine(shown(directory + "/" + name));
     } else {
       code = one;
     }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "terminal.h"
+#include "visible_text.h"
 
 namespace loom {
 
@@ -31,7 +32,7 @@ std::string progressText(const std::string& label, std::uint64_t done, std::uint
 }
 
 ProgressBar::ProgressBar(std::string whose, std::uint64_t whole)
-    : label(std::move(whose)), total(whole), next(Clock::now() + interval) {}
+    : label(visible(whose)), total(whole), next(Clock::now() + interval) {}
 
 ProgressBar::~ProgressBar() {
   if (drawn) draw("");

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "console.h"
+#include "visible_text.h"
 
 namespace loom {
 
@@ -53,14 +54,15 @@ RpnReport readReport(const std::string& text, const std::string& name, const std
 
 void printReport(const RpnReport& report) {
   if (!report.position || !colorsOn(StandardStream::error)) {
-    complain(report.text);
+    complainPlainly("loom: " + visibleLines(report.text));
     return;
   }
   const std::string header = report.text.substr(0, report.text.find('\n'));
   const std::string& expr = report.expression;
-  complain(colored(StandardStream::error, Color::bold, header) + "\n" +
-           expr.substr(0, *report.position) + colored(StandardStream::error, Color::red, marker) +
-           expr.substr(*report.position));
+  complainPlainly("loom: " + colored(StandardStream::error, Color::bold, visible(header)) + "\n" +
+                  visibleLines(expr.substr(0, *report.position)) +
+                  colored(StandardStream::error, Color::red, marker) +
+                  visibleLines(expr.substr(*report.position)));
 }
 
 std::string caretLine(const RpnReport& report, const std::string& indent) {

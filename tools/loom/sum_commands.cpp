@@ -72,7 +72,7 @@ ExitCode printSums(const Invocation& call, Kind kind) {
     } else if (json) {
       json->beginObject().key("file").value(path).key(nameOf(kind)).value(*sum).endObject();
     } else {
-      printLine(*sum + "  " + path);
+      printLine(*sum + "  " + shown(path));
     }
   }
   if (json) json->endArray();
@@ -122,7 +122,7 @@ ExitCode checkList(const Invocation& call) {
     if (json)
       json->beginObject().key("file").value(listed->path).key("result").value(verdict).endObject();
     else
-      printLine(listed->path + ": " + verdict);
+      printLine(shown(listed->path) + ": " + verdict);
   }
   if (json) json->endArray();
   if (!any && code == ExitCode::done)

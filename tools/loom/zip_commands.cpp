@@ -20,6 +20,7 @@
 #include "loomkit/streams/file.h"
 #include "progress_bar.h"
 #include "result_stream.h"
+#include "visible_text.h"
 
 namespace loom {
 
@@ -103,15 +104,6 @@ void listAsJson(JsonWriter& json, const GZipEntry& entry) {
   json.key("encrypted").value(entry.isEncrypted()).endObject();
 }
 
-// A name that a stranger chose, without what a terminal would obey.
-std::string printable(std::string name) {
-  for (char& c : name) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7f) c = '?';
-  }
-  return name;
-}
-
 std::string padded(std::uint64_t number, std::size_t width) {
   const std::string text = std::to_string(number);
   return std::string(text.size() < width ? width - text.size() : 0, ' ') + text;
@@ -130,7 +122,7 @@ ExitCode list(const Invocation& call) {
     }
     printLine(padded(entry.getUncomprSize(), 10) + " " + padded(entry.getComprSize(), 10) + " " +
               timeText(entry.getModTime()) + (entry.isEncrypted() ? " * " : "   ") +
-              printable(i->first));
+              visible(i->first));
   }
   if (json) json->endArray();
   return ExitCode::done;
@@ -207,7 +199,9 @@ ExitCode test(const Invocation& call) {
   } else {
     printLine(std::to_string(good) + " good, " + std::to_string(bad) + " damaged");
   }
-  return bad == 0 ? ExitCode::done : ExitCode::damaged;
+  // The library has warned of a directory that is not what it claims.
+  const bool whole = bad == 0 && archive.reader.isDirectoryExact();
+  return whole ? ExitCode::done : ExitCode::damaged;
 }
 
 // Every file that the operands name or contain, with its size.
@@ -383,7 +377,8 @@ constexpr Command commands[] = {
      .run = create},
     {.name = "test",
      .summary = "check an archive",
-     .description = "Reads every member and compares it with its checksum.",
+     .description = "Reads every member and compares it with its checksum. An archive that has "
+                    "another number of members than it states is damaged, too.",
      .options = passwordOptions,
      .operands = oneArchive,
      .example = "$ echo abc > a; loom zip new x.zip a; loom zip test x.zip\n1 good, 0 damaged\n",

@@ -114,9 +114,11 @@ bool Directory::readEntries(std::vector<std::unique_ptr<GZipEntry>>* entries) {
     entries->push_back(std::make_unique<GZipEntry>());
     if (!entries->back()->readFileHeader(&headers.get())) return false;
   }
-  if (headers.position() != behind) warn("read beyond end of central directory");
-  const auto count = static_cast<std::uint16_t>(entries->size());
-  if (count != endRecord.entryCount) warn("central directory entry count mismatch");
+  const bool endsRight = headers.position() == behind;
+  if (!endsRight) warn("read beyond end of central directory");
+  const bool countsRight = static_cast<std::uint16_t>(entries->size()) == endRecord.entryCount;
+  if (!countsRight) warn("central directory entry count mismatch");
+  exact = endsRight && countsRight;
   return true;
 }
 

@@ -54,6 +54,10 @@ class Directory {
 
   [[nodiscard]] const EndRecord& getEndRecord() const { return endRecord; }
 
+  /// False when the entries that were read are not as many as the end record
+  /// states, or did not end where it says.
+  [[nodiscard]] bool isExact() const { return exact; }
+
  private:
   void checkDisks(const RecordReader& record);
   void takeComment(const std::string& tail, std::size_t index, std::size_t size);
@@ -61,6 +65,7 @@ class Directory {
   std::istream& stream;
   Warn warn;
   EndRecord endRecord;
+  bool exact = true;
 };
 
 /// Moves entries into a map by name, which owns them as raw pointers. Of several

@@ -77,6 +77,7 @@ bool GZipReader::readCentralDirectory() {
     deleteEntries();
     return error("error reading central directory entry");
   }
+  directoryExact = directory.isExact();
   zip::addByName(std::move(read), &entries);
   return true;
 }

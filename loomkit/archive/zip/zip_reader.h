@@ -109,6 +109,11 @@ class LOOMKIT_API GZipReader : public GZipBase {
   [[nodiscard]] EntryIterator entriesEnd() const { return EntryIterator(entries.end()); }
   [[nodiscard]] const std::string& getZipFileComment() const { return zipFileComment; }
 
+  /// Extension: false when the directory has another number of members than the
+  /// end record states, or ends elsewhere. open() warns of that and tolerates it;
+  /// who checks an archive takes it for damage.
+  [[nodiscard]] bool isDirectoryExact() const { return directoryExact; }
+
  private:
   class MemberReader;
   class StreamOutput;
@@ -128,6 +133,7 @@ class LOOMKIT_API GZipReader : public GZipBase {
   std::uint32_t centralDirectoryOffset = 0;
   std::uint32_t centralDirectorySize = 0;
   std::uint16_t centralDirectoryEntryCount = 0;
+  bool directoryExact = true;
 };
 
 #endif  // LOOMKIT_ARCHIVE_ZIP_ZIP_READER_H

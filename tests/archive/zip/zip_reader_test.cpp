@@ -249,6 +249,17 @@ INSTANTIATE_TEST_SUITE_P(
             ""}),
     [](const auto& test) { return "z_" + std::string(test.param.what); });
 
+TEST(GZipReader, KnowsADirectoryThatIsNotWhatTheEndRecordStates) {
+  const std::string archive = oneMember();
+  EXPECT_TRUE(Opened(archive).reader.isDirectoryExact());
+  EXPECT_TRUE(Opened(zipOf({{"a", "1"}, {"a", "2"}})).reader.isDirectoryExact());
+  EXPECT_TRUE(Opened(emptyZip).reader.isDirectoryExact());
+  EXPECT_FALSE(Opened(with(archive, zip::end::entries.behind(endRecordOf(archive)), 2))
+                   .reader.isDirectoryExact());
+  EXPECT_FALSE(Opened(with(archive, sizeField(archive), 46)).reader.isDirectoryExact());
+  EXPECT_FALSE(Opened(with(archive, sizeField(archive), 0)).reader.isDirectoryExact());
+}
+
 TEST(GZipReader, OpensFiles) {
   CaptureOutput output;
   const ScratchDirectory scratch;
