@@ -7,7 +7,7 @@
 //   std::string_view text;
 //   if (key->text(&text) == ok) use(text);        // key->length() bytes
 //
-// docs/xbase-expressions.md describes the language.
+// docs/xbase-expressions.md describes the language; expression_table.h is its table.
 #ifndef LOOMKIT_XBASE_EXPRESSION_H
 #define LOOMKIT_XBASE_EXPRESSION_H
 
@@ -67,8 +67,13 @@ class Expression {
 std::unique_ptr<Expression> parseExpression(Engine& engine, std::string_view source,
                                             DataFile& data);
 
+/// Whether a logical expression is true for the current record: 1 or 0, or a
+/// negative code.
+int exprTrue(Expression& expression);
+
 /// The eight bytes by which an index orders a number: most significant first;
-/// from 0 on the first has 128 added, below 0 all are complemented.
+/// from 0 on the first has 128 added, below 0 all are complemented. Both zeros
+/// have the bytes of 0.
 void encodeKeyNumber(double value, unsigned char (&bytes)[8]) noexcept;
 /// The number of such bytes.
 double decodeKeyNumber(const unsigned char (&bytes)[8]) noexcept;
