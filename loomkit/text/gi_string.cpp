@@ -7,7 +7,7 @@
 
 #include "loomkit/text/char_class.h"
 
-// Before every other static object, like the channel in output.cpp.
+// Made before every other static object, like the channel in output.cpp.
 [[gnu::init_priority(200)]] const std::string gEmptyString;
 
 GiString::GiString(const std::string& s, unsigned pos) : std::string(s, pos) {}

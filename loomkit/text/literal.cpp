@@ -10,7 +10,7 @@
 
 namespace {
 
-// Where a text ends: at its NUL, or at a given place.
+// The two ways to tell where a text ends: at its NUL, or at a given position.
 struct EndsAtNul {
   bool operator()(const char* s) const { return *s == '\0'; }
 };
@@ -19,8 +19,8 @@ struct EndsAt {
   bool operator()(const char* s) const { return s == limit; }
 };
 
-// The escapes of one letter, as pairs of the letter and its byte. What is not
-// here and no number stands for itself.
+// The escapes of one letter, as pairs of the letter and its byte. A letter that is
+// not in the table, and is no digit or x, stands for itself.
 constexpr struct {
   char letter;
   char byte;
@@ -58,8 +58,8 @@ char readEscape(const char*& s, AtEnd atEnd) {
   return letterEscape(first);
 }
 
-// Appends the string whose opening quote is behind us. The result is behind the
-// closing quote, or null when the text ended before it.
+// Appends the rest of a string whose opening quote has been read. Gives the position
+// behind the closing quote, or null if the text ends before it.
 template <typename AtEnd>
 const char* readQuoted(const char* s, AtEnd atEnd, std::string& out) {
   for (;;) {
@@ -78,8 +78,8 @@ constexpr std::size_t nullLength = sizeof nullWord - 1;
 
 bool startsWithNull(const char* s) { return std::strncmp(s, nullWord, nullLength) == 0; }
 
-// The string in the parentheses behind the word Symbol. The result is behind
-// the closing parenthesis, or null.
+// Reads the string in the parentheses behind the word Symbol. Gives the position
+// behind the closing parenthesis, or null.
 const char* readSymbolCall(const char* s, std::string& name) {
   s = loomkit::skipAsciiSpace(s);
   if (*s++ != '(') return nullptr;

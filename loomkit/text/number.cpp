@@ -15,9 +15,8 @@ namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Powers of ten as repeated products. Past the ends of the tables the products
-// are infinite or zero, however many factors follow, so that no exponent costs
-// more than a look.
+// Powers of ten, as products of one factor after the other. Beyond the tables the
+// products are infinite or zero, so that an exponent of any size costs one look.
 constexpr auto positivePowers = [] {
   std::array<double, 309> powers{1, 10, 100, 1000, 10000};
   for (std::size_t i = 5; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
@@ -40,7 +39,7 @@ double powerOfTen(std::int64_t exponent) {
   return i < negativePowers.size() ? negativePowers[i] : 0;
 }
 
-// Up to eight digits, the group in which numbers are read.
+// A group of up to eight digits. Numbers are read group by group.
 struct DigitGroup {
   std::int32_t value = 0;
   int count = 0;
@@ -55,7 +54,7 @@ inline DigitGroup readGroup(const char*& s) {
   return group;
 }
 
-// The number without white space and sign. `good` is moved behind what was read.
+// Reads a number without white space and sign, and moves `good` behind it.
 double readUnsigned(const char* s, const char*& good) {
   DigitGroup group = readGroup(s);
   double value = group.value;
@@ -84,7 +83,8 @@ double readUnsigned(const char* s, const char*& good) {
   const bool negative = *s == '-';
   if (*s == '-' || *s == '+') ++s;
   do {
-    // A longer exponent is applied group by group: each one scales anew.
+    // Each group of digits of a longer exponent scales the value anew, as if it
+    // were an exponent by itself. Stored values depend on it.
     group = readGroup(s);
     if (group.value != 0) value = powerOfTen(negative ? -group.value : group.value) * value;
     if (group.count != 0) good = s;
@@ -136,7 +136,7 @@ std::uint32_t parseUnsignedLong32(const char* s, const char** end, int base) {
   char* stop = nullptr;
   const unsigned long long wide = std::strtoull(s, &stop, base);
   if (end != nullptr) *end = stop;
-  // The magnitude decides on the range; strtoull has already applied the sign.
+  // strtoull() has already applied the sign, but the magnitude has to be in range.
   const bool negative = *skipAsciiSpace(s) == '-';
   const unsigned long long magnitude = negative ? 0 - wide : wide;
   if (errno == ERANGE || magnitude > max) {
