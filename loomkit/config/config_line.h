@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// ConfigLine: one line of a configuration file, taken apart. This is the only
-// place that knows the syntax. Private to the folder.
+// A line of a configuration file: the only place that knows the syntax.
 //
 //   # a comment
 //   [Section]
@@ -13,7 +12,6 @@
 
 namespace loomkit {
 
-/// The parts of a line. The texts point into the line that was parsed.
 struct ConfigLine {
   enum Kind : unsigned char {
     Other,   ///< blank, or a comment
@@ -28,13 +26,13 @@ struct ConfigLine {
   const char* error = nullptr;
 };
 
-/// Takes a line apart, which is given without its line end.
+/// Takes a line without its line end apart. The parts point into `line`.
 ConfigLine parseConfigLine(std::string_view line);
 
 /// The text without white space at its ends.
 std::string_view trimmed(std::string_view text);
 
-/// The name of a section in the form in which names are compared: in lower case.
+/// A section's name as sections are compared: in lower case, as GiString has it.
 std::string sectionKey(std::string_view name);
 
 }  // namespace loomkit

@@ -22,7 +22,7 @@ bool beginsWith(const char* text, const char* word) {
 
 bool isWordStart(char c) { return isAsciiAlpha(c) || c == '_'; }
 
-// Whether `c`, behind a whole number, makes that number the beginning of a float.
+// What turns the whole number before it into the beginning of a float.
 bool goesOnAsFloat(char c) { return c == '.' || c == 'e' || c == 'E'; }
 
 }  // namespace
@@ -44,8 +44,7 @@ bool ObjectParser::fail(const char* why) {
   return false;
 }
 
-// Puts a value into the innermost open sequence; without one, it is the result.
-// A comma or a bracket has to follow it.
+// Puts a value where it belongs. What follows it is a comma or a bracket.
 bool ObjectParser::take(std::unique_ptr<GObject> value) {
   expectsValue = false;
   if (open.empty()) {
@@ -58,7 +57,7 @@ bool ObjectParser::take(std::unique_ptr<GObject> value) {
 }
 
 bool ObjectParser::parseValue() {
-  // A word that only begins with "Symbol", such as "Symbolic", is a name.
+  // A word such as "Symbolic" is a name all the same.
   if (*next == 'S' && beginsWith(next, "Symbol") && parseSymbolWord()) return true;
   switch (*next) {
     case '@':
@@ -71,8 +70,7 @@ bool ObjectParser::parseValue() {
     default:
       break;
   }
-  // What follows the four letters does not matter: "NULLABLE" is read as NULL, and
-  // the rest of the word is left.
+  // Whatever follows: "NULLABLE" is NULL, and then something else.
   if (*next == 'N' && beginsWith(next, "NULL")) {
     next += 4;
     return take(nullptr);
@@ -88,7 +86,7 @@ bool ObjectParser::parseSymbolWord() {
   return take(std::make_unique<GSymbolObj>(symbol.substr(1)));
 }
 
-// Reads what begins with '@': a sequence or a symbol.
+// What begins with '@'.
 bool ObjectParser::parseSigned() {
   if (next[1] == '[' || next[1] == '(') {
     next += 2;
@@ -108,7 +106,7 @@ bool ObjectParser::openSequence(std::unique_ptr<GSequenceObj> sequence, char clo
   return true;
 }
 
-// Reads what stands behind an element, or the end of an empty sequence.
+// Behind an element, or in an empty sequence.
 bool ObjectParser::closeOrContinue() {
   if (*next == open.back().close) {
     ++next;
@@ -124,7 +122,7 @@ bool ObjectParser::closeOrContinue() {
 }
 
 bool ObjectParser::parseString() {
-  // Most strings have no escape. They are copied once, straight into the object.
+  // Most strings have no escape: they are copied once, straight into the object.
   const char* const begin = next + 1;
   const char* end = begin + std::strcspn(begin, "\"\\");
   if (*end == '"' && end - begin <= std::numeric_limits<int>::max()) {

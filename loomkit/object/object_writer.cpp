@@ -60,8 +60,7 @@ void ObjectWriter::writeAll() {
   }
 }
 
-// Writes an element. The types are compared exactly, as a class that a host derives
-// from one of ours may write itself in another way.
+// An object of a host's own class writes itself.
 void ObjectWriter::write(const GObject* object) {
   if (object == nullptr) {
     text += "NULL";

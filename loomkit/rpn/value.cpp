@@ -8,8 +8,8 @@
 
 namespace {
 
-// The pools of ended objects. The link of a pooled object lies over its last
-// member, the union that also holds the reference count.
+// The link of a pooled object lies over its last member, the union with the
+// reference count.
 template <typename Object, typename Base>
 using Pool = loomkit::FreeList<sizeof(Object), sizeof(Base)>;
 
@@ -41,9 +41,8 @@ void GRpnString::operator delete(void* block) noexcept { stringPool.give(block);
 void* GRpnVector::operator new(std::size_t) { return vectorPool.take(); }
 void GRpnVector::operator delete(void* block) noexcept { vectorPool.give(block); }
 
-// When a vector ends, its elements can be the last references to further vectors,
-// to any depth. These are put into a chain and end one after the other instead of
-// one inside the other, so that the machine stack does not grow.
+// Destroying the elements of a vector can end further vectors, to any depth.
+// They are chained up and ended one after the other, not inside each other.
 void GRpnVector::destroy(GRpnVector* vector) noexcept {
   static constinit void* chain = nullptr;
   static constinit bool running = false;
@@ -103,14 +102,14 @@ void GRpnValue::setVector(GRpnVector* vector) noexcept {
 
 namespace {
 
-// Two vectors that are being compared, and the index at which to go on.
+// Two vectors that are being compared, and how far that has come.
 struct Pending {
   const GRpnVector* a;
   const GRpnVector* b;
   std::size_t next;
 };
 
-// Whether two values are the same. Requires: they are of one type, not Vector.
+// Values of one type that is not Vector.
 bool sameScalar(const GRpnValue& a, const GRpnValue& b) {
   switch (a.getType()) {
     case GRpnValue::Number:
@@ -122,8 +121,7 @@ bool sameScalar(const GRpnValue& a, const GRpnValue& b) {
   }
 }
 
-// The order of two values: below 0, 0 or above 0. Two numbers of which one is a
-// NaN give -1. Requires: they are of one type, not Vector.
+// -1 when a < b; else 1 when b < a; else 0. With a NaN a < b, whichever it is.
 int compareScalars(const GRpnValue& a, const GRpnValue& b) {
   switch (a.getType()) {
     case GRpnValue::Number:
@@ -138,8 +136,8 @@ int compareScalars(const GRpnValue& a, const GRpnValue& b) {
 
 }  // namespace
 
-// The comparisons keep a list of the vectors that they are inside of, instead of
-// recursing: an expression can nest vectors deeper than the machine stack allows.
+// The comparisons keep their own list of open vectors: an expression can nest
+// vectors deeper than the machine stack would bear.
 bool GRpnValue::operator==(const GRpnValue& other) const {
   if (type != other.type) return false;
   if (type != Vector) return sameScalar(*this, other);

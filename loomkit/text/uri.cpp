@@ -16,8 +16,7 @@ constexpr std::string_view defaultAllowed = "!$&'()*+,;=";
 constexpr char hexDigits[] = "0123456789ABCDEF";
 constexpr std::size_t escapeLength = 3;
 
-// The number of characters that each byte is written with: 1 for a byte that stays
-// as it is, and 3 for one that is escaped.
+// How many characters each byte is written with: 1 as it is, 3 escaped.
 using Widths = std::array<unsigned char, 256>;
 
 constexpr unsigned char indexOf(char c) { return static_cast<unsigned char>(c); }
@@ -57,8 +56,8 @@ constexpr auto hexValues = [] {
   return values;
 }();
 
-// The text of each byte: as it is in [0], and escaped in [1]. With this table the
-// writer needs no branch.
+// What each byte is written as, so that the writer need not branch: [0] as it
+// is, [1] escaped.
 constexpr std::size_t slot = 4;
 constexpr auto written = [] {
   std::array<std::array<std::array<char, slot>, 256>, 2> forms{};
@@ -69,8 +68,8 @@ constexpr auto written = [] {
   return forms;
 }();
 
-// Writes one byte in either form and returns the position behind it. Requires: there
-// is room for a whole slot of the table.
+// Writes one byte in either form and returns the place behind it. Requires:
+// room for a whole slot.
 inline char* write(char* out, unsigned char byte, std::size_t width) {
   std::memcpy(out, written[width >> 1][byte].data(), slot);
   return out + width;

@@ -82,18 +82,46 @@ void BranchNode::remove(unsigned index) noexcept {
   storeCount(keyCount - 1);
 }
 
-void BranchNode::moveTail(unsigned first, BranchNode* other) noexcept {
-  assert(first <= keyCount);
-  const unsigned moved = keyCount - first;
-  assert(other->keyCount + moved <= branch::capacity(keyLength));
-  std::memcpy(other->entry(other->keyCount), entry(first), moved * entrySize);
-  other->storeCount(other->keyCount + moved);
-  storeCount(first);
+void BranchNode::assign(const unsigned char* newEntries, unsigned number) noexcept {
+  assert(number <= branch::capacity(keyLength));
+  std::memcpy(entry(0), newEntries, number * entrySize);
+  storeCount(number);
 }
 
 void BranchNode::storeCount(unsigned count) noexcept {
   keyCount = count;
   RecordWriter(block, cdx::blockSize).put(node::keyCount, static_cast<std::uint16_t>(count));
+}
+
+BranchEntries::BranchEntries(std::size_t length)
+    : keyLength(length), entrySize(branch::entrySize(length)) {}
+
+unsigned BranchEntries::count() const noexcept {
+  return static_cast<unsigned>(bytes.size() / entrySize);
+}
+
+void BranchEntries::prepend(const BranchNode& from) {
+  bytes.insert(bytes.begin(), from.entries(), from.entries() + from.count() * entrySize);
+}
+
+void BranchEntries::append(const BranchNode& from) {
+  bytes.insert(bytes.end(), from.entries(), from.entries() + from.count() * entrySize);
+}
+
+void BranchEntries::insert(unsigned index, const unsigned char* key, std::uint32_t record,
+                           std::uint32_t child) {
+  std::vector<unsigned char> made(key, key + keyLength);
+  made.resize(entrySize);
+  RecordWriter writer(made.data(), entrySize);
+  writer.put(branch::record(keyLength), record);
+  writer.put(branch::child(keyLength), child);
+  bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(index * entrySize), made.begin(),
+               made.end());
+}
+
+void BranchEntries::copyTo(unsigned first, unsigned number, BranchNode to) const noexcept {
+  assert(first + number <= count());
+  to.assign(bytes.data() + first * entrySize, number);
 }
 
 }  // namespace loomkit::xbase

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "loomkit/xbase/cdx_layout.h"
 
@@ -47,9 +48,11 @@ class BranchNode {
               std::uint32_t child) noexcept;
   /// Requires: index < count().
   void remove(unsigned index) noexcept;
-  /// Moves the entries from `first` on behind those of `other`, which has room
-  /// for them.
-  void moveTail(unsigned first, BranchNode* other) noexcept;
+
+  /// All entries, as they stand in the block.
+  [[nodiscard]] const unsigned char* entries() const noexcept { return entry(0); }
+  /// Makes `number` entries the only ones. Requires: they fit into a block.
+  void assign(const unsigned char* newEntries, unsigned number) noexcept;
 
  private:
   [[nodiscard]] unsigned char* entry(unsigned index) const noexcept {
@@ -61,6 +64,27 @@ class BranchNode {
   std::size_t keyLength;
   std::size_t entrySize;
   unsigned keyCount;
+};
+
+/// Entries on their way between branches, in their order.
+class BranchEntries {
+ public:
+  explicit BranchEntries(std::size_t keyLength);
+
+  [[nodiscard]] unsigned count() const noexcept;
+  /// Add all entries of a branch, in front of the others or behind them.
+  void prepend(const BranchNode& branch);
+  void append(const BranchNode& branch);
+  /// Requires: index <= count().
+  void insert(unsigned index, const unsigned char* key, std::uint32_t record, std::uint32_t child);
+  /// Makes `number` entries from `first` on the only ones of a branch, which has
+  /// room for them.
+  void copyTo(unsigned first, unsigned number, BranchNode branch) const noexcept;
+
+ private:
+  std::size_t keyLength;
+  std::size_t entrySize;
+  std::vector<unsigned char> bytes;
 };
 
 }  // namespace loomkit::xbase

@@ -10,6 +10,7 @@
 #include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/file_names.h"
+#include "loomkit/xbase/index_file.h"
 #include "loomkit/xbase/memo_file.h"
 
 namespace loomkit::xbase {
@@ -162,6 +163,8 @@ std::unique_ptr<DataFile> openDataFile(Engine& engine, const std::string& name) 
   data->alias = aliasOf(name);
   data->serial = ++engine.tablesOpened;
   engine.dataFiles.push_back(data.get());
+  if (data->hasProductionIndex && engine.autoOpen && openIndex(*data, {}) == nullptr)
+    return nullptr;
   return data;
 }
 
@@ -170,8 +173,10 @@ int close(DataFile& data) {
   int result = data.file.isReadOnly() ? ok : flush(data);
   std::vector<DataFile*>& open = data.engine->dataFiles;
   open.erase(std::remove(open.begin(), open.end(), &data), open.end());
-  data.selected = nullptr;
-  data.indexes.clear();
+  while (!data.indexes.empty()) {
+    const int closed = closeIndex(*data.indexes.back());
+    if (result == ok) result = closed;
+  }
   if (data.memo != nullptr) {
     const int closed = data.memo->close();
     if (result == ok) result = closed;

@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "loomkit/xbase/file.h"
+#include "loomkit/xbase/tag_description.h"
 
 namespace loomkit::xbase {
 
@@ -26,7 +27,6 @@ struct Engine;
 struct IndexFile;
 struct MemoFile;
 struct Tag;
-struct TagDescription;
 
 /// A column to be created. `width` counts for the letters C, N and F, and
 /// `decimals` for N and F.
@@ -90,9 +90,11 @@ struct DataFile {
 /// extension. Null: the engine has the code.
 std::unique_ptr<DataFile> openDataFile(Engine& engine, const std::string& name);
 
-/// Makes a table and opens it. Null: the engine has the code.
+/// Makes a table and opens it, with a production index of `tags` if there are
+/// any. Null: the engine has the code.
 std::unique_ptr<DataFile> createDataFile(Engine& engine, const std::string& name,
-                                         const std::vector<FieldDescription>& fields);
+                                         const std::vector<FieldDescription>& fields,
+                                         const std::vector<TagDescription>& tags = {});
 
 /// Flushes and closes everything. Repeatable.
 int close(DataFile& data);

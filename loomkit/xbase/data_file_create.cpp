@@ -10,6 +10,7 @@
 #include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/file_names.h"
+#include "loomkit/xbase/index_file.h"
 #include "loomkit/xbase/memo_file.h"
 
 namespace loomkit::xbase {
@@ -138,11 +139,14 @@ int createFiles(Engine& engine, const std::string& path,
 }  // namespace
 
 std::unique_ptr<DataFile> createDataFile(Engine& engine, const std::string& name,
-                                         const std::vector<FieldDescription>& fields) {
+                                         const std::vector<FieldDescription>& fields,
+                                         const std::vector<TagDescription>& tags) {
   if (engine.errorCode < 0) return nullptr;
   const std::string path = withExtension(name, "DBF");
   if (createFiles(engine, path, fields) != ok) return nullptr;
-  return openDataFile(engine, path);
+  std::unique_ptr<DataFile> data = openDataFile(engine, path);
+  if (data == nullptr || tags.empty()) return data;
+  return createIndex(*data, {}, tags) != nullptr ? std::move(data) : nullptr;
 }
 
 }  // namespace loomkit::xbase

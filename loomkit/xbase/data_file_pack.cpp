@@ -11,6 +11,7 @@
 #include "loomkit/xbase/data_file.h"
 #include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
+#include "loomkit/xbase/index_file.h"
 
 namespace loomkit::xbase {
 namespace {
@@ -139,11 +140,21 @@ int pack(DataFile& data) {
   // Everything the table has reaches its file first: the records are read there.
   int result = flush(data);
   if (result != ok) return result;
+  // Should the process die from here on, the tags are built anew.
+  for (const auto& index : data.indexes) {
+    if (result == ok) result = announceChange(*index);
+  }
   std::uint32_t live = 0;
-  result = writeLive(data, &live);
+  if (result == ok) result = writeLive(data, &live);
   if (result < 0) return result;
   data.recordCount = live;
   data.headerChanged = true;
+  data.recordNumber = 0;
+  data.recordChanged = false;
+  for (const auto& index : data.indexes) {
+    result = rebuild(*index);
+    if (result != ok) return result;
+  }
   result = go(data, 1);
   if (result != noSuchRecord) return result;
   data.atBeginning = true;

@@ -9,6 +9,7 @@
 #include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/field.h"
+#include "loomkit/xbase/index_file.h"
 #include "loomkit/xbase/memo_file.h"
 
 namespace loomkit::xbase {
@@ -84,9 +85,16 @@ int writeCurrent(DataFile& data) {
     data.recordChanged = false;
     return ok;
   }
-  int result = writeMemos(data);
+  // First, so that an index file says that it is being changed before the table
+  // is ahead of it.
+  int result = updateKeys(data);
+  if (result != ok) return result;
+  result = writeMemos(data);
   if (result == ok) result = writeRecord(data);
-  if (result < 0) return result;
+  if (result < 0) {
+    revertKeys(data);
+    return result;
+  }
   data.oldRecord = data.record;
   data.recordChanged = false;
   data.headerChanged = true;
@@ -124,6 +132,60 @@ int skipByNumber(DataFile& data, long count) {
   return readRecord(data, static_cast<std::uint32_t>(target));
 }
 
+// Makes the record current at which the selected tag stands.
+int readTagged(DataFile& data) {
+  const std::uint32_t number = data.selected->cursor.record;
+  if (number >= 1 && number <= data.recordCount) return readRecord(data, number);
+  standNowhere(data, 0);
+  return data.selected->index->space.corrupt();
+}
+
+int standBehind(DataFile& data) {
+  standNowhere(data, data.recordCount + 1);
+  data.atEnd = true;
+  return endOfFile;
+}
+
+// Brings the selected tag to the current record, and `*count` to the steps that
+// are left from there.
+int standAtCurrent(DataFile& data, long* count) {
+  Tag& tag = *data.selected;
+  if (data.recordNumber > data.recordCount) {
+    // Behind all records, the way back begins with the last one.
+    if (*count >= 0) return endOfFile;
+    ++*count;
+    const int result = goBottom(tag);
+    return result == endOfFile ? beginningOfFile : result;
+  }
+  std::vector<unsigned char> key;
+  bool inTag = false;
+  int result = recordKey(tag, &key, &inTag);
+  if (result != ok) return result;
+  const TreeCursor& at = tag.cursor;
+  if (at.valid && at.record == data.recordNumber && at.key == key) return ok;
+  result = seekEntry(tag, key, data.recordNumber);
+  if (result == notFound) {
+    // A record that the tag leaves out: it stands at the next one.
+    if (*count > 0) --*count;
+    return ok;
+  }
+  if (result != endOfFile || *count >= 0) return result;
+  ++*count;
+  result = goBottom(tag);
+  return result == endOfFile ? beginningOfFile : result;
+}
+
+int skipByTag(DataFile& data, long count) {
+  int result = standAtCurrent(data, &count);
+  if (result == ok) result = skipKeys(*data.selected, count);
+  if (result == ok) return readTagged(data);
+  if (result == endOfFile) return standBehind(data);
+  if (result != beginningOfFile) return result;
+  standNowhere(data, 0);
+  data.atBeginning = true;
+  return beginningOfFile;
+}
+
 }  // namespace
 
 int go(DataFile& data, std::uint32_t number) {
@@ -145,7 +207,22 @@ int skip(DataFile& data, long count) {
   }
   data.atEnd = false;
   data.atBeginning = false;
-  return skipByNumber(data, count);
+  return data.selected != nullptr ? skipByTag(data, count) : skipByNumber(data, count);
+}
+
+int seek(DataFile& data, std::string_view key) {
+  int result = writeCurrent(data);
+  if (result != ok) return result;
+  if (data.selected == nullptr)
+    return fail(*data.engine, errorTagName, data.engine->report.tag,
+                fileNameLine(data.file.name()).c_str());
+  data.atEnd = false;
+  data.atBeginning = false;
+  const int found = seekKey(*data.selected, key);
+  if (found == endOfFile) return standBehind(data);
+  if (found < 0) return found;
+  result = readTagged(data);
+  return result == ok ? found : result;
 }
 
 int startAppend(DataFile& data) {
@@ -165,13 +242,20 @@ int startAppend(DataFile& data) {
 int finishAppend(DataFile& data) {
   if (data.engine->errorCode < 0) return data.engine->errorCode;
   data.recordNumber = data.recordCount + 1;
-  int result = writeMemos(data);
+  // First, so that an index file says that it is being changed before the table
+  // is ahead of it.
+  int result = addKeys(data);
+  if (result != ok) return result;
+  result = writeMemos(data);
   data.record += dbf::endMark;
   if (result == ok)
     result = data.file.writeAt(recordOffset(data, data.recordNumber), data.record.data(),
                                data.record.size());
   data.record.pop_back();
-  if (result < 0) return result;
+  if (result < 0) {
+    withdrawKeys(data);
+    return result;
+  }
   ++data.recordCount;
   data.headerChanged = true;
   data.recordChanged = false;
@@ -183,10 +267,16 @@ int flush(DataFile& data) {
   int result = writeCurrent(data);
   if (result == ok && data.memo != nullptr) result = data.memo->flush();
   if (result == ok) result = data.file.sync();
-  if (result != ok || !data.headerChanged) return result;
-  // Last, so that the header never counts a record that is not in the file.
-  result = writeHeader(data);
-  return result == ok ? data.file.sync() : result;
+  // Later, so that the header never counts a record that is not in the file.
+  if (result == ok && data.headerChanged) {
+    result = writeHeader(data);
+    if (result == ok) result = data.file.sync();
+  }
+  // Last, so that no index is called whole before its table is on the disk.
+  for (const auto& index : data.indexes) {
+    if (result == ok) result = flush(*index);
+  }
+  return result;
 }
 
 }  // namespace loomkit::xbase

@@ -20,41 +20,33 @@
 #include <vector>
 
 #include "loomkit/xbase/block_space.h"
+#include "loomkit/xbase/expression.h"
 #include "loomkit/xbase/file.h"
 #include "loomkit/xbase/key_tree.h"
+#include "loomkit/xbase/tag_description.h"
 
 namespace loomkit::xbase {
 
-class Expression;
 struct DataFile;
 struct IndexFile;
 
-/// A tag to be created.
-struct TagDescription {
-  std::string name;        ///< at most 10 characters count
-  std::string expression;  ///< of the key
-  std::string filter;      ///< empty: every record is in the tag
-  bool unique = false;     ///< a second record with the same key is refused
-  bool descending = false;
-};
-
 /// A tag of an open index file. Its members are for the engine and its tests.
 struct Tag {
-  Tag(IndexFile& owner, std::size_t keyLength, unsigned char pad);
-  ~Tag();
+  /// `key` is the expression of the keys, which are `keyLength` bytes long.
+  Tag(IndexFile& owner, std::unique_ptr<Expression> key, std::size_t keyLength);
 
   IndexFile* index;
   std::string name;  ///< in capitals, without blanks at its end
   std::unique_ptr<Expression> expression;
   std::unique_ptr<Expression> filter;  ///< null: every record is in the tag
-  char keyType = 'C';                  ///< of the expression: C, D, d, N, n or L
   bool unique = false;
   bool descending = false;
   std::uint32_t headerAddress = 0;
-  std::uint32_t version = 0;  ///< as the file's header has it
+  std::uint32_t version = 0;       ///< as the file's header has it
+  std::uint64_t writtenState = 0;  ///< of the tree's changes, those that the header knows of
 
   KeyTree tree;
-  TreeCursor cursor;  ///< where the tag stands, in the tag's own order
+  TreeCursor cursor;  ///< where the tag stands
 };
 
 /// An open index file. Its members are for the engine and its tests.
@@ -62,14 +54,14 @@ struct IndexFile {
   explicit IndexFile(DataFile& table);
   IndexFile(const IndexFile&) = delete;
   IndexFile& operator=(const IndexFile&) = delete;
-  ~IndexFile();
 
   DataFile* data;
   File file;
   BlockSpace space;
-  std::unique_ptr<KeyTree> tagOfTags;      ///< null: a file of a single tag
-  std::vector<std::unique_ptr<Tag>> tags;  ///< in the order of their names
+  KeyTree tagOfTags;
+  bool compound = true;                    ///< false: a file of a single tag, without a tag of tags
   std::uint32_t version = 0;               ///< of the tag of tags
+  std::vector<std::unique_ptr<Tag>> tags;  ///< in the order of their names
 };
 
 /// Opens an index file of a table, and adds it to the table's. `name` is a path, to
@@ -80,22 +72,22 @@ IndexFile* openIndex(DataFile& data, const std::string& name);
 
 /// Makes an index file with a tag for each description, over all records of the
 /// table, and adds it to the table's. With an empty path it becomes the table's
-/// production index. Null: the engine has the code, and no file is left.
-/// With `uniqueErrors`, records of equal keys in a unique tag are the error 20;
-/// otherwise the tag gets the first of them.
+/// production index. A unique tag gets the first of several records with the same
+/// key; with `uniqueErrors` they are the error 20 instead. Null: the engine has the
+/// code, and no file is left.
 IndexFile* createIndex(DataFile& data, const std::string& name,
                        const std::vector<TagDescription>& tags, bool uniqueErrors = false);
 
-/// Flushes and closes a file that is the table's no more afterwards. With `remove`
-/// nothing is written, and the file is deleted.
-int closeIndex(IndexFile* index, bool remove = false);
+/// Flushes and closes the file, which is the table's no more. Its tags are gone.
+int closeIndex(IndexFile& index);
 
 /// Brings all changes to the disk.
 int flush(IndexFile& index);
 /// Marks the file on the disk as one that is being changed. For those who change
 /// the table in a way that the tags are to follow later.
 int announceChange(IndexFile& index);
-/// Builds all tags anew from the records of the table.
+/// Builds all tags anew from the records of the table, which is to be flushed
+/// before: the index must not know of records that a crash can take away.
 int rebuild(IndexFile& index);
 
 /// The tag of that name, whatever the letter case; null if there is none.
@@ -107,28 +99,35 @@ const std::string& tagExpression(const Tag& tag);
 /// record in.
 int recordKey(Tag& tag, std::vector<unsigned char>* key, bool* inTag);
 
-/// Adds the current record's key under a record number. notUnique: a unique tag
-/// has the key.
-int addKey(Tag& tag, std::uint32_t record);
-/// The same in every tag of the table's files. On a failure, and for notUnique, the
-/// tags before it have been cleared of the key again.
-int addKeys(DataFile& data, std::uint32_t record);
-/// Takes the current record's key out of every tag of the table's files, as far as
-/// it is there.
-int removeKeys(DataFile& data, std::uint32_t record);
+/// Adds the current record, under its number, to every tag of the table. On a
+/// failure, and for notUnique, no tag has it.
+int addKeys(DataFile& data);
+/// Takes a record out of every tag that has it; it is the current one, as it was
+/// when it was added.
+int removeKeys(DataFile& data);
+/// Brings every tag from DataFile::oldRecord to what the record is now. On a
+/// failure, and for notUnique, the tags are as they were.
+int updateKeys(DataFile& data);
 
-/// Moves to the first entry whose key begins with `key`, as the tag stores it.
-/// notFound stands at the next entry, endOfFile behind the last.
-int seekStored(Tag& tag, std::string_view key);
-/// The same for a text: of a character tag the beginning of its key, of a numeric
+/// Undo addKeys() and updateKeys() for a record that could not be written. The
+/// engine keeps its error code.
+void withdrawKeys(DataFile& data);
+void revertKeys(DataFile& data);
+
+/// Moves to the first entry, in the tag's order, whose key begins with these bytes.
+/// notFound stands at the next entry, endOfFile nowhere.
+int seekStored(Tag& tag, std::string_view stored);
+/// The same for a text: of a character tag the beginning of a key, of a numeric
 /// one a number, of a date CCYYMMDD, of a logical one T or F. An empty text is not
 /// found.
 int seekKey(Tag& tag, std::string_view text);
-/// Moves to a record's entry, or to where it would be: notFound, endOfFile.
-int seekEntry(Tag& tag, const unsigned char* key, std::uint32_t record);
+/// Moves to the entry of a record with this key, or to the next one: notFound,
+/// endOfFile.
+int seekEntry(Tag& tag, const std::vector<unsigned char>& key, std::uint32_t record);
+/// Move to an end of the tag; endOfFile if it is empty.
 int goTop(Tag& tag);
 int goBottom(Tag& tag);
-/// Moves on by so many entries in the tag's order, back if it is negative.
+/// Moves on by so many entries in the tag's order, back if the number is negative.
 /// endOfFile and beginningOfFile stay at the last entry there is.
 int skipKeys(Tag& tag, long count);
 

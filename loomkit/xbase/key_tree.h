@@ -41,6 +41,11 @@ class KeyTree {
 
   /// Takes over the tree that is there.
   void open(std::uint32_t rootAddress) noexcept { root = rootAddress; }
+  /// The same for another tree than the one it had.
+  void replace(std::uint32_t rootAddress) noexcept {
+    root = rootAddress;
+    ++changes;
+  }
   /// Makes an empty tree, for record numbers up to `lastRecord` to begin with.
   int create(std::uint32_t lastRecord);
 
@@ -116,7 +121,11 @@ class KeyTree {
   int addLeaf(Block* leaf, Growth side, const unsigned char* key, std::uint32_t record);
   int linkBetween(std::uint32_t left, Block* added, std::uint32_t right);
   int addToParents(Division division, Growth growth);
-  int splitBranch(Block* block, unsigned index, Growth growth, Division* division);
+  int shareWithSibling(std::size_t level, Block* block, BranchEntries* entries, bool* shared);
+  void distribute(const BranchEntries& entries, unsigned leftCount, Block* left,
+                  Block* right) const;
+  int splitBranch(Block* block, const BranchEntries& entries, unsigned index, Growth growth,
+                  Division* division);
   int raise(const Division& division);
   int renewParentKeys(std::size_t level, const unsigned char* key, std::uint32_t record);
   int dropNode(Block* block);

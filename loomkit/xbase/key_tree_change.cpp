@@ -252,48 +252,89 @@ int KeyTree::linkBetween(std::uint32_t left, Block* added, std::uint32_t right) 
 
 // Tells the branches above that one of their nodes has become two.
 int KeyTree::addToParents(Division division, Growth growth) {
-  int result = ok;
-  for (std::size_t level = path.size(); level-- > 0 && result == ok;) {
+  for (std::size_t level = path.size(); level-- > 0;) {
     Block* block = nullptr;
-    result = readNode(path[level].address, &block);
-    if (result < 0) break;
+    int result = readNode(path[level].address, &block);
+    if (result < 0) return result;
+    const unsigned index = path[level].index;
     BranchNode branch = branchOf(block);
-    branch.setChild(path[level].index, division.right);
+    branch.setChild(index, division.right);
     block->changed = true;
     if (!branch.full()) {
-      branch.insert(path[level].index, division.key, division.record, division.left);
+      branch.insert(index, division.key, division.record, division.left);
       return ok;
     }
-    result = splitBranch(block, path[level].index, growth, &division);
+    BranchEntries entries(keySize);
+    entries.append(branch);
+    entries.insert(index, division.key, division.record, division.left);
+    bool shared = false;
+    result = shareWithSibling(level, block, &entries, &shared);
+    if (result < 0 || shared) return result;
+    result = splitBranch(block, entries, index, growth, &division);
+    if (result < 0) return result;
   }
-  return result == ok ? raise(division) : result;
+  return raise(division);
 }
 
-// Divides a full branch that is to have one entry more, at `index`. Where keys
-// come in order, the node that they leave behind stays full.
-int KeyTree::splitBranch(Block* block, unsigned index, Growth growth, Division* division) {
+// Puts the entries of a branch that has one too many into it and a neighbour that
+// has room, if one of the same parent has. Branches of the longest keys have two
+// entries at most: if they were split whenever they are full, most would be left
+// with one, and the tree would grow up instead of out.
+int KeyTree::shareWithSibling(std::size_t level, Block* block, BranchEntries* entries,
+                              bool* shared) {
+  if (level == 0) return ok;
+  Block* parentBlock = nullptr;
+  int result = readNode(path[level - 1].address, &parentBlock);
+  if (result < 0) return result;
+  BranchNode parent = branchOf(parentBlock);
+  const unsigned own = path[level - 1].index;
+  for (const bool toLeft : {true, false}) {
+    if (toLeft ? own == 0 : own + 1 >= parent.count()) continue;
+    Block* sibling = nullptr;
+    result = readSameKind(parent.child(toLeft ? own - 1 : own + 1), *block, &sibling);
+    if (result < 0) return result;
+    if (branchOf(sibling).full()) continue;
+    Block* const left = toLeft ? sibling : block;
+    Block* const right = toLeft ? block : sibling;
+    toLeft ? entries->prepend(branchOf(sibling)) : entries->append(branchOf(sibling));
+    distribute(*entries, (entries->count() + 1) / 2, left, right);
+    const BranchNode filled = branchOf(left);
+    parent.setKey(toLeft ? own - 1 : own, filled.key(filled.count() - 1),
+                  filled.record(filled.count() - 1));
+    parentBlock->changed = true;
+    *shared = true;
+    return ok;
+  }
+  return ok;
+}
+
+void KeyTree::distribute(const BranchEntries& entries, unsigned leftCount, Block* left,
+                         Block* right) const {
+  entries.copyTo(0, leftCount, branchOf(left));
+  entries.copyTo(leftCount, entries.count() - leftCount, branchOf(right));
+  left->changed = true;
+  right->changed = true;
+}
+
+// Divides a branch that has one entry too many; the one at `index` is new. Where
+// keys come in order, the node that they leave behind stays full.
+int KeyTree::splitBranch(Block* block, const BranchEntries& entries, unsigned index, Growth growth,
+                         Division* division) {
   Block* added = nullptr;
   int result = space->allocate(&added);
   if (result < 0) return result;
   BranchNode::create(added->bytes);
   added->checkedFor = keySize;
-  BranchNode left = branchOf(block);
-  BranchNode right = branchOf(added);
-  const unsigned count = left.count();
-  unsigned leftCount = (count + 1) / 2;
-  if (growth == Growth::right) leftCount = index + 1 == count ? count : (count + 2) / 2;
-  if (growth == Growth::left) leftCount = index == 0 ? 1 : (count + 1) / 2;
-  if (index < leftCount) {
-    left.moveTail(leftCount - 1, &right);
-    left.insert(index, division->key, division->record, division->left);
-  } else {
-    left.moveTail(leftCount, &right);
-    right.insert(index - leftCount, division->key, division->record, division->left);
-  }
+  const unsigned count = entries.count();
+  unsigned leftCount = count / 2;
+  if (growth == Growth::right) leftCount = index + 2 == count ? count - 1 : (count + 1) / 2;
+  if (growth == Growth::left && index == 0) leftCount = 1;
   result = linkBetween(block->address, added, block->neighbour(node::right));
-  *division = {left.key(left.count() - 1), left.record(left.count() - 1), block->address,
-               added->address};
-  return result;
+  if (result < 0) return result;
+  distribute(entries, leftCount, block, added);
+  const BranchNode left = branchOf(block);
+  *division = {left.key(leftCount - 1), left.record(leftCount - 1), block->address, added->address};
+  return ok;
 }
 
 // Puts a new root above the two nodes that the old one has become.
