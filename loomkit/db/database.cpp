@@ -87,3 +87,8 @@ void GDbDatabase::registerTable(GDbTable* table) { tables.push_back(table); }
 void GDbDatabase::unregisterTable(GDbTable* table) {
   tables.erase(std::remove(tables.begin(), tables.end(), table), tables.end());
 }
+
+GDbDbFactory::GDbDbFactory(const std::string& dbTypeId) : typeId(dbTypeId) {}
+GDbDbFactory::GDbDbFactory(const GDbDbFactory&) = default;
+GDbDbFactory& GDbDbFactory::operator=(const GDbDbFactory&) = default;
+GDbDbFactory::~GDbDbFactory() = default;

@@ -90,7 +90,7 @@ class LOOMKIT_API GDbDatabase {
   GDbTransactionHandler* getTransactionHandler() { return transactionHandler; }
 
  protected:
-  explicit GDbDatabase(const std::string& locator);
+  GDbDatabase(const std::string& locator);
 
   void setTransactionHandler(GDbTransactionHandler* handler) { transactionHandler = handler; }
   /// The tables that exist, open or closed.

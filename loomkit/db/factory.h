@@ -16,7 +16,7 @@ class GDbDatabase;
 class LOOMKIT_API GDbDbFactory {
  public:
   /// `typeId` is what stands before a locator's colon, in lower case.
-  explicit GDbDbFactory(const std::string& typeId);
+  GDbDbFactory(const std::string& typeId);
   GDbDbFactory(const GDbDbFactory&);
   GDbDbFactory& operator=(const GDbDbFactory&);
   virtual ~GDbDbFactory();

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "loomkit/text/char_class.h"
+#include "loomkit/text/letter_case.h"
 #include "loomkit/text/string_util.h"
 #include "loomkit/text/uri.h"
 
@@ -13,8 +14,7 @@ bool splitLocator(const std::string& text, Locator* locator) {
   const std::size_t colon = text.find(':');
   if (colon == std::string::npos) return false;
   Locator parts;
-  parts.type = text.substr(0, colon);
-  std::transform(parts.type.begin(), parts.type.end(), parts.type.begin(), asciiToLower);
+  parts.type = lowerCased(std::string_view(text).substr(0, colon));
   const std::size_t question = text.find('?', colon);
   if (question != std::string::npos) gSplit(text.substr(question + 1), ";", &parts.options);
   parts.path = gUnescapePartOfURI(text.substr(colon + 1, question - colon - 1));

@@ -3,18 +3,16 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
+
+#include "loomkit/db/record_access.h"
+#include "loomkit/db/record_owner.h"
 
 namespace {
 
-constexpr int firstCapacity = 4;
+using loomkit::Block;
 
-// Owns a block of operator new until a record takes it.
-struct BlockDelete {
-  void operator()(void* block) const { ::operator delete(block); }
-};
-using Block = std::unique_ptr<void, BlockDelete>;
+constexpr int firstCapacity = 4;
 
 template <typename Number>
 Block makeNumber(Number value) {
@@ -30,6 +28,9 @@ Block makeText(const char* text, std::size_t length) {
   return block;
 }
 
+// The block of a blob takes a multiple of four bytes, its length included.
+constexpr std::size_t padded(std::size_t size) { return (size + 3) & ~std::size_t{3}; }
+
 // `array` with room for `capacity` entries, `count` of them taken along.
 template <typename Entry>
 Entry* grownArray(const Entry* array, int count, int capacity) {
@@ -37,6 +38,35 @@ Entry* grownArray(const Entry* array, int count, int capacity) {
       static_cast<Entry*>(::operator new(sizeof(Entry) * static_cast<std::size_t>(capacity)));
   if (count != 0) std::memcpy(grown, array, sizeof(Entry) * static_cast<std::size_t>(count));
   return grown;
+}
+
+// How many bytes the value of a field has; 0 for a type that is not known.
+std::size_t valueSize(const GDbRecord& record, int field, const void* value) {
+  switch (record.getFieldType(field)) {
+    case GDbFieldInt:
+      return sizeof(int);
+    case GDbFieldUInt:
+      return sizeof(unsigned);
+    case GDbFieldFloat:
+      return sizeof(double);
+    case GDbFieldString:
+      return std::strlen(static_cast<const char*>(value)) + 1;
+    case GDbFieldBlob: {
+      const void* bytes = nullptr;
+      unsigned size = 0;
+      record.getBlobField(field, &bytes, &size);
+      return sizeof(std::uint32_t) + size;
+    }
+    default:
+      return 0;
+  }
+}
+
+Block copyOfValue(const GDbRecord& record, int field, const void* value) {
+  const std::size_t size = value != nullptr ? valueSize(record, field, value) : 0;
+  Block block(size != 0 ? ::operator new(padded(size)) : nullptr);
+  if (block) std::memcpy(block.get(), value, size);
+  return block;
 }
 
 }  // namespace
@@ -107,8 +137,7 @@ void GDbRecord::addText(const char* text, std::size_t length) {
 
 void GDbRecord::addBlobField(const void* data, unsigned size) {
   const std::uint32_t length = size;
-  const std::size_t padded = (std::size_t{size} + 3) & ~std::size_t{3};
-  Block block(::operator new(padded + sizeof length));
+  Block block(::operator new(padded(sizeof length + size)));
   std::memcpy(block.get(), &length, sizeof length);
   if (size != 0) std::memcpy(static_cast<char*>(block.get()) + sizeof length, data, size);
   addField(GDbFieldBlob, block.get());
@@ -131,4 +160,14 @@ void GDbRecord::addField(GDbFieldType type, void* value) {
   types[numFields] = type;
   values[numFields] = value;
   ++numFields;
+}
+
+GDbRecord* loomkit::RecordAccess::copy(const GDbRecord& record) {
+  RecordOwner made(new GDbRecord);
+  for (int field = 0; field < record.numFields; ++field) {
+    Block value = copyOfValue(record, field, record.values[field]);
+    made->addField(record.types[field], value.get());
+    static_cast<void>(value.release());
+  }
+  return made.release();
 }

@@ -23,6 +23,9 @@ struct RecordAccess {
   static void addText(GDbRecord* record, const char* text, std::size_t length) {
     record->addText(text, length);
   }
+  /// A new record with copies of all values, in blocks of their own. The caller
+  /// owns it. A field whose type is none of the known ones has no value there.
+  static GDbRecord* copy(const GDbRecord& record);
   /// The block of a value; null when its allocation failed.
   static const void* value(const GDbRecord& record, int field) { return record.values[field]; }
 };

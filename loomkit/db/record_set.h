@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // GDbRecordSet: the rows that a lookup or a scan hands out.
+//
+//   GDbRecordSet rows;
+//   if (table->lookupKey(GDbKey(0, 17), &rows) == GDbNoError)
+//     for (unsigned i = 0; i < rows.getNumRecords(); ++i) use(*rows.getRecord(i));
 #ifndef LOOMKIT_DB_RECORD_SET_H
 #define LOOMKIT_DB_RECORD_SET_H
 
@@ -8,18 +12,22 @@
 #include "loomkit/db/record.h"
 #include "loomkit/platform/export.h"
 
-/// Rows in order; the set owns them. For one thread at a time.
+/// Rows in order. The set owns its records, and they end with it. For one thread
+/// at a time.
 class LOOMKIT_API GDbRecordSet {
  public:
   GDbRecordSet();
-  GDbRecordSet(const GDbRecordSet&) = delete;
-  GDbRecordSet& operator=(const GDbRecordSet&) = delete;
+  /// The copy holds copies of the records, values and NULL bits included, so that
+  /// both sets can end.
+  GDbRecordSet(const GDbRecordSet& other);
+  GDbRecordSet& operator=(const GDbRecordSet& other);
   virtual ~GDbRecordSet();
 
-  /// Deletes every record.
+  /// Deletes every record; the set is empty then.
   void clear();
-  /// Takes `record` over and appends it.
+  /// Takes `record` over and appends it. Requires: `record` is not null.
   void addRecord(GDbRecord* record);
+  /// How many records there are.
   [[nodiscard]] unsigned getNumRecords() const { return static_cast<unsigned>(records.size()); }
   /// Requires: `i` is below getNumRecords(). The record stays the set's.
   [[nodiscard]] const GDbRecord* getRecord(unsigned i) const { return records[i]; }

@@ -20,7 +20,7 @@ class LOOMKIT_API GDbStructure {
  public:
   /// `ignoreCase` and `maxNameLen` rule getFieldId(): whether letter case
   /// counts, and how many characters of a searched name do.
-  explicit GDbStructure(bool ignoreCase = false, unsigned maxNameLen = 0xFFFFFFFF);
+  GDbStructure(bool ignoreCase = false, unsigned maxNameLen = 0xFFFFFFFF);
   GDbStructure(const GDbStructure&);
   GDbStructure& operator=(const GDbStructure&);
   ~GDbStructure();

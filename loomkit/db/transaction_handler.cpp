@@ -10,6 +10,7 @@ GDbTransactionHandler::~GDbTransactionHandler() = default;
 
 GDbStatus GDbTransactionHandler::getHandler(GDbDatabase* database,
                                             GDbTransactionHandler** handler) {
+  if (handler == nullptr) return GDbInvalidArgument;
   *handler = nullptr;
   if (database == nullptr) return GDbInvalidArgument;
   *handler = database->getTransactionHandler();

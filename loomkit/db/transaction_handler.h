@@ -12,23 +12,31 @@
 
 class GDbDatabase;
 
-/// Begins and ends transactions. Belongs to its database and is never deleted
-/// through this interface.
+/// Begins and ends transactions. A handler belongs to its database, lives as long
+/// as that, and is never deleted through this interface. A backend with
+/// transactions derives from it and hands its handler to
+/// GDbDatabase::setTransactionHandler(). For one thread, as the database is.
 class LOOMKIT_API GDbTransactionHandler {
- public:
-  virtual GDbStatus begin() = 0;
-  virtual GDbStatus commit() = 0;
-  virtual GDbStatus rollback() = 0;
-
-  /// Stores the database's handler, which is null for a database without
-  /// transactions. A null database stores null and gives GDbInvalidArgument.
-  static GDbStatus getHandler(GDbDatabase* database, GDbTransactionHandler** handler);
-
  protected:
   GDbTransactionHandler();
   GDbTransactionHandler(const GDbTransactionHandler&);
   GDbTransactionHandler& operator=(const GDbTransactionHandler&);
+  /// The first virtual function: the order of the slots is part of the interface.
   virtual ~GDbTransactionHandler();
+
+ public:
+  /// Begins a transaction; the failures are the backend's.
+  virtual GDbStatus begin() = 0;
+  /// Makes what happened since begin() lasting.
+  virtual GDbStatus commit() = 0;
+  /// Undoes what happened since begin(). GDbRollbackNotSupported where a backend
+  /// cannot.
+  virtual GDbStatus rollback() = 0;
+
+  /// Stores the database's handler in `*handler`; null, with the status 0, for a
+  /// database without transactions. A null database stores null and gives
+  /// GDbInvalidArgument, and so does a null `handler`.
+  static GDbStatus getHandler(GDbDatabase* database, GDbTransactionHandler** handler);
 };
 
 #endif  // LOOMKIT_DB_TRANSACTION_HANDLER_H

@@ -27,10 +27,7 @@ constexpr bool isAsciiXDigit(char c) noexcept {
 /// A letter, a digit or '_': what goes on a name.
 constexpr bool isAsciiWord(char c) noexcept { return isAsciiAlnum(c) || c == '_'; }
 
-/// The other case of an ASCII letter; any other byte as it is.
-constexpr char asciiToLower(char c) noexcept {
-  return isAsciiUpper(c) ? static_cast<char>(c + ('a' - 'A')) : c;
-}
+/// An ASCII letter in upper case; any other byte as it is.
 constexpr char asciiToUpper(char c) noexcept {
   return isAsciiLower(c) ? static_cast<char>(c - ('a' - 'A')) : c;
 }

@@ -86,6 +86,28 @@ TYPED_TEST(DbBackend, RefusesKeysOutsideTheTable) {
   EXPECT_EQ(this->table->lookupKey(GDbKey(-1, 1), &set), GDbInvalidArgument);
 }
 
+TYPED_TEST(DbBackend, RefusesNullPointers) {
+  GDbRecordSet set;
+  const GDbKey noText(2, static_cast<const char*>(nullptr));
+  const GDbKey keys[] = {GDbKey(0, 1), noText};
+  EXPECT_EQ(this->table->lookupKey(noText, &set), GDbInvalidArgument);
+  EXPECT_EQ(this->table->lookupKeys(keys, 2, &set), GDbInvalidArgument);
+  EXPECT_EQ(this->table->lookupKeys(nullptr, 1, &set), GDbInvalidArgument);
+  EXPECT_EQ(this->table->lookupKey(GDbKey(0, 1), nullptr), GDbInvalidArgument);
+  EXPECT_EQ(this->table->getFirstRecord(nullptr), GDbInvalidArgument);
+  EXPECT_EQ(this->table->getNextRecord(nullptr), GDbInvalidArgument);
+  int id = 0;
+  EXPECT_EQ(this->table->getFieldId(nullptr, &id), GDbInvalidArgument);
+  EXPECT_EQ(this->table->getFieldId("id", nullptr), GDbInvalidArgument);
+  EXPECT_EQ(this->table->getStructure(nullptr), GDbInvalidArgument);
+  EXPECT_EQ(this->database->openTable("parts", &this->structure, nullptr), GDbInvalidArgument);
+  if (TypeParam::traits.inserts) {
+    EXPECT_EQ(this->table->deleteKey(noText), GDbInvalidArgument);
+  }
+  EXPECT_EQ(set.getNumRecords(), 0U);
+  EXPECT_EQ(scan(this->table.get()).size(), 4U) << "the table goes on";
+}
+
 TYPED_TEST(DbBackend, KnowsItsFields) {
   int id = -1;
   EXPECT_EQ(this->table->getFieldId("price", &id), GDbNoError);

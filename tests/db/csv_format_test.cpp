@@ -35,7 +35,7 @@ std::string parse(const Types& types, const std::string& line) {
   const loomkit::CsvLayout layout(structureFor(types));
   void* block = ::operator new(layout.blockSize(line.size()));
   GDbRecord* record = nullptr;
-  const GDbStatus status = layout.parse(line.c_str(), block, &record);
+  const GDbStatus status = layout.parse(line.c_str(), line.size(), block, &record);
   if (status != GDbNoError) {
     ::operator delete(block);
     return gDbStrError(status);
@@ -103,8 +103,14 @@ TEST(CsvFormat, ParsesALineByTheTypesOfItsColumns) {
       {{S, S}, "\"a;b", "a;b|"},
       {{S, S, S}, "a;;c", "a||c"},
       {{S, I}, "a", missing},
-      {{S}, std::string("a\0b", 3), "a"},
-      {{I, S}, std::string("1\0;b", 4), "1|"},
+      {{S}, std::string("a\0b", 3), mismatch},
+      {{S}, std::string("\"a\0b\"", 5), mismatch},
+      {{S}, std::string("a\0", 2), mismatch},
+      {{S, S}, std::string("a;\0", 3), mismatch},
+      {{I}, std::string("1\0", 2), mismatch},
+      {{I, S}, std::string("1\0;b", 4), mismatch},
+      {{I, I}, std::string("1;\0002", 4), mismatch},
+      {{I}, std::string("1;\0b", 4), "1"},
       {{B}, "x", "invalid argument"},
       {{I, B}, "x", mismatch},
       {{I, B}, "1", "invalid argument"},
@@ -150,7 +156,7 @@ std::string slowParse(const Types& types, const std::string& text) {
     while (*at == ' ' || (*at >= '\t' && *at <= '\r')) ++at;
     if (*at == ';')
       ++at;
-    else if (*at == '\0')
+    else if (at == text.c_str() + text.size())
       atEnd = true;
     else
       return mismatch;
@@ -178,7 +184,7 @@ TEST(CsvFormat, EveryValueIsAligned) {
     const std::string line = text + ";1;" + text + ";2;" + text + ";3";
     void* block = ::operator new(layout.blockSize(line.size()));
     GDbRecord* record = nullptr;
-    ASSERT_EQ(layout.parse(line.c_str(), block, &record), GDbNoError);
+    ASSERT_EQ(layout.parse(line.c_str(), line.size(), block, &record), GDbNoError);
     EXPECT_EQ(record->getFloatField(1) + record->getIntField(3) + record->getFloatField(5), 6.0);
     record->deleteRecord();
   }

@@ -275,10 +275,30 @@ TEST_F(CsvTable, SurvivesAHugeLineOfQuotesAndAnyBytes) {
     EXPECT_EQ(std::string(set.getRecord(0)->getStringField(1)).size(), bytes.size() - 3);
   }
   bytes.clear();
-  for (int c = 0; c < 256; ++c) bytes += static_cast<char>(c);
+  for (int c = 1; c < 256; ++c) bytes += static_cast<char>(c);
   const TableOwner opened = table(bytes, text);
   GDbStatus status = GDbNoError;
-  EXPECT_EQ(scan(opened.get(), &status).size(), 3U) << "LF and CR end lines, NUL ends a text";
+  EXPECT_EQ(scan(opened.get(), &status).size(), 3U) << "LF and CR end lines";
+}
+
+// What stands behind a NUL byte cannot be told in a text, and must not be lost.
+TEST_F(CsvTable, ANulByteIsDamageWhereverARecordIsRead) {
+  const std::string lines = "1;one\n" + std::string("2;t\0wo\n", 7) + "3;three\n";
+  const TableOwner opened = table(lines, idName);
+  GDbStatus status = GDbNoError;
+  EXPECT_EQ(scan(opened.get(), &status), Texts{"1|one"});
+  EXPECT_EQ(status, GDbFieldTypeMismatch);
+  GDbRecordSet set;
+  EXPECT_EQ(opened->getNextRecord(&set), GDbNoError) << "the scan goes on behind the line";
+  EXPECT_EQ(textsOf(set), Texts{"3|three"});
+  EXPECT_EQ(opened->lookupKey(GDbKey(1, "three"), &set), GDbFieldTypeMismatch)
+      << "an index would have left the row out";
+  dir.write("bad.csv", std::string("1;t\0wo\n", 7));
+  GDbTable* none = nullptr;
+  EXPECT_EQ(database->openTable("bad", &idName, &none), GDbFieldTypeMismatch);
+  dir.write("more.csv", std::string("1;two;\0\n", 8));
+  EXPECT_EQ(scan(openTable(database, "more", &idName).get()), Texts{"1|two"})
+      << "what stands behind the last column is not looked at";
 }
 
 TEST_F(CsvTable, ReadsAsManyColumnsAsTheStructureHas) {

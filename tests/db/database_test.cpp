@@ -2,6 +2,9 @@
 // The registry, the handles and the lifecycle, on a backend of the test's own.
 #include "loomkit/db/database.h"
 
+#include <cstring>
+#include <type_traits>
+
 #include "tests/db/db_fixture.h"
 
 namespace {
@@ -188,6 +191,40 @@ TEST_F(DbDatabase, GivesItsTransactionHandlerOrNone) {
   handler = reinterpret_cast<GDbTransactionHandler*>(&fakeFactory);
   EXPECT_EQ(GDbTransactionHandler::getHandler(database.get(), &handler), GDbNoError);
   EXPECT_EQ(handler, nullptr);
+  EXPECT_EQ(GDbTransactionHandler::getHandler(database.get(), nullptr), GDbInvalidArgument);
+}
+
+// A pointer to a virtual member holds the offset of its slot, plus one.
+template <typename Member>
+std::ptrdiff_t slotOf(Member member) {
+  std::ptrdiff_t offset = 0;
+  std::memcpy(&offset, &member, sizeof offset);
+  return (offset - 1) / static_cast<std::ptrdiff_t>(sizeof(void*));
+}
+
+TEST_F(DbDatabase, TheSlotsOfATransactionHandlerBeginWithItsDestructor) {
+  const std::ptrdiff_t begin = slotOf(&GDbTransactionHandler::begin);
+  EXPECT_EQ(begin, 2) << "a destructor takes two slots";
+  EXPECT_EQ(slotOf(&GDbTransactionHandler::commit), begin + 1);
+  EXPECT_EQ(slotOf(&GDbTransactionHandler::rollback), begin + 2);
+}
+
+TEST_F(DbDatabase, ANullLocatorOrResultIsAnInvalidArgument) {
+  GDbDatabase* database = nullptr;
+  EXPECT_EQ(GDbDatabase::openDatabase(nullptr, &database), GDbInvalidArgument);
+  EXPECT_EQ(GDbDatabase::openDatabase("fake1:a", nullptr), GDbInvalidArgument);
+  EXPECT_EQ(database, nullptr);
+}
+
+// Hosts pass the argument where the object is wanted.
+TEST_F(DbDatabase, OneArgumentMakesAnObjectWhereOneIsWanted) {
+  static_assert(std::is_convertible_v<bool, GDbStructure>);
+  static_assert(std::is_convertible_v<GDbStatus, GSqlError>);
+  static_assert(std::is_convertible_v<GSqlDatabase*, GSqlQuery>);
+  const auto statusOf = [](const GSqlError& error) { return error.getStatus(); };
+  EXPECT_EQ(statusOf(GDbIoError), GDbIoError);
+  const auto isNull = [](const GSqlQuery& query) { return query.isNull(); };
+  EXPECT_TRUE(isNull(static_cast<GSqlDatabase*>(nullptr)));
 }
 
 }  // namespace

@@ -8,9 +8,14 @@
 #include <type_traits>
 
 #include "loomkit/db/key.h"
+#include "loomkit/db/record_access.h"
 #include "loomkit/db/record_set.h"
+#include "tests/db/db_fixture.h"
 
 namespace {
+
+using namespace loomkit::testing;
+using Texts = std::vector<std::string>;
 
 static_assert(!std::is_destructible_v<GDbRecord>, "only deleteRecord() releases a record");
 static_assert(!std::is_polymorphic_v<GDbRecord>);
@@ -149,6 +154,59 @@ TEST(DbRecordSet, OwnsItsRecordsUntilTheyAreReleased) {
   EXPECT_EQ(set.getNumRecords(), 0U);
   EXPECT_EQ(first->getIntField(0), 0);
   first->deleteRecord();
+}
+
+TEST(DbRecordSet, ACopyHoldsCopiesOfTheRecords) {
+  auto* record = new GDbRecord;
+  record->addIntField(-7);
+  record->addUIntField(4000000000U);
+  record->addFloatField(0.25);
+  record->addStringField("text");
+  record->addStringField("");
+  loomkit::RecordAccess::markLastNull(record);
+  record->addBlobField("a\0b", 3);
+  record->addBlobField("", 0);
+  const std::string expected = "-7|4000000000|0.25|text||<" + std::string("a\0b", 3) + ">|<>";
+  GDbRecordSet copied;
+  {
+    GDbRecordSet set;
+    set.addRecord(record);
+    GDbRecordSet copy(set);
+    copied = copy;
+    copied = *&copied;
+    EXPECT_NE(copy.getRecord(0), set.getRecord(0));
+    EXPECT_NE(copy.getRecord(0)->getStringField(3), set.getRecord(0)->getStringField(3));
+    copy.clear();
+    EXPECT_EQ(set.getNumRecords(), 1U);
+  }
+  ASSERT_EQ(copied.getNumRecords(), 1U);
+  EXPECT_EQ(textsOf(copied), Texts{expected});
+  EXPECT_TRUE(loomkit::RecordAccess::isNull(*copied.getRecord(0), 4));
+  EXPECT_FALSE(loomkit::RecordAccess::isNull(*copied.getRecord(0), 3));
+  GDbRecord* released = copied.releaseRecord(0);
+  released->addIntField(1);  // a copy can grow
+  EXPECT_EQ(textOf(*released), expected + "|1");
+  released->deleteRecord();
+  const GDbRecordSet none;
+  copied = none;
+  EXPECT_EQ(copied.getNumRecords(), 0U);
+}
+
+TEST(DbRecordSet, ACopyOfSingleBlockRecordsOutlivesTheirTable) {
+  const ScratchDirectory dir;
+  dir.write("t.csv", "1;2.5;one\n2;0;\n");
+  const GDbStructure structure =
+      structureOf({{"i", GDbFieldInt}, {"f", GDbFieldFloat}, {"s", GDbFieldString}});
+  GDbRecordSet copy;
+  {
+    const DatabaseOwner database = openDb("csv:" + dir.path());
+    const TableOwner table = openTable(database, "t", &structure);
+    GDbRecordSet set;
+    EXPECT_EQ(table->getFirstRecord(&set), GDbNoError);
+    EXPECT_EQ(table->getNextRecord(&set), GDbNoError);
+    copy = set;
+  }
+  EXPECT_EQ(textsOf(copy), (Texts{"1|2.5|one", "2|0|"}));
 }
 
 TEST(DbKey, HoldsOneValueOfItsType) {

@@ -178,10 +178,16 @@ TEST_F(SqlQuery, BindsPartsOfAText) {
   const std::string text = "abcdef";
   const struct {
     unsigned pos;
-    std::size_t count;
+    unsigned count;
     const char* bound;
-  } rows[] = {{0, std::string::npos, "abcdef"}, {2, 3, "cde"}, {4, 99, "ef"},
-              {6, std::string::npos, ""},       {6, 0, ""},    {1, 0, ""}};
+  } rows[] = {{0, GSqlQuery::npos, "abcdef"},
+              {2, 3, "cde"},
+              {4, 99, "ef"},
+              {2, 0xFFFFFFFF, "cdef"},
+              {6, 0, ""},
+              {1, 0, ""},
+              {6, GSqlQuery::npos, ""},
+              {2, 0xFFFFFFFE, "cdef"}};
   for (const auto& row : rows) {
     GSqlQuery query(sql, "SELECT ?;");
     ASSERT_EQ(query.bindText(0, text, row.pos, row.count), GDbNoError);
@@ -192,8 +198,80 @@ TEST_F(SqlQuery, BindsPartsOfAText) {
     EXPECT_EQ(found, row.bound) << row.pos;
   }
   GSqlQuery query(sql, "SELECT ?;");
-  EXPECT_EQ(query.bindText(0, text, 7, std::string::npos), GDbInvalidArgument);
+  EXPECT_EQ(query.bindText(0, text, 7, GSqlQuery::npos), GDbInvalidArgument);
   EXPECT_EQ(query.getLastError().getStatus(), GDbInvalidArgument);
+  using BindPart = GDbStatus (GSqlQuery::*)(int, const std::string&, unsigned, unsigned);
+  const BindPart bindPart = &GSqlQuery::bindText;
+  EXPECT_EQ((query.*bindPart)(0, text, 0, GSqlQuery::npos), GDbNoError);
+}
+
+TEST_F(SqlQuery, ANullPointerIsAnInvalidArgument) {
+  GSqlQuery query(sql, "SELECT ?;");
+  EXPECT_EQ(query.bindText(0, nullptr, -1, true), GDbInvalidArgument);
+  EXPECT_EQ(query.getLastError().getStatus(), GDbInvalidArgument);
+  EXPECT_EQ(query.bindText(0, nullptr, 0, false), GDbInvalidArgument);
+  EXPECT_EQ(query.bindBlob(0, nullptr, 1, true), GDbInvalidArgument);
+  EXPECT_EQ(query.bindBlob(0, nullptr, 0, true), GDbNoError) << "binds a NULL";
+  ASSERT_EQ(query.bindInt(0, 7), GDbNoError);
+  ASSERT_EQ(query.exec(), GDbNoError);
+  EXPECT_EQ(query.bindText(0, nullptr, -1, true), GDbQueryActive) << "that is asked first";
+  ASSERT_EQ(query.next(), GDbNoError);
+  unsigned size = 0;
+  const void* bytes = nullptr;
+  EXPECT_EQ(query.isNull(0, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getInt(0, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getInt64(0, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getDouble(0, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getText(0, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getBlob(0, nullptr, &size), GDbInvalidArgument);
+  EXPECT_EQ(query.getBlob(0, &bytes, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getResult(nullptr), GDbInvalidArgument);
+  int value = 0;
+  EXPECT_EQ(query.getInt(0, &value), GDbNoError) << "the query goes on";
+  EXPECT_EQ(value, 7);
+  EXPECT_EQ(GSqlQuery().bindText(0, nullptr, -1, true), GDbNotOpen);
+}
+
+TEST_F(SqlQuery, AParameterNumberWithoutASuccessorIsRefused) {
+  GSqlQuery query(sql, "SELECT ?;");
+  EXPECT_EQ(query.bindInt(2147483647, 1), GDbInternalError);
+}
+
+// The query data of a driver of the test's own.
+class OwnQueryData : public GSqlQueryData {
+ public:
+  OwnQueryData(GSqlDatabaseImpl* owner) : GSqlQueryData(owner) {}
+  [[nodiscard]] bool isActive() const override { return false; }
+  [[nodiscard]] bool isValid() const override { return false; }
+  [[nodiscard]] bool isSelect() const override { return false; }
+  GDbStatus complain() { return getDatabase()->setError(GDbIoError, "own words"); }
+  GDbStatus complainBriefly() { return getDatabase()->setError(GDbIoError); }
+  void stopAll() { getDatabase()->resetActiveQueries(); }
+};
+
+TEST_F(SqlQuery, ADriversOwnQueryDataMayReportErrorsAndResetQueries) {
+  auto* impl = dynamic_cast<GSqlDatabaseImpl*>(sql);
+  ASSERT_NE(impl, nullptr);
+  OwnQueryData data = impl;
+  EXPECT_EQ(data.complain(), GDbIoError);
+  EXPECT_EQ(impl->getLastError().getText(), "input/output error (own words)");
+  EXPECT_EQ(data.complainBriefly(), GDbIoError);
+  EXPECT_EQ(impl->getLastError().getDatabaseText(), "");
+  GSqlQuery query(sql, "SELECT 1;");
+  ASSERT_EQ(query.exec(), GDbNoError);
+  data.stopAll();
+  EXPECT_FALSE(query.isActive());
+}
+
+TEST_F(SqlQuery, TransactionModesAndFeaturesHaveNames) {
+  EXPECT_EQ(GSqlDatabase::defaultTransactionMode, -2);
+  EXPECT_EQ(sql->getTransactionMode(), 3);
+  EXPECT_EQ(sql->getDefaultTransactionMode(), 3);
+  sql->setTransactionMode(1);
+  EXPECT_EQ(sql->getTransactionMode(), 3) << "SQLite has one mode";
+  EXPECT_EQ(sql->getFeatureLevel(GSqlDatabase::basicFeature), 1);
+  EXPECT_EQ(sql->getFeatureLevel(0), GSqlDatabase::unknownFeatureLevel);
+  EXPECT_EQ(sql->getFeatureLevel(2), -1);
 }
 
 TEST_F(SqlQuery, KeepsTheDriversWordsOfItsOwnFailure) {

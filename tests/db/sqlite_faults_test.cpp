@@ -5,7 +5,7 @@
 
 #include <functional>
 
-#include "loomkit/db/sqlite/affinity.h"
+#include "loomkit/db/sqlite/result_code.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "tests/db/db_fixture.h"

@@ -6,7 +6,8 @@
 #include <random>
 
 #include "loomkit/db/record_access.h"
-#include "loomkit/db/sqlite/affinity.h"
+#include "loomkit/db/sqlite/declared_type.h"
+#include "loomkit/db/sqlite/result_code.h"
 #include "tests/db/db_fixture.h"
 
 namespace {

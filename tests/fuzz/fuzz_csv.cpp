@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string line = reader.line();
     void* block = ::operator new(layout.blockSize(line.size()));
     GDbRecord* record = nullptr;
-    if (layout.parse(line.c_str(), block, &record) != GDbNoError) {
+    if (layout.parse(line.c_str(), line.size(), block, &record) != GDbNoError) {
       ::operator delete(block);
       continue;
     }

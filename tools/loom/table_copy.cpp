@@ -80,7 +80,7 @@ class Inserter {
       return statement.bindInt(field, static_cast<int>(*number));
     if (const auto number = row.getFloat(field)) return statement.bindDouble(field, *number);
     if (const auto text = row.getString(field))
-      return statement.bindText(field, std::string(*text), 0, std::string::npos);
+      return statement.bindText(field, std::string(*text), 0, GSqlQuery::npos);
     if (const auto blob = row.getBlob(field))
       return statement.bindBlob(field, const_cast<char*>(blob->data()),
                                 static_cast<unsigned>(blob->size()), true);

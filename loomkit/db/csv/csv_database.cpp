@@ -85,7 +85,7 @@ bool GDbCSV::listFiles(std::set<std::string>* names) const {
 
 GDbStatus GDbCSV::openTable(const std::string& tableName, const GDbStructure* structure,
                             GDbTable** table) {
-  if (structure == nullptr) return GDbInvalidArgument;
+  if (structure == nullptr || table == nullptr) return GDbInvalidArgument;
   std::unique_ptr<std::istream> stream = openText(tableName);
   if (stream == nullptr) return GDbInvalidTableName;
   auto opened = std::make_unique<GDbCSVTable>(this, tableName, *structure, std::move(stream));

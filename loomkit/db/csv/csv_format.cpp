@@ -103,7 +103,8 @@ std::size_t CsvLayout::blockSize(std::size_t length) const {
          length;
 }
 
-GDbStatus CsvLayout::parse(const char* line, void* block, GDbRecord** record) const {
+GDbStatus CsvLayout::parse(const char* line, std::size_t length, void* block,
+                           GDbRecord** record) const {
   // The pointers come before the types, so that both are aligned.
   auto** values = reinterpret_cast<void**>(static_cast<char*>(block) + sizeof(GDbRecord));
   auto* recordTypes = reinterpret_cast<GDbFieldType*>(values + types.size());
@@ -128,7 +129,7 @@ GDbStatus CsvLayout::parse(const char* line, void* block, GDbRecord** record) co
     at = skipAsciiSpace(at);
     if (*at == csvSeparator)
       ++at;
-    else if (*at == '\0')
+    else if (at == line + length)
       atEnd = true;  // further texts are empty, further numbers are missing
     else
       return GDbFieldTypeMismatch;

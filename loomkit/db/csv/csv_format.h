@@ -38,13 +38,13 @@ class CsvLayout {
   /// The size of the block that the record of a line of `length` bytes needs.
   [[nodiscard]] std::size_t blockSize(std::size_t length) const;
 
-  /// Parses `line`, which ends at its first NUL and is at most as long as
-  /// blockSize() was told, into `block` (memory of operator new), and stores the
-  /// single-block record that starts there. GDbFieldTypeMismatch: a column
-  /// cannot be read as its type; GDbFieldCountMismatch: a number is missing;
-  /// GDbInvalidArgument: a column's type has no text form. On failure the block
-  /// is still the caller's.
-  GDbStatus parse(const char* line, void* block, GDbRecord** record) const;
+  /// Parses the `length` bytes at `line`, behind which a NUL stands, into `block`,
+  /// memory of operator new that has blockSize(length) bytes. Stores the
+  /// single-block record that starts there. GDbFieldTypeMismatch: a column cannot
+  /// be read as its type, or a NUL byte stands in a column; GDbFieldCountMismatch:
+  /// a number is missing; GDbInvalidArgument: a column's type has no text form.
+  /// On failure the block is still the caller's.
+  GDbStatus parse(const char* line, std::size_t length, void* block, GDbRecord** record) const;
 
  private:
   std::vector<GDbFieldType> types;

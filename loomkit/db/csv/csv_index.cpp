@@ -8,23 +8,38 @@
 namespace loomkit {
 namespace {
 
-// Each value goes into the hash `h` of those before it.
-std::uint32_t hashInt(std::uint32_t h, std::uint32_t value) { return h * 31 + value; }
+bool isInteger(int type) { return type == GDbFieldInt || type == GDbFieldUInt; }
 
-std::uint32_t hashFloat(std::uint32_t h, double value) {
+std::uint32_t floatHash(double value) {
   int exponent = 0;
   const double scaled = std::frexp(value, &exponent) * -4294967295.0;
-  // Beyond the finite numbers there is nothing to hash, and no integer.
+  // An infinity and a NaN have no mantissa that a 64-bit integer could hold.
   const std::int64_t whole = std::isfinite(scaled) ? static_cast<std::int64_t>(scaled) : 0;
-  return (h * 31 - static_cast<std::uint32_t>(whole)) >> 4;
+  return static_cast<std::uint32_t>(whole);
 }
 
-std::uint32_t hashText(std::uint32_t h, const char* text) {
-  for (; *text != '\0'; ++text) h = h * 31 + static_cast<unsigned char>(*text);
+// The hash `h` of the values so far with one more value taken in. This is the
+// one rule for the values of keys and for those of records.
+std::uint32_t addToHash(std::uint32_t h, int type, GDbKey::Value value) {
+  if (isInteger(type)) return h * 31 + value.uintValue;
+  if (type == GDbFieldFloat) return (h * 31 - floatHash(value.floatValue)) >> 4;
+  if (type != GDbFieldString) return h;
+  for (const char* at = value.stringValue; *at != '\0'; ++at)
+    h = h * 31 + static_cast<unsigned char>(*at);
   return h;
 }
 
-bool isInteger(int type) { return type == GDbFieldInt || type == GDbFieldUInt; }
+// The field's value as a key would hold it.
+GDbKey::Value valueOf(const GDbRecord& record, int field, int type) {
+  GDbKey::Value value{};
+  if (isInteger(type))
+    value.uintValue = record.getUIntField(field);
+  else if (type == GDbFieldFloat)
+    value.floatValue = record.getFloatField(field);
+  else if (type == GDbFieldString)
+    value.stringValue = record.getStringField(field);
+  return value;
+}
 
 bool keyMatches(const GDbRecord& record, const GDbKey& key) {
   if (key.field < 0 || key.field >= record.getNumFields()) return false;
@@ -41,15 +56,7 @@ bool keyMatches(const GDbRecord& record, const GDbKey& key) {
 
 std::uint32_t csvKeyHash(const GDbKey* keys, int count) {
   std::uint32_t h = 0;
-  for (int i = 0; i < count; ++i) {
-    const GDbKey& key = keys[i];
-    if (isInteger(key.type))
-      h = hashInt(h, key.value.uintValue);
-    else if (key.type == GDbFieldFloat)
-      h = hashFloat(h, key.value.floatValue);
-    else if (key.type == GDbFieldString)
-      h = hashText(h, key.value.stringValue);
-  }
+  for (int i = 0; i < count; ++i) h = addToHash(h, keys[i].type, keys[i].value);
   return h;
 }
 
@@ -62,12 +69,7 @@ void CsvIndex::add(const GDbRecord& record, std::int64_t position) {
   std::uint32_t h = 0;
   for (const int field : fields) {
     const GDbFieldType type = record.getFieldType(field);
-    if (isInteger(type))
-      h = hashInt(h, record.getUIntField(field));
-    else if (type == GDbFieldFloat)
-      h = hashFloat(h, record.getFloatField(field));
-    else
-      h = hashText(h, record.getStringField(field));
+    h = addToHash(h, type, valueOf(record, field, type));
   }
   entries.push_back({h, position});
 }

@@ -5,22 +5,12 @@
 #include "loomkit/db/csv/csv_format.h"
 #include "loomkit/db/csv/csv_index.h"
 #include "loomkit/db/csv/csv_line_reader.h"
+#include "loomkit/db/key_check.h"
+#include "loomkit/db/record_owner.h"
 #include "loomkit/text/letter_case.h"
 
-namespace {
-
-// A block for records; the record in it needs no destruction.
-struct BlockDelete {
-  void operator()(void* block) const { ::operator delete(block); }
-};
-using Block = std::unique_ptr<void, BlockDelete>;
-
-struct RecordDelete {
-  void operator()(GDbRecord* record) const { record->deleteRecord(); }
-};
-using RecordOwner = std::unique_ptr<GDbRecord, RecordDelete>;
-
-}  // namespace
+using loomkit::Block;
+using loomkit::RecordOwner;
 
 GDbCSVTable::GDbCSVTable(GDbCSV* owner, const std::string& tableName,
                          const GDbStructure& tableStructure, std::unique_ptr<std::istream> stream)
@@ -41,6 +31,7 @@ GDbStatus GDbCSVTable::closeTable() {
 
 GDbStatus GDbCSVTable::getFieldId(const char* fieldName, int* id) {
   if (structure == nullptr) return GDbTableNotOpen;
+  if (fieldName == nullptr || id == nullptr) return GDbInvalidArgument;
   const int found = structure->getFieldId(fieldName);
   if (found < 0) return GDbInvalidFieldName;
   *id = found;
@@ -49,6 +40,7 @@ GDbStatus GDbCSVTable::getFieldId(const char* fieldName, int* id) {
 
 GDbStatus GDbCSVTable::getStructure(GDbStructure** result) {
   if (structure == nullptr) return GDbTableNotOpen;
+  if (result == nullptr) return GDbInvalidArgument;
   *result = new GDbStructure(*structure);
   return GDbNoError;
 }
@@ -80,7 +72,7 @@ GDbStatus GDbCSVTable::readRecord(GDbRecord** record) {
   if (status != GDbNoError || !found) return status;
   const std::string& line = lines->line();
   Block block(::operator new(layout->blockSize(line.size())));
-  status = layout->parse(line.c_str(), block.get(), record);
+  status = layout->parse(line.c_str(), line.size(), block.get(), record);
   if (status == GDbNoError) static_cast<void>(block.release());  // the record is the block
   return status;
 }
@@ -95,11 +87,13 @@ GDbStatus GDbCSVTable::checkFirstLine() {
 
 GDbStatus GDbCSVTable::getFirstRecord(GDbRecordSet* result) {
   if (structure == nullptr) return GDbTableNotOpen;
+  if (result == nullptr) return GDbInvalidArgument;
   if (!lines->seek(0)) return GDbIoError;
   return getNextRecord(result);
 }
 
 GDbStatus GDbCSVTable::getNextRecord(GDbRecordSet* result) {
+  if (result == nullptr) return structure == nullptr ? GDbTableNotOpen : GDbInvalidArgument;
   GDbRecord* record = nullptr;
   const GDbStatus status = readRecord(&record);
   if (record != nullptr) result->addRecord(record);
@@ -116,6 +110,7 @@ GDbStatus GDbCSVTable::deleteKeys(const GDbKey* /*keys*/, int /*count*/) {
 
 GDbStatus GDbCSVTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) {
   if (structure == nullptr) return GDbTableNotOpen;
+  if (result == nullptr || !loomkit::areReadable(keys, count)) return GDbInvalidArgument;
   std::string fieldNames;
   GDbStatus status = indexName(keys, count, &fieldNames);
   if (status != GDbNoError) return status;
@@ -160,7 +155,7 @@ GDbStatus GDbCSVTable::buildIndex(const GDbKey* keys, int count,
       block.reset(::operator new(room));
     }
     GDbRecord* record = nullptr;
-    status = layout->parse(line.c_str(), block.get(), &record);
+    status = layout->parse(line.c_str(), line.size(), block.get(), &record);
     if (status != GDbNoError) return status;
     built->add(*record, lines->lineStart());
   }

@@ -6,14 +6,11 @@
 
 #include "loomkit/db/sql/sql_query_data.h"
 #include "loomkit/db/sql/sql_table.h"
+#include "loomkit/db/sql/sql_type.h"
 
 namespace {
 
-// What begin() passes; the drivers know it as "the default".
-constexpr int defaultTransaction = -2;
-
-// SQL has one kind of integer.
-GDbFieldType sqlType(GDbFieldType type) { return type == GDbFieldUInt ? GDbFieldInt : type; }
+using loomkit::sqlType;
 
 // Whether the caller's view fits the table.
 GDbStatus checkStructure(const GDbStructure& real, const GDbStructure& wanted) {
@@ -38,6 +35,9 @@ GDbStatus checkAllTyped(const GDbStructure& real) {
 
 }  // namespace
 
+GSqlDatabase::GSqlDatabase(const std::string& locator) : GDbDatabase(locator) {}
+GSqlDatabase::~GSqlDatabase() = default;
+
 GSqlDatabaseImpl::GSqlDatabaseImpl(const std::string& locator) : GSqlDatabase(locator) {
   setTransactionHandler(this);
 }
@@ -57,6 +57,7 @@ GDbStatus GSqlDatabaseImpl::closeDatabase() {
 
 GDbStatus GSqlDatabaseImpl::openTable(const std::string& tableName, const GDbStructure* structure,
                                       GDbTable** table) {
+  if (table == nullptr) return setError(GDbInvalidArgument);
   *table = nullptr;
   GDbStructure* found = nullptr;
   GDbStatus status = getTableStructure(tableName, &found);
@@ -127,6 +128,6 @@ GDbStatus GSqlDatabaseImpl::setError(GDbStatus status, const std::string& text) 
   return status;
 }
 
-GDbStatus GSqlDatabaseImpl::begin() { return beginTransaction(defaultTransaction); }
+GDbStatus GSqlDatabaseImpl::begin() { return beginTransaction(defaultTransactionMode); }
 GDbStatus GSqlDatabaseImpl::commit() { return commitTransaction(); }
 GDbStatus GSqlDatabaseImpl::rollback() { return rollbackTransaction(); }

@@ -84,23 +84,24 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   virtual void putLookupQuery(const std::string& table, const std::string& where,
                               const std::string& fields, const GSqlQuery& query);
 
-  /// For GSqlQueryData.
+  /// Helpers for drivers, which a driver's own query data may call as well. The
+  /// first two are called by the constructor and the destructor of GSqlQueryData.
   void registerQuery(GSqlQueryData* query) { queries.insert(query); }
   void unregisterQuery(GSqlQueryData* query) { queries.erase(query); }
+
+  /// Resets every active query.
+  void resetActiveQueries();
+  /// Note a failure as the last error, the second with the database's own words.
+  /// Success changes nothing, unless there is a text. Both return `status`.
+  GDbStatus setError(GDbStatus status);
+  GDbStatus setError(GDbStatus status, const std::string& text);
 
   GDbStatus begin() override;
   GDbStatus commit() override;
   GDbStatus rollback() override;
 
  protected:
-  explicit GSqlDatabaseImpl(const std::string& locator);
-
-  /// Resets every active query.
-  void resetActiveQueries();
-  /// Notes a failure as the last error; success changes nothing. Both return
-  /// `status`.
-  GDbStatus setError(GDbStatus status);
-  GDbStatus setError(GDbStatus status, const std::string& text);
+  GSqlDatabaseImpl(const std::string& locator);
 
  private:
   void invalidateQueries();

@@ -15,7 +15,7 @@ class LOOMKIT_API GSqlError {
  public:
   GSqlError();
   GSqlError(const GSqlError& other);
-  explicit GSqlError(GDbStatus status);
+  GSqlError(GDbStatus status);
   GSqlError(GDbStatus status, const std::string& databaseText);
   GSqlError& operator=(const GSqlError& other);
   ~GSqlError();

@@ -10,11 +10,9 @@
 
 GSqlQuery::GSqlQuery() = default;
 
-GSqlQuery::GSqlQuery(GSqlQueryData* queryData) : data(queryData) {
+GSqlQuery::GSqlQuery(const GSqlQuery& other) : data(other.data) {
   if (data != nullptr) data->incRef();
 }
-
-GSqlQuery::GSqlQuery(const GSqlQuery& other) : GSqlQuery(other.data) {}
 
 GSqlQuery::GSqlQuery(GSqlDatabase* database) {
   if (auto* impl = dynamic_cast<GSqlDatabaseImpl*>(database)) data = impl->createQuery();
@@ -107,20 +105,24 @@ GDbStatus GSqlQuery::bindDouble(int index, double value) {
 }
 
 GDbStatus GSqlQuery::bindText(int index, const char* text, int length, bool copy) {
-  return forwardBind(
-      [&](auto* database) { return database->bindText(data, index, text, length, copy); });
+  return forwardBind([&](auto* database) {
+    if (text == nullptr) return database->setError(GDbInvalidArgument);
+    return database->bindText(data, index, text, length, copy);
+  });
 }
 
-GDbStatus GSqlQuery::bindText(int index, const std::string& text, unsigned pos, std::size_t count) {
+GDbStatus GSqlQuery::bindText(int index, const std::string& text, unsigned pos, unsigned count) {
   if (pos > text.size()) return setSqlError(GDbInvalidArgument);
   const std::size_t left = text.size() - pos;
-  const int length = count == std::string::npos ? -1 : static_cast<int>(std::min(count, left));
+  const int length = count == npos ? -1 : static_cast<int>(std::min<std::size_t>(count, left));
   return bindText(index, text.c_str() + pos, length, true);
 }
 
 GDbStatus GSqlQuery::bindBlob(int index, void* bytes, unsigned size, bool copy) {
-  return forwardBind(
-      [&](auto* database) { return database->bindBlob(data, index, bytes, size, copy); });
+  return forwardBind([&](auto* database) {
+    if (bytes == nullptr && size != 0) return database->setError(GDbInvalidArgument);
+    return database->bindBlob(data, index, bytes, size, copy);
+  });
 }
 
 GDbStatus GSqlQuery::bindNull(int index) {
@@ -174,30 +176,36 @@ GDbStatus GSqlQuery::seek(int position, bool relative, GDbRecord** record) {
 }
 
 GDbStatus GSqlQuery::isNull(int column, bool* result) {
+  if (result == nullptr) return setSqlError(GDbInvalidArgument);
   return forward([&](auto* database) { return database->isNull(data, column, result); });
 }
 
 GDbStatus GSqlQuery::getInt(int column, int* value) {
+  if (value == nullptr) return setSqlError(GDbInvalidArgument);
   *value = 0;
   return forward([&](auto* database) { return database->getInt(data, column, value); });
 }
 
 GDbStatus GSqlQuery::getInt64(int column, std::int64_t* value) {
+  if (value == nullptr) return setSqlError(GDbInvalidArgument);
   *value = 0;
   return forward([&](auto* database) { return database->getInt64(data, column, value); });
 }
 
 GDbStatus GSqlQuery::getDouble(int column, double* value) {
+  if (value == nullptr) return setSqlError(GDbInvalidArgument);
   *value = 0.0;
   return forward([&](auto* database) { return database->getDouble(data, column, value); });
 }
 
 GDbStatus GSqlQuery::getText(int column, std::string* value) {
+  if (value == nullptr) return setSqlError(GDbInvalidArgument);
   value->clear();
   return forward([&](auto* database) { return database->getText(data, column, value); });
 }
 
 GDbStatus GSqlQuery::getBlob(int column, const void** bytes, unsigned* size) {
+  if (bytes == nullptr || size == nullptr) return setSqlError(GDbInvalidArgument);
   *bytes = nullptr;
   *size = 0;
   return forward([&](auto* database) { return database->getBlob(data, column, bytes, size); });
@@ -221,6 +229,7 @@ int GSqlQuery::getSize() {
 }
 
 GDbStatus GSqlQuery::getResult(GDbRecordSet* result) {
+  if (result == nullptr) return setSqlError(GDbInvalidArgument);
   GDbStatus status = first();
   while (status == GDbNoError) {
     GDbRecord* record = nullptr;

@@ -32,10 +32,13 @@ class GSqlQueryData;
 /// Binding is refused with GDbQueryActive while the query is active.
 class LOOMKIT_API GSqlQuery {
  public:
+  /// The count of bindText() that means "to the end": all bits set.
+  static constexpr unsigned npos = 0xFFFFFFFF;
+
   /// The null handle.
   GSqlQuery();
   GSqlQuery(const GSqlQuery& other);
-  explicit GSqlQuery(GSqlDatabase* database);
+  GSqlQuery(GSqlDatabase* database);
   GSqlQuery(GSqlDatabase* database, const std::string& statement);
   GSqlQuery& operator=(const GSqlQuery& other);
   ~GSqlQuery();
@@ -59,9 +62,10 @@ class LOOMKIT_API GSqlQuery {
   /// `length` -1: to the terminator. Without `copy` the text may have to stay
   /// valid until the query is done with it; that is the driver's to say.
   GDbStatus bindText(int index, const char* text, int length, bool copy);
-  /// `count` characters from `pos`, clipped to the end; std::string::npos: all
-  /// of them. GDbInvalidArgument when `pos` is beyond the end.
-  GDbStatus bindText(int index, const std::string& text, unsigned pos, std::size_t count);
+  /// Binds a copy of `count` bytes of `text` from `pos` on, clipped to its end.
+  /// With `npos` the text goes from `pos` to the end, or to a NUL before it.
+  /// GDbInvalidArgument when `pos` is beyond the end.
+  GDbStatus bindText(int index, const std::string& text, unsigned pos, unsigned count);
   GDbStatus bindBlob(int index, void* bytes, unsigned size, bool copy);
   GDbStatus bindNull(int index);
   GDbStatus clearBindings();
@@ -109,7 +113,6 @@ class LOOMKIT_API GSqlQuery {
   template <typename Call>
   GDbStatus move(GDbRecord** record, Call call) const;
 
-  explicit GSqlQuery(GSqlQueryData* queryData);
   [[nodiscard]] GSqlDatabaseImpl* getSqlDatabaseImpl() const;
   GDbStatus setSqlError(GDbStatus status) const;
   void setSqlError(const GSqlError& error) const;

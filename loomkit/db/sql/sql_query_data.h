@@ -18,7 +18,7 @@ class GSqlDatabaseImpl;
 /// closes: then invalidate() cuts it off, and every handle answers GDbNotOpen.
 class LOOMKIT_API GSqlQueryData {
  public:
-  explicit GSqlQueryData(GSqlDatabaseImpl* database);
+  GSqlQueryData(GSqlDatabaseImpl* database);
   GSqlQueryData(GSqlDatabaseImpl* database, const std::string& statement);
   GSqlQueryData(const GSqlQueryData&) = delete;
   GSqlQueryData& operator=(const GSqlQueryData&) = delete;

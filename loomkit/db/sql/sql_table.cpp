@@ -3,13 +3,14 @@
 
 #include <memory>
 
+#include "loomkit/db/key_check.h"
 #include "loomkit/db/record_access.h"
 #include "loomkit/db/sql/sql_database_impl.h"
+#include "loomkit/db/sql/sql_type.h"
 
 namespace {
 
-// SQL has one kind of integer.
-GDbFieldType sqlType(GDbFieldType type) { return type == GDbFieldUInt ? GDbFieldInt : type; }
+using loomkit::sqlType;
 
 // Names are not escaped: a quote in a column's name is the host's to avoid.
 std::string quotedNames(const GDbStructure& structure) {
@@ -67,6 +68,7 @@ GDbStatus GSqlTable::closeTable() {
 // table rely on getting the column that they spelled.
 GDbStatus GSqlTable::getFieldId(const char* fieldName, int* id) {
   if (structure == nullptr) return GDbTableNotOpen;
+  if (fieldName == nullptr || id == nullptr) return GDbInvalidArgument;
   for (int i = 0; i < structure->getNumFields(); ++i) {
     if (structure->getField(i).getName() != fieldName) continue;
     *id = i;
@@ -76,8 +78,9 @@ GDbStatus GSqlTable::getFieldId(const char* fieldName, int* id) {
 }
 
 GDbStatus GSqlTable::getStructure(GDbStructure** result) {
-  *result = nullptr;
+  if (result != nullptr) *result = nullptr;
   if (structure == nullptr) return GDbTableNotOpen;
+  if (result == nullptr) return GDbInvalidArgument;
   *result = new GDbStructure(*structure);
   return GDbNoError;
 }
@@ -85,7 +88,7 @@ GDbStatus GSqlTable::getStructure(GDbStructure** result) {
 GDbStatus GSqlTable::makeWhere(const GDbKey* keys, int count, std::string* where) const {
   if (getDatabase() == nullptr) return GDbNotOpen;
   if (structure == nullptr) return GDbTableNotOpen;
-  if (count < 1) return GDbInvalidArgument;
+  if (count < 1 || !loomkit::areReadable(keys, count)) return GDbInvalidArgument;
   for (int i = 0; i < count; ++i) {
     const GDbKey& key = keys[i];
     if (key.field < 0 || key.field >= structure->getNumFields()) return GDbInvalidArgument;
@@ -103,6 +106,7 @@ GDbStatus GSqlTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet* res
   std::string where;
   GDbStatus status = makeWhere(keys, count, &where);
   if (status != GDbNoError) return status;
+  if (result == nullptr) return GDbInvalidArgument;
   GSqlDatabaseImpl* sql = getSqlDatabase();
   GSqlQuery query;
   status = sql->getLookupQuery(getName(), where, fieldList, &query);
@@ -115,6 +119,7 @@ GDbStatus GSqlTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet* res
 
 GDbStatus GSqlTable::getFirstRecord(GDbRecordSet* result) {
   if (structure == nullptr) return GDbTableNotOpen;
+  if (result == nullptr) return GDbInvalidArgument;
   if (scanQuery.isNull())
     scanQuery = GSqlQuery(getSqlDatabase(), "SELECT " + fieldList + " FROM \"" + getName() + "\";");
   const GDbStatus status = scanQuery.exec();
@@ -122,8 +127,9 @@ GDbStatus GSqlTable::getFirstRecord(GDbRecordSet* result) {
 }
 
 GDbStatus GSqlTable::getNextRecord(GDbRecordSet* result) {
-  result->clear();
+  if (result != nullptr) result->clear();
   if (structure == nullptr) return GDbTableNotOpen;
+  if (result == nullptr) return GDbInvalidArgument;
   GDbRecord* record = nullptr;
   const GDbStatus status = scanQuery.next(&record);
   if (status == GDbNoMoreRecords) return scanQuery.reset();

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/db/sqlite/sqlite3_catalog.h"
 
-#include "loomkit/db/sqlite/affinity.h"
+#include "loomkit/db/sqlite/declared_type.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "loomkit/text/string_util.h"
 

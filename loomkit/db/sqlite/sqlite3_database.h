@@ -25,6 +25,9 @@ class GSqlite3QueryData;
 /// then GDbLockFailed. A connection and its queries are for one thread.
 class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
  public:
+  /// The number of SQLite's one transaction mode.
+  static constexpr int onlyTransactionMode = 3;
+
   /// Takes an open connection over.
   GSqlite3Database(const std::string& locator, sqlite3* connection);
   ~GSqlite3Database() override;
@@ -35,7 +38,9 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   GDbStatus createTable(const std::string& name, const GDbStructure* structure,
                         GDbTable** table) override;
 
+  /// Does nothing: there is one mode.
   void setTransactionMode(int mode) override;
+  /// onlyTransactionMode, and so is the default one.
   [[nodiscard]] int getTransactionMode() const override;
   /// `mode` is ignored.
   GDbStatus beginTransaction(int mode) override;
@@ -82,12 +87,14 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   GDbStatus getTableStructure(const std::string& name, GDbStructure** structure) override;
   GDbStatus tableExists(const std::string& name) override;
 
+  /// For GSqlite3QueryData: the connection, null after close, and the status of a
+  /// result code, which is noted as the last error with SQLite's own words.
+  [[nodiscard]] sqlite3* getConnection() const { return db; }
+  GDbStatus reportCode(int code);
+
  private:
   GDbStatus check(const GSqlQueryData* query);
-  GDbStatus reportCode(int code);
-  GDbStatus step(GSqlite3QueryData* query);
   GDbStatus checkColumn(GSqlQueryData* query, int column, int storageClass);
-  GDbStatus checkRecord(const GSqlite3QueryData& query);
   GDbStatus runTransaction(GSqlQuery* query, const char* statement);
   GDbStatus execute(const std::string& statement);
   void createIndexes(const std::string& table, const GDbStructure& structure);

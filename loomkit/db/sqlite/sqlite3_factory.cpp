@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "loomkit/db/locator.h"
-#include "loomkit/db/sqlite/affinity.h"
 #include "loomkit/db/sqlite/local_text.h"
+#include "loomkit/db/sqlite/result_code.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_catalog.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"

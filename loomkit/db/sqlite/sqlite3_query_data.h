@@ -1,5 +1,12 @@
 // SPDX-License-Identifier: MIT
 // GSqlite3QueryData: a SQLite statement and where its execution stands.
+//
+// Hosts use GSqlQuery, whose calls arrive here by way of GSqlite3Database:
+//
+//   GSqlQuery query(database, "SELECT name FROM parts;");
+//   query.exec();      // inactive -> stepped, or finished without a row
+//   query.next();      // stepped -> stepped, or finished behind the last row
+//   query.reset();     // -> inactive
 #ifndef LOOMKIT_DB_SQLITE_SQLITE3_QUERY_DATA_H
 #define LOOMKIT_DB_SQLITE_SQLITE3_QUERY_DATA_H
 
@@ -13,37 +20,81 @@
 struct sqlite3_stmt;
 class GSqlite3Database;
 
-/// The statement stays prepared until its text changes or the database closes.
-/// exec() moves from inactive to stepped or finished, next() from stepped to
-/// finished, reset() and a failed step back to inactive.
+/// A statement with the state of its execution. It is inactive until exec(),
+/// then stepped while there is a row to be read, and finished when it has run to
+/// its end. reset() and a failed step make it inactive again.
+///
+/// The statement stays prepared across all of this, until its text changes or
+/// the database closes. The object is owned by the query handles on it. Failures
+/// are statuses, and are noted as the database's last error. For one thread.
 class LOOMKIT_API GSqlite3QueryData : public GSqlQueryData {
  public:
-  explicit GSqlite3QueryData(GSqlite3Database* database);
+  /// A query of `database`, which it must be given and which may close before it.
+  GSqlite3QueryData(GSqlite3Database* database);
   GSqlite3QueryData(GSqlite3Database* database, const std::string& statement);
+  /// Frees the statement.
   ~GSqlite3QueryData() override;
 
   [[nodiscard]] bool isActive() const override { return state != inactive; }
   [[nodiscard]] bool isValid() const override { return valid; }
   /// Prepares the statement if that has not happened; false when that fails.
   [[nodiscard]] bool isSelect() const override;
+  /// Frees the statement before the database goes.
   void invalidate() override;
+  /// Frees the statement and takes another text.
   void setStatement(const std::string& text) override;
+  /// Drops the cached row; the query is on no row then.
   void clearRecord() override;
 
+  /// What the database forwards to its queries. Requires: the database is open.
+  /// prepare() compiles the statement if that has not happened; the others but
+  /// for reset(), getNumRowsAffected() and getSize() require that it has.
+  GDbStatus prepare();
+  /// Runs the statement up to its first row or its end. An active one starts anew.
+  GDbStatus exec();
+  /// Makes the query inactive; nothing happens when it is.
+  GDbStatus reset();
+  /// Makes the query inactive and all of its parameters NULL.
+  GDbStatus clearBindings();
+  /// Move onto the first row, onto the next one, or onto a row by its number or
+  /// by a distance. There is no way back. GDbNoMoreRecords: behind the last row;
+  /// GDbNoResult: the statement has no columns.
+  GDbStatus first();
+  GDbStatus next();
+  GDbStatus seek(int position, bool relative);
+  /// Whether the column of the current row can be read as a value of
+  /// `storageClass`, or as any value when that is 0.
+  GDbStatus checkColumn(int column, int storageClass);
+  /// Stores a new record of the current row, which the caller owns; null for a
+  /// statement without columns.
+  GDbStatus makeRecord(GDbRecord** record);
+  /// Stores how many rows an executed statement without columns has changed.
+  GDbStatus getNumRowsAffected(int* count);
+  /// SQLite does not know how many rows a result has: always a failure.
+  GDbStatus getSize();
+
+  /// Null until prepared. It stays the query's.
+  [[nodiscard]] sqlite3_stmt* getHandle() const { return stmt; }
+
  private:
-  friend class GSqlite3Database;
+  enum State : std::int32_t {
+    inactive = 0,
+    stepped = 1,  // a row was stepped to
+    finished = 2  // the statement ran to its end
+  };
+
+  [[nodiscard]] GSqlite3Database& sqlite() const;
+  GDbStatus fail(GDbStatus status) const;
+  GDbStatus step();
+  GDbStatus checkMove() const;
+  GDbStatus checkRecord() const;
+  void takeFirstRow();
+  void beginExecution();
+  void forgetExecution();
   int stop();
   void finalize();
-  void forgetExecution();
-  void beginExecution();
-  // Of so many columns; GDbFieldNone where there is no declared type or it says
-  // nothing.
-  const GDbFieldType* columnAffinities(int columns);
-  void readAffinities(int columns);
-
-  static constexpr std::int32_t inactive = 0;
-  static constexpr std::int32_t stepped = 1;   // a row was stepped to
-  static constexpr std::int32_t finished = 2;  // the statement ran to its end
+  const GDbFieldType* columnTypes(int columns);
+  void readColumnTypes(int columns);
 
   sqlite3_stmt* stmt = nullptr;  // null until prepared
   bool hasColumns = false;
@@ -51,12 +102,16 @@ class LOOMKIT_API GSqlite3QueryData : public GSqlQueryData {
   std::int32_t row = -1;  // zero-based; -1 when none has been asked for
   bool valid = false;     // positioned on a row
   std::int32_t rowsAffected = -1;
-  // By the declared types. The library may prepare a statement anew when an
-  // execution begins; then a declared type has another address, since the new
-  // statement is made before the old one goes. So one that is looked at in each
-  // execution vouches for all.
-  std::vector<GDbFieldType> affinities;
-  bool affinitiesLookedAt = false;  // in this execution
+
+  // The field types of the columns by their declared types, which are read once
+  // and kept while the statement stays the same. SQLite may compile a statement
+  // anew when an execution begins, because the schema has changed, and then the
+  // declared types may be others. It makes the new statement before it frees the
+  // old one, so that a declared type of the new one has another address. The
+  // address of one declared type, the witness, is therefore compared at the first
+  // record of each execution: while it is the same, all types are.
+  std::vector<GDbFieldType> types;
+  bool typesChecked = false;  // in this execution
   int witnessColumn = -1;
   const char* witness = nullptr;
 };

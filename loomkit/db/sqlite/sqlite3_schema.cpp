@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "loomkit/db/sqlite/affinity.h"
+#include "loomkit/db/sqlite/declared_type.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
@@ -140,6 +140,7 @@ GDbStatus GSqlite3Database::getTableStructure(const std::string& tableName,
 
 GDbStatus GSqlite3Database::createTable(const std::string& tableName, const GDbStructure* structure,
                                         GDbTable** table) {
+  if (table == nullptr) return setError(GDbInvalidArgument);
   *table = nullptr;
   if (structure == nullptr) return setError(GDbInvalidArgument);
   GDbStatus status = tableExists(tableName);

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// From SQLite's declared types and result codes to ours. Private to the backend.
-#ifndef LOOMKIT_DB_SQLITE_AFFINITY_H
-#define LOOMKIT_DB_SQLITE_AFFINITY_H
+// From the declared type of a SQLite column to a field type. Private to the
+// backend.
+#ifndef LOOMKIT_DB_SQLITE_DECLARED_TYPE_H
+#define LOOMKIT_DB_SQLITE_DECLARED_TYPE_H
 
 #include "loomkit/db/field.h"
-#include "loomkit/db/status.h"
 
 namespace loomkit {
 
@@ -14,9 +14,6 @@ namespace loomkit {
 /// count. So POINT is an Int.
 GDbFieldType sqliteAffinity(const char* declaredType) noexcept;
 
-/// The status of a result code; 0 for success, a row and the end of the rows.
-GDbStatus sqliteStatus(int code) noexcept;
-
 }  // namespace loomkit
 
-#endif  // LOOMKIT_DB_SQLITE_AFFINITY_H
+#endif  // LOOMKIT_DB_SQLITE_DECLARED_TYPE_H

@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: MIT
+// Owners of records and of the memory that records are made of. Private to the
+// library.
+#ifndef LOOMKIT_DB_RECORD_OWNER_H
+#define LOOMKIT_DB_RECORD_OWNER_H
+
+#include <memory>
+#include <new>
+
+#include "loomkit/db/record.h"
+
+namespace loomkit {
+
+struct RecordDelete {
+  void operator()(GDbRecord* record) const { record->deleteRecord(); }
+};
+/// Owns a record until a record set or a caller takes it.
+using RecordOwner = std::unique_ptr<GDbRecord, RecordDelete>;
+
+struct BlockDelete {
+  void operator()(void* block) const { ::operator delete(block); }
+};
+/// Owns a block of operator new until a record takes it. What lies in the block
+/// needs no destruction.
+using Block = std::unique_ptr<void, BlockDelete>;
+
+}  // namespace loomkit
+
+#endif  // LOOMKIT_DB_RECORD_OWNER_H
