@@ -37,13 +37,13 @@ std::string withoutPadding(std::string_view field) {
 GArEntry::GArEntry(const std::string& entryName, unsigned long dataOffset, unsigned int dataSize)
     : name(entryName), offset(dataOffset), size(dataSize) {}
 
-/// Reads the headers one after the other into the reader's map. Positions are
-/// 64 bits wide, so that no size, however forged, leads backwards.
+/// Reads the headers one after the other into the reader's map. Positions are 64
+/// bits wide: a forged size of 32 bits can then never lead backwards.
 class GArReader::TableReader {
  public:
   explicit TableReader(GArReader& arReader) : reader(arReader) {}
 
-  // The stream has just been moved to its beginning.
+  // Requires: the stream stands at its beginning.
   bool readAll() {
     if (!readMagic()) return false;
     bool atEnd = false;
@@ -107,7 +107,8 @@ class GArReader::TableReader {
     return true;
   }
 
-  // In steps, so that only a name that is really there takes memory.
+  // The name is read in steps, so that one that claims to be long takes memory only
+  // as its bytes come.
   bool readLongName(std::uint32_t nameSize) {
     constexpr std::size_t step = 4096;
     name.clear();
@@ -236,8 +237,8 @@ const GArEntry* GArReader::findEntry(const std::string& name) {
   return entry;
 }
 
-// An entry that could not be read leaves the stream failed; the next one is
-// to have its own chance.
+// An entry that could not be read leaves the stream failed. That is no reason for
+// the next one to fail, so the state is cleared first.
 bool GArReader::seekToEntry(const GArEntry* entry) {
   assert(stream != nullptr && "the reader is closed");
   stream->clear();
@@ -247,8 +248,8 @@ bool GArReader::seekToEntry(const GArEntry* entry) {
   return error(text);
 }
 
-// Asked before a block of the stated size is allocated; one that is small can
-// be allocated untried. Leaves the stream at the entry's data.
+// A block of the stated size is allocated only if the archive holds as many bytes; a
+// small one is not worth the question. Leaves the stream at the entry's data.
 bool GArReader::isWithinArchive(const GArEntry* entry) {
   constexpr unsigned int small = 65536;
   if (entry->getSize() <= small) return true;
@@ -274,7 +275,8 @@ bool GArReader::error(const char* text) {
 
 bool GArReader::error(GOStrStream& text) { return error(text.str().c_str()); }
 
-// Without the path: the warnings of this reader have always gone out plain.
+// The warnings of this reader have always gone out without the path, and who
+// searches logs relies on it.
 void GArReader::warning(const char* text) { gOutput->warning(gDataSysName, text); }
 
 void GArReader::warning(GOStrStream& text) { warning(text.str().c_str()); }

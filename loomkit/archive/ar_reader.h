@@ -17,16 +17,21 @@
 #include "loomkit/platform/export.h"
 #include "loomkit/text/str_stream.h"
 
-/// A member of an ar archive: its name and where its data lie. A plain value.
+/// A member of an ar archive: its name and where its data lie. A plain value, which
+/// a host gets from a GArReader; the reader owns it.
 class LOOMKIT_API GArEntry {
  public:
-  /// `offset` and `size` of the data, in bytes; the offset counts from the
-  /// start of the archive.
+  /// An entry whose data are `size` bytes, `offset` bytes from the start of the
+  /// archive.
   GArEntry(const std::string& name, unsigned long offset, unsigned int size);
 
+  /// The name as stored: with a trailing '/' in the System V dialect, and with the
+  /// zero bytes that fill a BSD name up.
   [[nodiscard]] const std::string& getName() const { return name; }
+  /// The bytes from the start of the archive to the data.
   [[nodiscard]] unsigned long getOffs() const { return offset; }
-  /// As the archive states it, which may be more than the archive holds.
+  /// The size of the data in bytes as the archive states it, which may be more than
+  /// the archive holds.
   [[nodiscard]] unsigned int getSize() const { return size; }
 
  private:
@@ -45,14 +50,17 @@ class LOOMKIT_API GArEntry {
 /// from then on, and members can no longer be read by name, until the next
 /// open(). Warnings always go out, without the path.
 ///
-/// A reader belongs to one thread at a time; reading moves its stream.
+/// The entries belong to the reader and are good until close(). Nothing throws,
+/// apart from an allocation that fails. A reader belongs to one thread at a time:
+/// reading moves its stream. Format: docs/formats/ar.md.
 class LOOMKIT_API GArReader {
  public:
+  /// Walks the entries; `(*i).first` is the name and `(*i).second` the entry.
   using EntryIterator = loomkit::ArchiveEntryIterator<GArEntry>;
 
   /// A closed reader without entries; its path is "<unknown>".
   GArReader();
-  /// Reads the table of contents of a seekable binary stream; isError() tells
+  /// Reads the table of contents of a binary stream that can seek; isError() tells
   /// how that went. The reader deletes the stream if `ownsStream` is set;
   /// otherwise the stream has to live until the reader is closed.
   GArReader(std::istream* stream, bool ownsStream);
@@ -62,24 +70,29 @@ class LOOMKIT_API GArReader {
   GArReader& operator=(const GArReader&);
   ~GArReader();
 
-  /// Opens a file and reads its table of contents. Clears the error of before,
-  /// but not the entries of an archive that is still open: close() does that.
+  /// Opens a file and reads its table of contents. False when that fails; gOutput
+  /// was told why. Clears the error of before. Call close() first if an archive is
+  /// still open: this does not, and would leave its entries among the new ones.
   bool open(const std::string& path);
-  /// Ends an owned stream and the entries. Error and path stay. Always true.
+  /// Deletes an owned stream and the entries. Error and path stay. Always true.
   bool close();
 
+  /// True once an error was reported, until the next open().
   [[nodiscard]] bool isError() const { return errorFlag; }
-  /// What messages are to call the archive.
+  /// Sets what messages call the archive; no file is touched.
   void setPath(const std::string& newPath) { path = newPath; }
+  /// What messages call the archive.
   [[nodiscard]] const std::string& getPath() const { return path; }
 
+  /// The number of entries; those that share a name count once.
   [[nodiscard]] unsigned int getEntryCount() const {
     return static_cast<unsigned int>(entries.size());
   }
   /// The entry with exactly this name, or null. It belongs to the reader.
   [[nodiscard]] const GArEntry* getEntry(const std::string& name) const;
-  /// All entries, in the order of their names' bytes.
+  /// The first of all entries, in the order of their names' bytes.
   [[nodiscard]] EntryIterator entriesBegin() const { return EntryIterator(entries.begin()); }
+  /// Stands behind the last entry.
   [[nodiscard]] EntryIterator entriesEnd() const { return EntryIterator(entries.end()); }
 
   /// Writes a member's data to `out`. False if the reader has failed before,
@@ -89,9 +102,11 @@ class LOOMKIT_API GArReader {
   /// Gives a member's data in a block of `operator new` that belongs to the
   /// caller and is not terminated. On failure, as above, nothing is given.
   bool readEntry(const std::string& name, char** data, unsigned int* size);
-  /// The same by entry, which is tried whatever failed before. Requires: the
-  /// entry is one of this reader's, and the reader is open.
+  /// Writes an entry's data to `out`, whatever failed before. Requires: the entry
+  /// is one of this reader's, and the reader is open.
   bool readEntry(const GArEntry* entry, std::ostream* out);
+  /// Gives an entry's data in a block, as above. A size that the archive does not
+  /// hold is refused before any memory is taken for it.
   bool readEntry(const GArEntry* entry, char** data, unsigned int* size);
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// BlockBuf and DirectoryStream: read the directory of an archive in blocks, so that its many small
-// fields cost no system calls. Private to the archives.
+// BlockBuf and DirectoryStream: read the directory of an archive in blocks, so that
+// its many small records cost no system call each. Private to the archives.
 #ifndef LOOMKIT_ARCHIVE_BLOCK_BUF_H
 #define LOOMKIT_ARCHIVE_BLOCK_BUF_H
 
@@ -12,10 +12,10 @@
 
 namespace loomkit {
 
-/// A stream buffer on a file's, which stays the caller's and is left at no
-/// particular position. It moves forward only, and knows its position without
-/// asking. What follows closely is read in ever larger blocks, up to 64 KiB;
-/// after a leap it starts with a small one again.
+/// A stream buffer that reads from a file's buffer, which stays the caller's and is
+/// left at no particular position. It moves forward only and keeps count of its
+/// position. Records that follow each other closely are read in ever larger blocks,
+/// up to 64 KiB; after a leap over data it begins with a small block again.
 class BlockBuf : public std::streambuf {
  public:
   /// `source` is at `position`.
@@ -42,8 +42,8 @@ class BlockBuf : public std::streambuf {
   std::size_t nextSize = smallest;
 };
 
-/// The stream of an archive while its directory is read: a file's through
-/// blocks; any other, for which a call costs little, as it is.
+/// The stream of an archive while its directory is read. A file's is read through a
+/// BlockBuf; any other, for which a call costs little, is read as it is.
 class DirectoryStream {
  public:
   /// `source` stays the caller's. It is at `position`.

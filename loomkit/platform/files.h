@@ -29,7 +29,8 @@ bool isDirectory(const std::string& path);
 /// True if the name is a link itself, wherever it leads.
 bool isLink(const std::string& path);
 
-/// Sets the time of the last change; what cannot be set stays.
+/// Sets the time of the last change, in seconds since 1970. Where the system refuses,
+/// the time stays as it is, and nobody is told.
 void setModificationTime(const std::string& path, long seconds);
 
 /// Stores the time of the last change in seconds since 1970.
@@ -42,16 +43,20 @@ bool deleteFile(const std::string& path);
 /// system does that.
 bool rename(const std::string& from, const std::string& to);
 
-/// Make, remove, enter and name a directory; unlinkFile() removes a file. The
-/// reason of a failure is in errno.
+/// Makes a directory; the one above it has to exist. Here and in the functions down to
+/// workingDirectory(), the reason of a failure is in errno, too.
 bool makeDirectory(const std::string& path);
+/// Removes an empty directory.
 bool removeDirectory(const std::string& path);
+/// Deletes a file, and a link instead of what it leads to.
 bool unlinkFile(const std::string& path);
 /// Deletes the file that a search in `directory` has named `entry`, and nothing
 /// elsewhere: a name that cannot be reached is a missing file.
 bool unlinkEntry(const std::string& directory, const std::string& entry);
+/// Makes another directory the working directory of the process.
 bool changeDirectory(const std::string& path);
-/// Fails (ERANGE) when the path with its NUL is longer than `limit` bytes.
+/// Stores the path of the working directory. Fails with ERANGE when the path and its
+/// NUL take more than `limit` bytes.
 bool workingDirectory(std::string* path, std::size_t limit);
 
 /// The system's directory for temporary files, ended by a backslash.

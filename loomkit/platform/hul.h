@@ -8,8 +8,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Gives (null, n) a new block, (block, 0) nothing and releases the block,
-/// (block, n) a new block with the block's NUL-terminated text.
+/// A host's allocator of text. Called with (null, n) it gives a new block of n bytes;
+/// with (block, 0) it releases the block; with (block, n) it gives a new block of n
+/// bytes that holds the block's NUL-terminated text.
 using HulAllocator = void* (*)(void* block, std::size_t size);
 
 /// A text converter between two code sets.
@@ -52,6 +53,7 @@ const char* hulGetDSOSuffix();
 /// finds the versioned file that run-time packages install (libx.so.0 to
 /// libx.so.9), the lowest version first.
 int hulOpenDSO(const char* name, int flags, void** handle);
+/// Releases a library; the addresses that it gave are no longer good.
 int hulCloseDSO(void* handle);
 
 /// The address of an exported name.
@@ -59,17 +61,19 @@ int hulGetSymbolAddress(void* handle, const char* name, void** address);
 
 // --- Text ----------------------------------------------------------------
 
-/// Convert between the local code set and UTF-8. `length` -1 means up to the
-/// NUL. The result is NUL-terminated; its length goes to `*outLength` unless
-/// that is null. It comes from `allocator`, or, when that is null, is released
-/// with hulFree(). Text that is not valid in its code set fails.
+/// Converts text of the local code set to UTF-8. A `length` of -1 means up to the NUL.
+/// The result in `*out` ends with a NUL; its length goes to `*outLength` unless that is
+/// null. It comes from `allocator`, or, when that is null, the caller releases it with
+/// hulFree(). Text that is not valid in its code set is a failure.
 int hulLocaleToUTF8(const char* text, int length, int flags, int* outLength, HulAllocator allocator,
                     char** out);
+/// The same from UTF-8 to the local code set.
 int hulUTF8ToLocale(const char* text, int length, int flags, int* outLength, HulAllocator allocator,
                     char** out);
 
 /// A copy of a text, for hulFree(); null for null.
 char* hulStrDup(const char* text);
+/// Releases what the functions here gave; null is nothing.
 void hulFree(void* block);
 
 /// hulGetLocaleParam's number of the local code set's name.
@@ -80,8 +84,9 @@ constexpr int hulLocalCodeSet = 6;
 /// so that UTF-8 text passes through unchanged.
 int hulGetLocaleParam(int parameter, int reserved, char* buffer, int size);
 
-/// A converter for hulConvertText(), closed by hulCloseTextCodec().
+/// Makes a converter between two named code sets for hulConvertText().
 int hulOpenTextCodec(const char* from, const char* to, HulTextCodec** codec);
+/// Ends a converter.
 void hulCloseTextCodec(HulTextCodec* codec);
 
 /// Converts and moves all four arguments on. 0: all input was converted; 1: the

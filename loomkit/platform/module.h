@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Dynamically loaded modules.
+// Dynamically loaded modules, for GDynaLib. Null is the failure; nobody is told why.
 #ifndef LOOMKIT_PLATFORM_MODULE_H
 #define LOOMKIT_PLATFORM_MODULE_H
 

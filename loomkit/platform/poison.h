@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Tells AddressSanitizer which bytes of a pooled object nobody may touch.
-// Without the sanitizer both calls are nothing.
+// Tells AddressSanitizer which bytes nobody may touch, such as those of an object that
+// waits in a pool to be used again. In a build without the sanitizer both functions do
+// nothing.
 #ifndef LOOMKIT_PLATFORM_POISON_H
 #define LOOMKIT_PLATFORM_POISON_H
 
@@ -20,6 +21,8 @@
 
 namespace loomkit::platform {
 
+/// Forbids `size` bytes: whoever touches them ends the program with a report.
+/// unpoison() allows them again.
 #if defined(LOOMKIT_HAS_ASAN)
 inline void poison(const void* begin, std::size_t size) {
   __asan_poison_memory_region(begin, size);

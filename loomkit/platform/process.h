@@ -10,7 +10,8 @@
 
 namespace loomkit::platform {
 
-/// A child that was started and whose end has not been seen yet; id 0: none.
+/// A child that was started and whose end has not been seen yet; an id of 0 stands for
+/// none.
 struct ChildProcess {
   long id = 0;
   bool terminated = false;  ///< by terminateProcess()
@@ -26,6 +27,7 @@ std::vector<std::string> splitCommandLine(const std::string& line);
 
 /// Makes a pipe; children get neither end unless startProcess() hands it over.
 bool createPipe(int* readEnd, int* writeEnd);
+/// Closes one end of a pipe.
 void closeHandle(int handle);
 
 /// What may be different for a child.
@@ -44,17 +46,18 @@ bool startProcess(const std::string& commandLine, int in, int out, int err,
 /// somebody else has waited for is a failure, and is forgotten.
 bool terminateProcess(ChildProcess* child);
 
-/// The same for a child with a group of its own, and with all that is in it.
+/// The same for a child that leads a process group of its own, with all processes in
+/// that group.
 bool terminateGroup(ChildProcess* child);
 
 /// Stores the exit code, or stillActive. A child that a signal ended has 128 and
 /// the signal's number. Once an exit code has been given, the child is forgotten.
 bool processExitCode(ChildProcess* child, unsigned* code);
 
-/// Waits for the child's end, whose exit code stays to be asked for. False when
-/// the system refuses to wait. The second form waits at most so long, and is
-/// true once the child has ended.
+/// Waits for the child's end; processExitCode() then tells how it was. False when the
+/// system refuses to wait.
 bool waitForEnd(const ChildProcess& child);
+/// The same, but waits at most so long. True once the child has ended.
 bool waitForEnd(const ChildProcess& child, int milliseconds);
 
 /// Waits until a read would not wait, at most so long; false when it would.
@@ -75,8 +78,9 @@ struct PipeEnds {
 bool exchange(PipeEnds* ends, std::string_view input, std::size_t* sent, std::string* out,
               std::string* err, int milliseconds);
 
-/// Read at least one byte, or none at the end; write all bytes or fail.
+/// Reads at least one byte, waiting for it, or none at the end of the stream.
 bool readHandle(int handle, char* buffer, unsigned size, unsigned* count);
+/// Writes all bytes or fails; `*count` tells how many went out.
 bool writeHandle(int handle, const char* data, unsigned size, unsigned* count);
 
 }  // namespace loomkit::platform

@@ -24,7 +24,7 @@ int createReplacement(const std::string& target, Replacement* replacement);
 /// target is as it was, and the file is gone. Either way it is closed.
 int commitReplacement(Replacement* replacement);
 
-/// Closes and deletes the file.
+/// Closes and deletes the file; the target stays as it is.
 void discardReplacement(Replacement* replacement);
 
 }  // namespace loomkit::platform

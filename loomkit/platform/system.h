@@ -26,11 +26,12 @@ unsigned processId();
 /// The wall clock: units of 100 nanoseconds since 1601-01-01 00:00 UTC.
 std::int64_t systemTime();
 
-/// The monotonic counter, and how many of its ticks make a second.
+/// The monotonic counter, which no change of the clock moves.
 std::int64_t counterTicks();
+/// How many ticks of the counter make a second.
 std::int64_t counterFrequency();
 
-/// Waits for at least that time.
+/// Lets the calling thread wait for at least that time.
 void sleepMilliseconds(std::uint64_t milliseconds);
 
 }  // namespace loomkit::platform

@@ -36,7 +36,7 @@ class HandleBuf : public std::streambuf {
 
   int sync() override { return drain() ? 0 : -1; }
 
-  // Archives complete their headers afterwards.
+  // The content can seek because archives complete their headers after the data.
   pos_type seekoff(off_type offset, std::ios_base::seekdir direction,
                    std::ios_base::openmode /*which*/) override {
     if (direction == std::ios_base::end) return off_type(-1);
@@ -47,7 +47,7 @@ class HandleBuf : public std::streambuf {
   }
 
   std::streamsize xsputn(const char* text, std::streamsize size) override {
-    // What is larger than the block is not worth a copy.
+    // Data larger than the block go straight to the file: a copy would cost more.
     if (size < static_cast<std::streamsize>(block.size())) {
       return std::streambuf::xsputn(text, size);
     }
@@ -106,7 +106,7 @@ class GAtomicFile::Impl {
     }
     stream.flush();
     if (!stream) {
-      // A stream that its user has failed has no status.
+      // A stream that its user has set to failed has no status to give words for.
       const int status = buffer.status();
       if (status != 0) {
         fail(status);

@@ -13,13 +13,13 @@
 
 #include "loomkit/platform/export.h"
 
-/// Writes to a new file in the target's directory, which commit() brings to the
-/// disk and moves into the target's place. Until then, and when anything fails,
-/// the target is as it was; what was not committed is gone with the object. A
-/// link is followed; a target that exists must be a regular file, and its
-/// access rights stay.
+/// Writes to a new file in the target's directory, which commit() brings to the disk
+/// and moves into the target's place. Until then, and when anything fails, the target
+/// is as it was; what was not committed is gone with the object. A link is followed.
+/// A target that exists must be a regular file, and its access rights stay.
 ///
-/// An object belongs to one thread at a time.
+/// Failures show in commit() and getErrMsg(); gOutput is not told. Nothing throws,
+/// apart from an allocation that fails. One thread at a time uses an object.
 class LOOMKIT_API GAtomicFile {
  public:
   /// Makes the new file. Where that fails, isOpen() is false, out() takes

@@ -138,7 +138,8 @@ std::string GDirectory::createTempDir(const std::string& directory, const std::s
     const int length =
         gsnprintf(path, sizeof path, "%s%08lx", base.c_str(), static_cast<unsigned long>(counter));
     ++counter;
-    // A path without its digits would be tried for ever.
+    // A path that is cut off has no digits: it would be the same each time, and be tried
+    // forever.
     if (length < 0 || length >= static_cast<int>(sizeof path)) return {};
     if (platform::makeDirectory(path)) return path;
     const unsigned error = platform::lastError();

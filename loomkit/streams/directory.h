@@ -18,9 +18,12 @@ namespace loomkit::platform {
 class FileSearch;
 }
 
-/// Lists, creates or removes the directory of a name. Failures are false or
-/// null; unless a call is `quiet`, the reason goes to gOutput as an error with
-/// the default system. Nothing throws. One object belongs to one thread.
+/// Lists, creates or removes the directory of a name. The name need not exist, and
+/// no handle stays open but that of a listing.
+///
+/// False or null is the failure; unless a call is `quiet`, gOutput is told the reason
+/// as an error with the default system. Nothing throws, apart from an allocation that
+/// fails. One thread at a time uses an object.
 ///
 ///   GDirectory directory("/data");
 ///   for (const char* name = directory.first(false); name; name = directory.next(false))
@@ -42,14 +45,15 @@ class LOOMKIT_API GDirectory {
   /// close(false).
   ~GDirectory();
 
+  /// The path as it was given.
   [[nodiscard]] const std::string& getName() const;
 
   /// True for a directory, false for a file of that name.
   bool exists();
 
-  /// Starts a listing and gives the first bare name, or null. The order is the
-  /// platform's; "." and ".." are left out. The text is valid until the next
-  /// call on the object. To be closed before it is started again.
+  /// Starts a listing and gives the first bare name, or null when there is none. The
+  /// order is the platform's; "." and ".." are left out. The text is good until the
+  /// next call on the object. Requires: no listing is open, see close().
   /// Error: "cannot open directory NAME (error N)".
   const char* first(bool quiet);
 
@@ -67,35 +71,40 @@ class LOOMKIT_API GDirectory {
   /// Error: "cannot create directory NAME (REASON)".
   bool create(bool quiet);
 
-  /// Removes the directory, with `removeFiles` after the files in it; there is
-  /// no descent. Files whose names begin with a dot are left, and then the
-  /// directory cannot go. `quiet` does not hold for the listing.
+  /// Removes the directory, and with `removeFiles` the files in it before. It does not
+  /// go into directories, and leaves files whose names begin with a dot; with any of
+  /// these in it, the directory stays. `quiet` does not hold for the listing of the
+  /// files.
   /// Errors: "cannot remove file NAME/FILE (REASON)", "cannot remove directory
   /// NAME (REASON)".
   bool remove(bool removeFiles, bool quiet);
 
-  /// Each separator becomes one backslash, a run of them too, except at the
-  /// start of the path. A path without a slash stays as it is. The flag has no
-  /// effect. The result of the first form is `path` itself or a buffer that is
-  /// good until the next call from any thread.
+  /// The native form of a path: each separator becomes one backslash, a run of them
+  /// too, except at the start of the path. A path without a slash stays as it is. The
+  /// result is `path` itself or a buffer that is good until the next call of this
+  /// form from any thread; of two threads, only one may use it at a time.
   static const char* unix2nativePath(const char* path);
+  /// The same as a text of its own, for any thread.
   static std::string unix2nativePath(const std::string& path);
+  /// The same; the flag has no effect.
   static std::string unix2nativePath(const std::string& path, bool flag);
 
-  /// Each backslash becomes a slash. The flag has no effect.
+  /// The path with each backslash as a slash.
   static std::string native2unixPath(const std::string& path);
+  /// The same; the flag has no effect.
   static std::string native2unixPath(const std::string& path, bool flag);
 
-  /// What stands behind the last separator, and what stands up to it and with
-  /// it. The separator is '/', in the native forms any of "/\\:". Without one
-  /// the base name is the whole path.
+  /// What stands behind the last '/'; without one, the whole path.
   static std::string basenameUnix(const std::string& path);
+  /// What stands up to the last '/' and with it; without one, nothing.
   static std::string dirnameUnix(const std::string& path);
+  /// What stands behind the last of '/', '\\' and ':'; without one, the whole path.
   static std::string basenameNative(const std::string& path);
+  /// What stands up to the last of these and with it; without one, nothing.
   static std::string dirnameNative(const std::string& path);
 
-  /// True if the path begins with a separator, behind a drive letter if there
-  /// is one.
+  /// True if the path begins with a separator, or with a drive letter, its colon and
+  /// a separator.
   static bool isAbsolute(const std::string& path);
 
   /// The variable TMPDIR as it is, or the system's own temporary directory
@@ -112,6 +121,7 @@ class LOOMKIT_API GDirectory {
   /// Error: "cannot get working directory: REASON".
   static std::string getcwd();
 
+  /// Makes another directory the working directory of the process.
   /// Error: "cannot set working directory: REASON".
   static bool chdir(const std::string& path, bool quiet);
 

@@ -107,7 +107,7 @@ std::string GFile::getRealPath() const {
   }
   GiString upperRoot(root);
   upperRoot.toUpper(0, static_cast<unsigned>(upperRoot.size()));
-  // The probe keeps the caller's spelling, the answer takes the disk's.
+  // `probe` keeps the spelling of the caller, and `answer` gathers that of the disk.
   std::string probe = upperRoot;
   std::string answer = upperRoot;
   for (std::size_t begin = rest.find_first_not_of('\\'); begin != std::string::npos;) {

@@ -7,8 +7,8 @@
 //   out << "of unknown length";
 //   GIStream in(out.rdbuf(nullptr), true);   // `in` deletes the buffer
 //
-// None of these classes logs or throws of its own (an allocation that fails
-// throws std::bad_alloc); one object belongs to one thread at a time.
+// None of these classes reports or throws anything of its own; an allocation that
+// fails throws std::bad_alloc. One thread at a time uses an object.
 #ifndef LOOMKIT_STREAMS_MEM_STREAM_H
 #define LOOMKIT_STREAMS_MEM_STREAM_H
 
@@ -30,9 +30,9 @@ class LOOMKIT_API GStreamBuf : public std::streambuf {
   GStreamBuf& operator=(const GStreamBuf&) = delete;
 };
 
-/// A growing list of equal blocks, with one put and one get pointer that move
-/// independently. Reading does not consume the bytes; blocks are freed by the
-/// destructor only.
+/// The buffer behind GOMemStream: a growing list of equal blocks, with one put and
+/// one get pointer that move independently. Reading does not consume the bytes; only
+/// the destructor frees the blocks.
 ///
 /// Positions run from 0 to size(); a seek elsewhere fails with -1 and moves
 /// nothing, on the put side too. Writing after a seek back overwrites in place

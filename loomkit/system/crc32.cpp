@@ -18,8 +18,8 @@ constexpr std::uint32_t tableEntry(std::uint32_t index) {
   return index;
 }
 
-// Eight bytes at a time: table n gives what a byte n places before the end of
-// the eight contributes (M. Kounavis and F. Berry, "A Systematic Approach to
+// The bytes are taken eight at a time: table n gives what a byte n places before the
+// end of the eight contributes (M. Kounavis and F. Berry, "A Systematic Approach to
 // Building High Performance Software-Based CRC Generators", 2005).
 constexpr std::size_t slices = 8;
 constexpr auto sliceTables = [] {

@@ -10,11 +10,12 @@
 
 #include "loomkit/platform/export.h"
 
-/// Computes checksums with a table of its own, built at construction. Each
-/// get() stands alone: there is no continuation over several blocks. An object
-/// can be used by several threads at once.
+/// Computes checksums, with a table of its own that the constructor builds. Each get()
+/// stands alone: for data that come piece by piece there is GCRC32Stream. Nothing
+/// fails or throws. Several threads can use an object at once.
 class LOOMKIT_API GCRC32 {
  public:
+  /// Builds the table.
   GCRC32();
 
   /// The checksum of `size` bytes; 0 for a size of 0 or less.

@@ -12,13 +12,14 @@
 
 #include "loomkit/platform/export.h"
 
-/// Loads a library and gives out the addresses of its functions. A library
-/// that cannot be loaded leaves the object closed; there is no message. A copy
-/// shares the library with its source, and the first of the two to end closes
-/// it.
+/// Loads a library and gives out the addresses of its functions, which are good until
+/// it is closed. A library that cannot be loaded leaves the object closed, without a
+/// message. A copy shares the library with its source, and the first of the two to end
+/// closes it for both. Nothing throws, apart from an allocation that fails. Threads can
+/// share an object as long as none of them closes it.
 class LOOMKIT_API GDynaLib {
  public:
-  /// What callers cast to the function's real type.
+  /// The type of the addresses, which callers cast to the function's real type.
   using GetProc = int (*)();
 
   /// Loads `name`, to which the platform's suffix is added unless it is longer
@@ -26,11 +27,13 @@ class LOOMKIT_API GDynaLib {
   GDynaLib(const std::string& name);
   GDynaLib(const GDynaLib&);
   GDynaLib& operator=(const GDynaLib&);
+  /// Closes the library.
   ~GDynaLib();
 
+  /// True if the library is loaded.
   [[nodiscard]] bool isOpen() const;
 
-  /// Releases the library. Harmless when it is closed.
+  /// Releases the library. Does nothing when it is closed already.
   void close();
 
   /// The function's address; null if there is none or the library is closed.

@@ -18,8 +18,8 @@ using State = std::array<std::uint32_t, 4>;
 
 constexpr State initialState = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
 
-// The four rounds' functions. Each is written so that the value that was
-// computed last is combined last, because that is what the steps wait for.
+// The functions of the four rounds. Each combines the value that was computed last
+// at the very end, because that is the one that the processor still waits for.
 struct F {
   static std::uint32_t of(std::uint32_t b, std::uint32_t c, std::uint32_t d) {
     return ((c ^ d) & b) ^ d;
@@ -145,7 +145,7 @@ struct GMD5Checker::Context {
     loomkit::storeLe32(block + lengthOffset + 4, bits[1]);
     transform(state, block, 1);
     for (std::size_t i = 0; i < state.size(); ++i) loomkit::storeLe32(result + 4 * i, state[i]);
-    state[0] = 0;  // the next use without reset() is wrong for all to see
+    state[0] = 0;  // so that a use without reset() is plainly wrong, not nearly right
   }
 };
 
@@ -162,7 +162,7 @@ void GMD5Checker::reset() { *context = Context(); }
 
 void GMD5Checker::final() {
   context->finish(digest);
-  // Formatting would take three times as long as the digest of a short text.
+  // By hand: formatting would take three times as long as the digest of a short text.
   constexpr char digits[] = "0123456789abcdef";
   char* hex = hexDigest;
   for (const unsigned char byte : digest) {

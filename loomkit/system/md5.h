@@ -12,20 +12,22 @@
 
 #include "loomkit/platform/export.h"
 
-/// An MD5 computation and its digest. A copy shares the running computation
-/// with its source; copying is for a finished digest. An object belongs to one
-/// thread at a time.
+/// Computes an MD5 checksum and holds its digest. Not for secrets: collisions of MD5
+/// are easily made. A copy shares the running computation with its source, so copy
+/// only an object that has finished. Nothing fails; nothing throws, apart from an
+/// allocation that fails. One thread at a time uses an object.
 class LOOMKIT_API GMD5Checker {
  public:
+  /// An object at the start of a computation.
   GMD5Checker();
   GMD5Checker(const GMD5Checker&);
   GMD5Checker& operator=(const GMD5Checker&);
   ~GMD5Checker();
 
-  /// Adds `size` bytes.
+  /// Adds `size` bytes, which stay the caller's.
   void update(const unsigned char* data, unsigned int size);
 
-  /// Back to the start, so that the object can be used again.
+  /// Goes back to the start, so that the object can be used again.
   void reset();
 
   /// Ends the computation and fills the digest. Call reset() before the next

@@ -43,7 +43,8 @@ struct GProcess::Data {
 
 namespace {
 
-// A pipe whose parent's end is kept in `pipe` if it is `used`, else closed.
+// Makes a pipe. This process's end goes to `pipe` if the stream is `used`; otherwise it
+// is closed at once.
 bool openPipe(bool childReads, bool used, const char* failure, int* childEnd, int* parentEnd,
               std::optional<loomkit::ProcessPipe>* pipe) {
   if (!platform::createPipe(childReads ? childEnd : parentEnd, childReads ? parentEnd : childEnd)) {

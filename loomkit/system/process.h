@@ -16,9 +16,10 @@
 /// systemError(). One thread at a time uses an object; reading both output
 /// streams from one thread can deadlock against a child that fills the other.
 ///
-/// The pipes stay open when the object ends, and this process keeps the child's
-/// ends too: reading never sees an end of the stream. Read what is expected, and
-/// learn of the end by getExitCode().
+/// The pipes stay open when the object ends, and this process keeps the child's ends
+/// too, so that reading never sees an end of the stream. Read as much as is expected,
+/// and learn of the child's end by getExitCode(). The run() that is an Extension
+/// behaves otherwise.
 class LOOMKIT_API GProcess {
  public:
   /// Starts nothing. The flags tell which streams the caller will use; an
@@ -41,22 +42,23 @@ class LOOMKIT_API GProcess {
   /// or its exit code has been seen.
   bool kill();
 
-  /// 1: the child has ended, and `code` holds its exit code; it is then gone for
-  /// this object. 0: it still runs (never with `wait`). -1: no child, or a
-  /// failure.
+  /// Asks whether the child has ended. 1: it has, `code` holds its exit code, and the
+  /// child is then gone for this object. 0: it still runs. -1: there is no child, or
+  /// asking failed.
   int getExitCode(int& code);
+  /// The same; with `wait` it waits for the child's end, and never gives 0.
   int getExitCode(bool wait, int* code);
 
-  /// Sends `size` zero bytes and clears the caller's buffer: the translation
-  /// runs from an inner block, which nothing fills, into `buffer`. Kept as it
-  /// has always been; sendStdIn() sends the caller's data. The flag, here and
-  /// below, has no effect. The result is the number of bytes, or -1 for a stream
-  /// that is not in use.
+  /// Sends `size` zero bytes, and clears the caller's buffer: it translates from an
+  /// inner block, which nothing fills, into `buffer`. Hosts rely on its being so;
+  /// sendStdIn() sends the caller's data. The flag, here and below, has no effect. The
+  /// result is the number of bytes, or -1 for a stream that is not in use.
   int writeStdIn(char* buffer, unsigned int size, bool flag);
 
-  /// Read exactly `size` bytes, waiting for them. A carriage return and line
-  /// feed come out as a line feed.
+  /// Reads exactly `size` bytes of the child's standard output, waiting for them. A
+  /// carriage return and a line feed come out as a line feed.
   int readStdOut(char* buffer, unsigned int size, bool flag);
+  /// The same from the child's standard error.
   int readStdErr(char* buffer, unsigned int size, bool flag);
 
   /// Sets an environment variable that children started later inherit.
@@ -73,11 +75,12 @@ class LOOMKIT_API GProcess {
   /// it has ended, or if there is none; getExitCode() tells how.
   bool waitFor(double seconds);
 
-  /// Extension: read what the child has written, as it is, waiting for the first
-  /// byte at most so many seconds. The number of bytes, at least 1; 0 when
-  /// nothing came in time; -1 at the end of the stream, for one that is not in
-  /// use, or after a failure.
+  /// Extension: reads what the child has written to standard output, as it is, and
+  /// waits for the first byte at most so many seconds. The number of bytes, at least
+  /// 1; 0 when nothing came in time; -1 at the end of the stream, for one that is not
+  /// in use, or after a failure.
   int readAvailableStdOut(char* buffer, unsigned int size, double seconds);
+  /// Extension: the same from standard error.
   int readAvailableStdErr(char* buffer, unsigned int size, double seconds);
 
   /// Extension: sends the bytes as they are. Their number, or -1.

@@ -8,8 +8,8 @@
 
 namespace loomkit {
 
-// A step that gives -1 does not stop the transfer: the position moves back by
-// one, though never before the caller's buffer.
+// A step that fails and gives -1 does not stop the transfer: its -1 is added to the
+// position like any other count, though never so that it leaves the caller's buffer.
 template <class Step>
 int ProcessPipe::transfer(char* target, unsigned size, Step step) {
   unsigned done = 0;
@@ -89,8 +89,9 @@ int ProcessPipe::readAvailable(char* target, unsigned size, int milliseconds) {
   return count == 0 ? -1 : static_cast<int>(count);
 }
 
-// The translation goes from the block to the caller, and the block is what is
-// sent. Nothing ever fills the block: it is all zeros, without a line feed.
+// What is sent is the block, and the translation goes from the block to the caller's
+// buffer instead of the other way round. Nothing ever fills the block, so that both
+// hold zeros. Hosts rely on that, see GProcess::writeStdIn().
 int ProcessPipe::write(char* target, unsigned size) {
   const std::size_t wanted = 2 * std::size_t{size};
   if (buffer.size() < wanted) buffer.assign(wanted, '\0');

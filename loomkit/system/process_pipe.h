@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The buffer of one stream between this process and a child.
+// ProcessPipe: the buffer of one stream between this process and a child. Private to
+// GProcess.
 #ifndef LOOMKIT_SYSTEM_PROCESS_PIPE_H
 #define LOOMKIT_SYSTEM_PROCESS_PIPE_H
 
@@ -8,13 +9,17 @@
 
 namespace loomkit {
 
+/// Reads from or writes to this process's end of a pipe, and translates line ends as
+/// GProcess promises. -1 is the failure, whose reason is the thread's last error. One
+/// thread at a time uses an object.
 class ProcessPipe {
  public:
-  /// Does not own the handle.
+  /// The handle stays the caller's, and open as long as this object is used.
   explicit ProcessPipe(int parentEnd) : handle(parentEnd) {}
 
-  /// Read or write all `size` bytes, in as many steps as it takes.
+  /// Reads all `size` bytes, in as many steps as it takes.
   int readAll(char* target, unsigned size);
+  /// Writes `size` bytes, in as many steps as it takes; see GProcess::writeStdIn().
   int writeAll(char* target, unsigned size);
 
   /// Gives what is there as it is, waiting for the first byte at most so long:

@@ -12,7 +12,8 @@ GStopWatch::GStopWatch(const std::string& watchName, bool startNow) : name(watch
 GStopWatch::~GStopWatch() {
   while (depth > 0) stop();
   const double seconds = get();
-  // Without a call this divides by zero, and prints what that gives.
+  // Without a call this divides zero by zero. The line has always shown what the
+  // machine makes of that.
   std::cout << "watch " << name << ": " << seconds << " seconds in " << calls << " calls, "
             << seconds / calls * 1000 << " msec/call" << std::endl;
 }

@@ -14,18 +14,21 @@
 
 #include "loomkit/platform/export.h"
 
-/// Adds up spans over many calls, with nesting: only the outermost start() and
-/// stop() count. When it ends, it writes one line to std::cout:
+/// Adds up the time of many calls, which may be nested: only the outermost start() and
+/// stop() count. When the watch ends, it writes one line to std::cout:
 ///   watch NAME: S seconds in N calls, M msec/call
-/// A watch belongs to one thread.
+/// Nothing fails. One thread at a time uses a watch.
 class LOOMKIT_API GStopWatch {
  public:
+  /// A watch of that name, which already runs if `startNow` is set.
   GStopWatch(const std::string& name, bool startNow);
   /// Stops the watch to the outermost level, and reports.
   ~GStopWatch();
 
+  /// Begins a span, or goes one level deeper in a running one.
   void start();
-  /// Requires: a start() for each stop(); it is not guarded.
+  /// Ends a level, and at the outermost one the span. Requires: a start() for each
+  /// stop(), which nothing checks.
   void stop();
   /// Forgets the time and the calls so far. A running span goes on, from its
   /// start.
@@ -37,9 +40,11 @@ class LOOMKIT_API GStopWatch {
   /// Runs a watch as long as it lives. The watch must outlive it.
   class LOOMKIT_API Timer {
    public:
+    /// Starts the watch, which stays the caller's.
     Timer(GStopWatch* watch);
     Timer(const Timer&) = delete;
     Timer& operator=(const Timer&) = delete;
+    /// Stops the watch.
     ~Timer();
 
    private:

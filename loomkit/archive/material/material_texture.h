@@ -1,5 +1,8 @@
 // SPDX-License-Identifier: MIT
 // GMatzTexture: an image of a material archive as a file object.
+//
+//   GFileObject* texture = nullptr;
+//   if (material.extractTexture("oak.png", &texture)) ...    // the caller deletes it
 #ifndef LOOMKIT_ARCHIVE_MATERIAL_MATERIAL_TEXTURE_H
 #define LOOMKIT_ARCHIVE_MATERIAL_MATERIAL_TEXTURE_H
 
@@ -9,32 +12,39 @@
 #include "loomkit/platform/export.h"
 #include "loomkit/streams/file_object.h"
 
-/// Either holds bytes, which each reader gets a stream of its own over, or one
-/// stream, which all share. It can be read and not written. One thread at a
-/// time.
+/// Holds either bytes or one stream. Of bytes, each getInStream() gives a new stream
+/// of its own, which the caller deletes; the one stream is given to all who ask and
+/// stays this object's. It can be read and not written.
+///
+/// Null is the failure; nothing is reported and nothing throws, apart from an
+/// allocation that fails. One thread at a time uses an object.
 class LOOMKIT_API GMatzTexture : public GFileObject {
  public:
-  /// Without content.
+  /// A texture without content.
   GMatzTexture(const std::string& name);
-  /// Takes the stream over.
+  /// Takes the stream over and deletes it in the end.
   GMatzTexture(const std::string& name, std::istream* stream);
   GMatzTexture(const GMatzTexture&) = delete;
   GMatzTexture& operator=(const GMatzTexture&) = delete;
   ~GMatzTexture() override;
 
-  /// A texture of the same name and size. Requires: this one holds no bytes.
-  /// The stream is not copied.
+  /// A new texture of the same name and size, which the caller deletes. Requires:
+  /// this one holds no bytes. The stream is not copied.
   GFileObject* copy() override;
+  /// The name that the texture was made with.
   [[nodiscard]] const std::string& getName() const override;
-  /// The stream, which stays this object's, other than with other file objects;
-  /// or a new one over a copy of the bytes, the caller's; or null.
+  /// The one stream, which stays this object's, other than with other file objects;
+  /// or a new one over a copy of the bytes, which the caller deletes; or null.
   std::istream* getInStream(bool binary) override;
-  /// Null.
+  /// Null: a texture cannot be written.
   std::ostream* getOutStream(bool binary) override;
-  /// True, true, false, false.
+  /// True.
   bool exists() override;
+  /// True, also without content.
   bool isReadable() override;
+  /// False.
   bool isWritable() override;
+  /// False.
   bool isExecutable() override;
 
  private:

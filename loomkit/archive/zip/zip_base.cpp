@@ -8,13 +8,13 @@
 
 namespace {
 
-// One step of the reflected CRC-32.
+// The state of the reflected CRC-32 after one more byte.
 unsigned int crcStep(unsigned int crc, unsigned int byte) {
   static const z_crc_t* const table = get_crc_table();
   return static_cast<unsigned int>(table[(crc ^ byte) & 255]) ^ (crc >> 8);
 }
 
-// The byte that the cipher lays over the next one.
+// The byte that the cipher combines with the next one by exclusive or.
 unsigned int maskOf(unsigned int key2) {
   const unsigned int t = key2 | 2;
   return ((t * (t ^ 1)) >> 8) & 255;
@@ -41,7 +41,8 @@ bool GZipBase::error(const char* text, unsigned int code) {
   return error(loomkit::zip::withReason(text, static_cast<int>(code)).c_str());
 }
 
-// An empty path is not left out here, other than in error().
+// Other than error(), this does not leave an empty path out: who reads logs relies
+// on warnings having always looked so.
 void GZipBase::warning(const char* text) {
   gOutput->warning(gDataSysName, (path + ": " + text).c_str());
 }

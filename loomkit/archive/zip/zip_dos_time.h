@@ -13,11 +13,11 @@ struct DosTime {
   std::uint16_t date = 0;
 };
 
-/// From seconds since 1970; all zero for a time that has no local form.
+/// From seconds since 1970; both fields are zero for a time that has no local form.
 DosTime toDosTime(long seconds);
 
-/// To seconds since 1970, taken as standard time all year round: an archive's
-/// summer times come back an hour late. Hosts that compare the times of members
+/// To seconds since 1970. The time is taken for standard time all year round, so that
+/// a time in summer comes back an hour late. Hosts that compare the times of members
 /// with each other rely on the rule being the same for all.
 long fromDosTime(DosTime time);
 

@@ -18,8 +18,8 @@ inline std::string withReason(const char* text, int status) {
   return std::string(text) + " (" + hulStrError(status) + ")";
 }
 
-// What an entry says of headers that could not be read or written. The writer
-// says it for those that were held back when the entry was asked.
+// What an entry says of headers that could not be read or written. The writer says
+// it, too, of headers that the sink had held back and could not write later.
 inline constexpr char localHeaderFailed[] = "local file header: input/output error";
 inline constexpr char centralHeaderFailed[] = "central file header: input/output error";
 

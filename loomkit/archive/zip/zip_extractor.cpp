@@ -38,7 +38,7 @@ class GZipExtractor::Target : public GZipReader::Output {
   }
 
  private:
-  // Short texts that pack well are no bomb.
+  // A small file may be packed as tightly as it likes: it can do no harm.
   [[nodiscard]] bool isTooMuch() const {
     constexpr std::uint64_t harmless = 1 << 20;
     return extractor.byteCount > extractor.limits.totalBytes ||
@@ -86,7 +86,8 @@ GZipExtractor::Result GZipExtractor::extract(const GZipEntry* entry) {
   }
   const std::string path = directory + "/" + relative;
   if (!isBelowDirectory(relative)) return fail(Refused, path + " leads through a link");
-  // Many programs tell directories by their names alone.
+  // Many programs do not set the attribute of directories and mark them by a slash
+  // at the end of the name alone.
   const bool namesDirectory = entry->getFName().back() == '/' && entry->getUncomprSize() == 0;
   if (entry->isDirectory() || namesDirectory) return makeDirectories(path);
   const Result made = makeDirectories(path.substr(0, path.rfind('/')));

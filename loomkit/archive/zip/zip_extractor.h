@@ -16,59 +16,63 @@
 #include "loomkit/archive/zip/zip_reader.h"
 #include "loomkit/platform/export.h"
 
-/// Extracts the members of an archive below one directory and nowhere else, and
-/// no more than was agreed on. A name that is absolute, has a drive or a "..",
-/// or leads through a link, is refused; links themselves are never made. A file
-/// appears under its name when it is complete and its checksum right, also for
-/// members whose checksum the reader leaves alone. What goes wrong is reported
-/// to gOutput with the system name gDataSysName.
+/// Extracts the members of an archive below one directory and nowhere else, and no
+/// more than its limits allow. It refuses a name that is absolute, has a drive or a
+/// "..", or leads through a link; it never makes links itself. A file appears under
+/// its name when it is complete and its checksum is right, also for the members whose
+/// checksum the reader does not compare. gOutput is told what goes wrong, with the
+/// system name gDataSysName, and gProgressCB the percentage that is done.
 ///
-/// gProgressCB is called with the percentage that is done. One thread at a
-/// time; nobody else may change the directory meanwhile.
+/// Reader and entries stay the caller's. Nothing throws, apart from an allocation that
+/// fails. One thread at a time uses an extractor and its reader, and nobody else may
+/// change the directory meanwhile.
 class LOOMKIT_API GZipExtractor {
  public:
-  /// How an extraction ended. The later one is the worse one.
+  /// How an extraction ended. Of two results, the one further down is the worse.
   enum Result {
-    Done,
+    Done,           ///< all went well
     Exists,         ///< a file is there already
     CannotWrite,    ///< a file or directory cannot be made
     Damaged,        ///< the archive's data are not what they must be
     Refused,        ///< a name that is not one for a file below the directory
     LimitExceeded,  ///< more than setLimits() allows
-    Cancelled
+    Cancelled       ///< the host ended it, see setCancel()
   };
 
   /// What an archive may contain at most.
   struct Limits {
     std::uint64_t totalBytes = std::uint64_t{1} << 36;  ///< of all files, uncompressed
-    unsigned int ratio = 1000;  ///< of a file to its data in the archive; 0: any
-    unsigned int entries = 1000000;
+    unsigned int ratio = 1000;       ///< size of a file to that of its data; 0: any
+    unsigned int entries = 1000000;  ///< in the directory
   };
 
-  /// Neither is taken over; the reader has to be open. The directory, by default
-  /// the current one, is made at need, with those above it.
+  /// Will extract from `reader`, which has to be open, to `directory`, or to the
+  /// current one if that is empty. A directory that is missing is made when the first
+  /// file needs it, with those above it.
   GZipExtractor(GZipReader* reader, const std::string& directory);
 
+  /// Sets what may be extracted at most.
   void setLimits(const Limits& newLimits) { limits = newLimits; }
-  /// Replaces files that are there. Off at first.
+  /// Says whether files that are there are replaced. At first they are not.
   void setOverwrite(bool on) { overwrite = on; }
-  /// Asked again and again; true ends the extraction.
+  /// Sets what is asked every few thousand bytes: true ends the extraction.
   void setCancel(std::function<bool()> asked) { cancelled = std::move(asked); }
 
-  /// Extracts every member in the order of the names. A member that fails does
-  /// not keep the others from being extracted, but a limit or a cancellation
-  /// ends it. The worst that happened is the result.
+  /// Extracts every member, in the order of the names. A member that fails does not
+  /// keep the others from being extracted; a limit or a cancellation ends it all. The
+  /// result is the worst of all members' results.
   Result extractAll();
 
-  /// Extracts one member; a directory is made.
+  /// Extracts one member. A member that is a directory is made.
   Result extract(const GZipEntry* entry);
 
-  /// Reads one member and throws it away: Done, or Damaged, LimitExceeded,
-  /// Cancelled.
+  /// Reads one member and writes nothing, to find out whether it is whole: Done, or
+  /// Damaged, LimitExceeded, Cancelled.
   Result test(const GZipEntry* entry);
 
-  /// Files written so far, and their bytes.
+  /// The number of files that were written so far.
   [[nodiscard]] unsigned int getFileCount() const { return fileCount; }
+  /// The uncompressed bytes that were read so far.
   [[nodiscard]] std::uint64_t getByteCount() const { return byteCount; }
 
  private:

@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // GZipReader2: a zip reader for a host's own archives.
+//
+//   GZipReader2 reader;
+//   std::string text;
+//   if (reader.open("scene.zip") && reader.readTextEntry(reader.getEntry("a.txt"), text)) ...
 #ifndef LOOMKIT_ARCHIVE_ZIP_ZIP_OWN_ARCHIVE_READER_H
 #define LOOMKIT_ARCHIVE_ZIP_ZIP_OWN_ARCHIVE_READER_H
 
@@ -8,32 +12,41 @@
 
 #include "loomkit/archive/zip/zip_reader.h"
 
-/// Adds to GZipReader what readers of own archives repeat: text members,
-/// extraction to files, tests of names, and a built-in password. Reports
-/// nothing of its own; failures are those of GZipReader.
+/// Adds to GZipReader what hosts need again and again for archives that they wrote
+/// themselves: text members, extraction to files, tests of names, and a password
+/// that the library knows (see GZipWriter2). It trusts the names in the archive; for
+/// archives from elsewhere there is GZipExtractor.
+///
+/// It reports nothing of its own: failures are those of GZipReader. Ownership and
+/// threads are as there.
 class LOOMKIT_API GZipReader2 : public GZipReader {
  public:
+  /// A closed reader.
   GZipReader2();
+  /// Reads the directory of a stream, as GZipReader does.
   GZipReader2(std::istream* stream, bool ownsStream);
+  /// Copies share stream and entries, as those of GZipReader do.
   GZipReader2(const GZipReader2&);
   GZipReader2& operator=(const GZipReader2&);
   ~GZipReader2() override;
 
-  /// Reads a member whole, CR LF as LF; on failure the text stays as it was.
-  /// An encrypted member is read with the built-in password. Either way the
-  /// reader's password is another one afterwards: the built-in one, or none.
+  /// Reads a member whole, with a line feed for each carriage return and line feed.
+  /// On failure the text stays as it was. An encrypted member is read with the
+  /// built-in password. The reader's password is another one afterwards: the
+  /// built-in one after an encrypted member, else none.
   bool readTextEntry(const GZipEntry* entry, std::string& text);
 
-  /// True if the name ends in the extension, which is any text.
+  /// True if the name ends in the extension, which can be any text and whose
+  /// letter case counts.
   [[nodiscard]] bool hasFileExtension(const std::string& name, const std::string& extension) const;
 
-  /// Writes a file member to a file. No directory is made. What is not a file
-  /// fails without a word.
+  /// Writes a file member to a file of the file system, which is emptied before.
+  /// No directory is made. What is not a file fails without a word.
   bool extractEntryToFile(const GZipEntry* entry, const std::string& path);
 
-  /// The same into a directory, under the member's whole name or the last part
-  /// of it. `path` receives the file's path. The name is used as it is: for
-  /// archives from elsewhere there is GZipExtractor.
+  /// Writes a file member into a directory, under its whole name with `keepPath`,
+  /// else under the last part of it. `path` receives the file's path. The name is
+  /// used as it is, and may lead out of the directory: see the class.
   bool extractEntryToDirectory(const GZipEntry* entry, const std::string& directory, bool keepPath,
                                std::string& path);
 
@@ -46,7 +59,7 @@ class LOOMKIT_API GZipReader2 : public GZipReader {
   [[nodiscard]] const GZipEntry* findEntryByFileExtension(const std::string& extension,
                                                           bool caseSensitive) const;
 
-  /// The name with slashes and without one at its end.
+  /// A member's name with slashes only, and without one at its end.
   [[nodiscard]] std::string getEntryPath(const GZipEntry* entry) const;
   /// The last part of a file's name; empty for anything else.
   [[nodiscard]] std::string getEntryFileName(const GZipEntry* entry) const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Paths as the archives of a host's own know them.
+// Paths as the classes for a host's own archives take them apart.
 #ifndef LOOMKIT_ARCHIVE_ZIP_ZIP_PATHS_H
 #define LOOMKIT_ARCHIVE_ZIP_ZIP_PATHS_H
 
@@ -17,13 +17,13 @@ inline std::string withSlashes(std::string path) {
   return path;
 }
 
-/// What stands behind the last separator.
+/// What stands behind the last separator; one at the path's end does not count.
 inline std::string baseName(const std::string& path) {
   const std::string text = withSlashes(path);
   return text.substr(text.rfind('/') + 1);
 }
 
-/// With ASCII letters in lower case.
+/// The text with its ASCII letters in lower case.
 inline std::string lowered(std::string text) {
   for (char& c : text) {
     if (isAsciiUpper(c)) c = static_cast<char>(c - 'A' + 'a');

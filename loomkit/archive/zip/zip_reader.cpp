@@ -56,8 +56,8 @@ void GZipReader::deleteEntries() {
   entries.clear();
 }
 
-// What of the end record hosts know the places of is kept, also when the rest
-// cannot be read.
+// The reader keeps the numbers of the end record, whose places in the object are
+// part of the interface, also when the directory cannot be read.
 bool GZipReader::readCentralDirectory() {
   zip::Directory directory(*stream, [this](const char* text) { warning(text); });
   const char* wrong = directory.readEndRecord();
@@ -121,8 +121,8 @@ bool GZipReader::readEntry(const GZipEntry* entry, std::ostream* out, bool conve
 
 bool GZipReader::readEntry(const GZipEntry* entry, char** data, unsigned int* size,
                            bool convertLineEnds) {
-  // What the archive can deliver at most, whatever it states: deflate makes no
-  // more than 1032 bytes of one.
+  // The archive can deliver no more than this, whatever it states: deflate makes
+  // at most 1032 bytes of one.
   const std::uint64_t stored = std::min(entry->getComprSize(), zipFileSize);
   BufferOutput output(convertLineEnds, entry->isCompressed() ? stored * 1032 : stored);
   if (!readEntry(entry, &output)) return false;

@@ -12,8 +12,9 @@ void GZipReader::Output::reserve(unsigned int /*size*/) {}
 
 namespace {
 
-// CR LF becomes LF; a CR by itself stays. One at the end of a block waits in
-// `pending` for what follows. `emit` takes the bytes that are left.
+// A carriage return and a line feed become a line feed; a carriage return by itself
+// stays. One at the end of a block waits in `pending` for what the next block begins
+// with. `emit` takes each byte that goes on.
 template <typename Pending, typename Emit>
 void convertLineEnds(const char* data, unsigned int size, Pending& pending, Emit emit) {
   for (const char* end = data + size; data != end; ++data) {
@@ -37,8 +38,8 @@ bool GZipReader::StreamOutput::write(const char* data, unsigned int size) {
   return !target->fail();
 }
 
-// Without a pending CR the stream's state is nobody's business here: that has
-// been looked at after each block.
+// Without a pending carriage return there is nothing to write, and write() has told
+// of the stream's state after each block.
 bool GZipReader::StreamOutput::flush() {
   if (!pendingCR) return true;
   pendingCR = false;

@@ -23,8 +23,8 @@ class GZipReader::StreamOutput : public GZipReader::Output {
 /// Gathers the bytes in one block.
 class GZipReader::BufferOutput : public GZipReader::Output {
  public:
-  /// `plausible` is the most that the archive can deliver by its own size: a
-  /// larger size is not believed before the bytes are there.
+  /// `plausible` is the most that the archive can deliver, judged by its own size.
+  /// A member that claims more gets its memory only as its bytes come.
   BufferOutput(bool convertLineEnds, std::uint64_t plausible);
   BufferOutput(const BufferOutput&) = delete;
   BufferOutput& operator=(const BufferOutput&) = delete;

@@ -68,8 +68,9 @@ int GZipFileWriter::gather(const char* data, std::size_t size) {
   return 0;
 }
 
-// Up to the end of a page: the system has to clear the rest of a new one that
-// is written in two parts.
+// Writes out what is held up to the end of a page and keeps the rest. A page that
+// is written in two parts costs more, because the system clears the rest of a new
+// one first.
 int GZipFileWriter::makeRoom() {
   constexpr std::size_t page = 4096;
   const std::size_t beyond = (static_cast<std::size_t>(position) + capacity) % page;
@@ -89,7 +90,7 @@ bool GZipFileWriter::amend(long target, const void* data, std::size_t size) {
   return true;
 }
 
-// Asked for three times a member, so that it is kept.
+// A writer asks three times a member; that is why the position is kept here.
 long GZipFileWriter::tell() {
   if (!usesHandle) {
     return stream == nullptr || stream->fail() ? -1 : static_cast<long>(stream->tellp());

@@ -61,8 +61,8 @@ class GZipWriter::BufferInput : public GZipWriter::Input {
   unsigned int left;
 };
 
-/// Lets the sink hold a member's bytes back as long as it lives; also what a
-/// member that failed has left there goes out at its end.
+/// Lets the sink gather a member's bytes as long as it lives. What a member that
+/// failed has left there goes out at its end.
 class GZipWriter::Holding {
  public:
   explicit Holding(GZipFileWriter& target) : sink(target) { sink.hold(); }
@@ -105,7 +105,8 @@ bool GZipWriter::open(const std::string& newPath) {
   const std::string native = GDirectory::unix2nativePath(newPath, false);
   const int status = hulOpenFile(native.c_str(), hulCreateForWriting, &handle);
   if (status < 0) {
-    // The archives of scenes were the first; the word has stayed for all.
+    // The first archives held scenes. The word has stayed for all, because who
+    // searches logs relies on it.
     std::string text = "Can't create scene file '%1' for writing";
     text << newPath;
     return failed(text.c_str(), status);
@@ -182,7 +183,7 @@ GZipEntry* GZipWriter::addEntry(const std::string& name) {
   return entry.release();
 }
 
-// From the top down: a directory stands in front of what it holds.
+// Works from the top down, so that a directory stands in front of what it holds.
 bool GZipWriter::makeBaseDirectories(const std::string& name) {
   std::vector<std::string> missing;
   for (std::string parent = zip::parentOf(name);

@@ -19,28 +19,31 @@
 #include "loomkit/archive/zip/zip_entry.h"
 #include "loomkit/archive/zip/zip_sink.h"
 
-/// Members are compressed and encrypted in steps of 8192 bytes, whatever their
-/// size; the directory follows at close(). The directories above a member get
-/// entries of their own, once each. All carry the time at which the writer was
-/// made.
+/// Compresses and encrypts each member in steps of 8192 bytes, whatever its size,
+/// and writes the directory at close(). The directories above a member get entries
+/// of their own, once each. All entries carry the time at which the writer was made.
 ///
-/// The first error is the last thing that is heard of (see GZipBase): from then
-/// on members are refused without a word, and close() is false. A member that
-/// failed leaves its part in the archive.
+/// After the first error, which gOutput was told (see GZipBase), the writer refuses
+/// members without a word, and close() is false. A member that failed leaves its
+/// part in the archive. The archive is written in place: where a half one must
+/// never be seen, write to the stream of a GAtomicFile.
 ///
-/// A writer serves one archive and one thread. Offsets are those of zip without
-/// zip64: members that begin beyond 2 GiB cannot be found again.
+/// A writer serves one archive, and one thread at a time uses it. Nothing throws,
+/// apart from an allocation that fails and what a host's own source throws. Offsets
+/// are those of zip without zip64: members that begin beyond 2 GiB cannot be found
+/// again.
 class LOOMKIT_API GZipWriter : public GZipBase {
  public:
-  /// The source of a member's bytes.
+  /// The source of a member's bytes. A host derives from it to take them from
+  /// where they are. It stays the caller's.
   class LOOMKIT_API Input {
    public:
     Input();
     Input(const Input&) = delete;
     Input& operator=(const Input&) = delete;
     virtual ~Input();
-    /// Stores up to `size` bytes and gives their number; less than `size` means
-    /// that the data end there.
+    /// Stores up to `size` bytes in the buffer and gives their number. A number
+    /// below `size` means that the data end there.
     virtual unsigned int read(char* buffer, unsigned int size) = 0;
   };
 
@@ -54,7 +57,7 @@ class LOOMKIT_API GZipWriter : public GZipBase {
   /// Closes.
   ~GZipWriter() override;
 
-  /// For the members from then on.
+  /// Says whether the members that follow are deflated. At first they are stored.
   void setCompression(bool on) { compression = on; }
 
   /// Creates or empties a file. Requires: the writer is closed, and new.
@@ -64,23 +67,28 @@ class LOOMKIT_API GZipWriter : public GZipBase {
   /// has failed since open(); true without an archive.
   bool close();
 
-  /// Writes a file under its own path.
+  /// Stores a file under its own path, made a member's name as below. False, and
+  /// the error "can't open file", if it cannot be opened.
   bool writeEntry(const std::string& filePath);
-  /// Write a member. The name's backslashes become slashes; leading and doubled
-  /// ones, "." and ".." go; a ".." that leads out of the archive is reported and
-  /// ignored. Stream and block stay the caller's; what ends a stream ends the
-  /// data, but for a buffer that throws, which is an error.
+  /// Stores what a stream still has, which stays the caller's. In the name,
+  /// backslashes become slashes, and leading and doubled slashes, "." and ".." are
+  /// resolved; a ".." that leads out of the archive is reported and ignored. What
+  /// ends the stream ends the data; a stream buffer that throws is an error.
   bool writeEntry(const std::string& name, std::istream* data);
+  /// Stores a block of bytes, which stays the caller's.
   bool writeEntry(const std::string& name, const char* data, unsigned int size);
+  /// Stores what a source delivers. Requires, as the other forms: an archive is
+  /// open.
   bool writeEntry(const std::string& name, Input* data);
 
-  /// Keeps the text. It is not written: archives of this writer have no comment,
-  /// and their readers count on the end record being the last 22 bytes.
+  /// Keeps the text and does not write it: archives of this writer have no
+  /// comment, and their readers count on the end record being the last 22 bytes.
   void setZipFileComment(const std::string& text) { zipFileComment = text; }
 
-  /// Extension: the same members give the same bytes at any time and place.
-  /// From then on members carry 1980-01-01 00:00, and the directory is sorted
-  /// by name. Encrypted members differ all the same.
+  /// Extension: makes the same members give the same bytes at any time and place.
+  /// Members that follow carry 1980-01-01 00:00, and the directory is sorted by
+  /// name. Encrypted members differ all the same, since they begin with random
+  /// bytes.
   void setReproducible(bool on);
 
  private:

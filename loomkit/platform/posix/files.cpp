@@ -46,7 +46,7 @@ void setPathError(const std::string& path, int error) {
   const std::size_t last = path.find_last_not_of('/');
   const std::size_t slash = last == std::string::npos ? last : path.rfind('/', last);
   const bool hasFolder = slash != std::string::npos;
-  // An empty path leads nowhere, not to a file that happens to be gone.
+  // An empty path is a mistake, and not the path of a file that is gone already.
   if (path.empty() || (hasFolder && isMissing(path.substr(0, slash + 1)))) {
     setLastError(noSuchDirectory);
   } else {
@@ -117,7 +117,7 @@ bool unlinkFile(const std::string& path) {
 }
 
 bool unlinkEntry(const std::string& directory, const std::string& entry) {
-  // As a path, such a name could lead out of the directory.
+  // A name with a separator could lead out of the directory when it is taken for a path.
   if (entry.find('\\') != std::string::npos) {
     setLastErrorFromErrno(ENOENT);
     return false;

@@ -34,7 +34,7 @@ int hulOpenDSO(const char* name, int /*flags*/, void** handle) {
   const std::string path = name;
   *handle = openModule(name);
   if (*handle != nullptr) return 0;
-  const int status = failed();  // the words for the name that was asked for
+  const int status = failed();  // now, while its words speak of the name that was asked for
   if (!path.ends_with(hulGetDSOSuffix())) return status;
   for (char version = '0'; version <= '9' && *handle == nullptr; ++version)
     *handle = openModule((path + '.' + version).c_str());

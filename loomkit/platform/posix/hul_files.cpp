@@ -53,7 +53,7 @@ int hulWrite(int handle, const void* data, int size, int* written) {
     const ssize_t count = ::write(handle, next, static_cast<std::size_t>(left));
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
-      // A device that takes nothing and calls it success would be asked forever.
+      // A device that takes no byte and calls that success would be asked forever.
       if (count == 0) errno = EIO;
       status = failedStatus();
       break;

@@ -61,7 +61,7 @@ class SpawnSettings {
   }
 };
 
-// As the system calls want them, ended by null.
+// The texts as the system calls want them: an array of pointers with a null at its end.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   pointers.reserve(texts.size() + 1);
@@ -212,7 +212,7 @@ bool waitForEnd(const ChildProcess& child, int milliseconds) {
   for (;;) {
     siginfo_t info{};
     const auto id = static_cast<id_t>(child.id);
-    // A child that somebody else has waited for has ended, too.
+    // A child that somebody else has waited for is one that has ended.
     if (::waitid(P_PID, id, &info, WEXITED | WNOHANG | WNOWAIT) != 0 || info.si_pid != 0)
       return true;
     const auto left = end - Clock::now();

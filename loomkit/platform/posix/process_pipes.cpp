@@ -127,7 +127,7 @@ bool writeHandle(int handle, const char* data, unsigned size, unsigned* count) {
 
 bool exchange(PipeEnds* ends, std::string_view input, std::size_t* sent, std::string* out,
               std::string* err, int milliseconds) {
-  // A negative descriptor is passed over.
+  // poll() passes over a negative descriptor, which stands for a closed pipe.
   pollfd wanted[] = {{ends->in, POLLOUT, 0}, {ends->out, POLLIN, 0}, {ends->err, POLLIN, 0}};
   if (ends->in == -1 && ends->out == -1 && ends->err == -1) return false;
   if (pollFor(wanted, std::size(wanted), milliseconds) <= 0) return false;

@@ -28,7 +28,7 @@ int flagsOf(OpenMode mode) {
     case OpenMode::createAlways:
       break;
   }
-  // Emptied only once it is known to be ours, see openRandomAccess().
+  // openRandomAccess() empties the file, once it is known that nobody else holds it.
   return commonFlags | O_RDWR | O_CREAT;
 }
 
@@ -45,7 +45,7 @@ int refusal(int handle, ShareMode share) {
   if (::fstat(handle, &status) != 0) return errno;
   if (!S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
   const int lock = share == ShareMode::none ? LOCK_EX : LOCK_SH;
-  // A file system without locks has no other openers to be kept out.
+  // A file system without locks cannot keep anybody out; the file is used all the same.
   if (::flock(handle, lock | LOCK_NB) != 0 && errno == EWOULDBLOCK) return EACCES;
   return 0;
 }
@@ -113,7 +113,7 @@ bool setFileSize(int handle, std::uint64_t size) {
 
 bool syncFile(int handle) {
   while (::fsync(handle) != 0) {
-    // A file system that cannot sync says so and has nothing more to offer.
+    // A file system that cannot sync says so. That is no failure: it offers no more.
     if (errno == EINVAL || errno == ENOTSUP) return true;
     if (errno != EINTR) return failed(errno);
   }

@@ -33,7 +33,8 @@ std::string resolved(const std::string& path) {
   return real != nullptr ? real.get() : path;
 }
 
-// Names need only be new: O_EXCL sees to it that no file is shared.
+// The names need not be secret, only new: O_EXCL sees to it that nobody else has the
+// file open.
 std::string candidateName(const std::string& directory) {
   static std::atomic<unsigned> counter{0};
   char name[64];
@@ -42,7 +43,7 @@ std::string candidateName(const std::string& directory) {
   return (directory == "." ? std::string() : directory) + name;
 }
 
-// A file system that cannot sync says so and has nothing more to offer.
+// A file system that cannot sync says so. That is no failure: it offers no more.
 bool syncFile(int handle) {
   while (::fsync(handle) != 0) {
     if (errno == EINVAL || errno == ENOTSUP) return true;
@@ -91,8 +92,8 @@ int createReplacement(const std::string& target, Replacement* replacement) {
   made.handle = openNew(directoryOf(path), exists ? 0600 : 0666, &made.path);
   if (made.handle < 0) return failedStatus();
   if (exists) {
-    // Another owner can be kept by a privileged process only. Rights follow
-    // the owner, since a change of owner may clear some of them.
+    // Only a privileged process can give the file to another owner. The rights are
+    // set after the owner, because a change of owner may clear some of them.
     [[maybe_unused]] const int ignored = ::fchown(made.handle, status.st_uid, status.st_gid);
     if (::fchmod(made.handle, status.st_mode & 07777) != 0) {
       const int failure = failedStatus();
@@ -105,7 +106,8 @@ int createReplacement(const std::string& target, Replacement* replacement) {
 }
 
 int commitReplacement(Replacement* replacement) {
-  // Before anything is done that memory running out could interrupt.
+  // The texts are made first, so that memory that runs out cannot interrupt what
+  // follows.
   const std::string directory = directoryOf(replacement->target);
   int status = syncFile(replacement->handle) ? 0 : failedStatus();
   status = closeKeeping(status, replacement->handle);
