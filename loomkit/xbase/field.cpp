@@ -126,7 +126,7 @@ void assignChar(DataFile& data, std::size_t field, char value) {
   assignText(data, field, std::string_view(&value, 1));
 }
 
-void assignLong(DataFile& data, std::size_t field, long value) {
+void assignLong(DataFile& data, std::size_t field, std::int64_t value) {
   const Field& info = data.fields[field];
   char digits[24];
   const auto [end, error] = std::to_chars(digits, digits + sizeof digits, value);

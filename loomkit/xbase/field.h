@@ -29,7 +29,7 @@ void assignText(DataFile& data, std::size_t field, std::string_view text);
 void assignChar(DataFile& data, std::size_t field, char value);
 /// Assign a number, right-aligned at the field's width and decimals. One that
 /// does not fit gives up decimals first; then the field is filled with stars.
-void assignLong(DataFile& data, std::size_t field, long value);
+void assignLong(DataFile& data, std::size_t field, std::int64_t value);
 void assignDouble(DataFile& data, std::size_t field, double value);
 
 /// The text of a memo; empty for a field without one. errorReading: the field
