@@ -45,6 +45,7 @@
 #include "loomkit/db/table_scan.h"
 #include "loomkit/db/transaction_handler.h"
 #include "loomkit/db/typed_row.h"
+#include "loomkit/db/xbase/xbase_database.h"
 #include "loomkit/object/object.h"
 #include "loomkit/object/object_reader.h"
 #include "loomkit/object/ref.h"

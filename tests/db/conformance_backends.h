@@ -100,8 +100,24 @@ struct Sqlite {
   }
 };
 
+struct XBase {
+  static constexpr Traits traits = {.name = "XBase",
+                                    .inserts = true,
+                                    .createsTables = true,
+                                    .ignoresFieldCase = true,
+                                    .upperCasesNames = true,
+                                    .needsStructure = true,
+                                    .convertsEncodings = true};
+
+  static DatabaseOwner open(const ScratchDirectory& dir) {
+    DatabaseOwner database = openDb("xbase:" + dir.path());
+    createParts(database.get());
+    return database;
+  }
+};
+
 /// Every backend.
-using Backends = ::testing::Types<Csv, Sqlite>;
+using Backends = ::testing::Types<Csv, Sqlite, XBase>;
 
 }  // namespace loomkit::testing
 

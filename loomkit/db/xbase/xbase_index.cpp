@@ -72,14 +72,14 @@ bool gDbXBaseTypesFit(GDbFieldType type, const Field& field) {
 
 GDbXBaseIndex::GDbXBaseIndex(const GDbIndex& index, const loomkit::xbase::DataFile& table)
     : GDbIndex(index), columnNames(normalizedColumns(index.getColumns())) {
-  for (const std::string& name : columnNames) {
-    const int id = loomkit::xbase::fieldNumber(table, name);
+  for (const std::string& column : columnNames) {
+    const int id = loomkit::xbase::fieldNumber(table, column);
     if (id < 0) return;
     const Field& field = table.fields[static_cast<std::size_t>(id)];
     if (field.type == 'M') return;
     fieldIds.push_back(id);
     if (!expression.empty()) expression += '+';
-    expression += columnExpression(name, field);
+    expression += columnExpression(column, field);
   }
   valid = !fieldIds.empty();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // GDbXBaseTable: reading and changing the records of a table.
 #include <cstdint>
+#include <memory>
 
 #include "loomkit/db/record_set.h"
 #include "loomkit/db/structure.h"
@@ -137,9 +138,9 @@ void assignField(xbase::DataFile& file, std::size_t field, const GDbRecord& reco
 
 }  // namespace
 
-GDbXBaseTable::GDbXBaseTable(GDbXBase* database, const std::string& name, GDbXBaseData* shared,
+GDbXBaseTable::GDbXBaseTable(GDbXBase* owner, const std::string& tableName, GDbXBaseData* shared,
                              const std::vector<GDbFieldType>& types)
-    : GDbTable(database, name), data(shared), fieldTypes(types), recordNumber(unknownRecord) {
+    : GDbTable(owner, tableName), data(shared), fieldTypes(types), recordNumber(unknownRecord) {
   data->addRef();
 }
 
@@ -151,10 +152,10 @@ GDbStatus GDbXBaseTable::closeTable() {
   return GDbTable::closeTable();
 }
 
-GDbStatus GDbXBaseTable::getFieldId(const char* name, int* id) {
+GDbStatus GDbXBaseTable::getFieldId(const char* fieldName, int* id) {
   if (data == nullptr) return GDbTableNotOpen;
-  if (name == nullptr || id == nullptr) return GDbInvalidArgument;
-  const std::string_view cut = std::string_view(name).substr(0, xbase::dbf::longestName);
+  if (fieldName == nullptr || id == nullptr) return GDbInvalidArgument;
+  const std::string_view cut = std::string_view(fieldName).substr(0, xbase::dbf::longestName);
   const int number = xbase::fieldNumber(data->getFile(), cut);
   if (number < 0) return GDbInvalidFieldName;
   *id = number;
@@ -169,7 +170,7 @@ GDbStatus GDbXBaseTable::getStructure(GDbStructure** result) {
     structure->appendField(GDbField(field.name, loomkit::naturalType(field),
                                     static_cast<int>(field.width), static_cast<int>(field.decimals),
                                     false, false));
-  for (const auto& [name, index] : data->getIndexes()) structure->addIndex(index);
+  for (const auto& entry : data->getIndexes()) structure->addIndex(entry.second);
   *result = structure.release();
   return GDbNoError;
 }
