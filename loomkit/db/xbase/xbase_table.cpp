@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // GDbXBaseTable: reading and changing the records of a table.
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -36,6 +37,14 @@ GDbStatus changeStatus(int code, const std::string& what) {
   if (code == xbase::locked) return GDbLockFailed;
   if (code == xbase::notUnique) return GDbNonUniqueKey;
   return unexpected(what, code);
+}
+
+// Whether the keys can be looked at.
+bool areKeys(const GDbKey* keys, int count) {
+  if (keys == nullptr) return count < 1;
+  return std::none_of(keys, keys + std::max(count, 0), [](const GDbKey& key) {
+    return key.type == GDbFieldString && key.value.stringValue == nullptr;
+  });
 }
 
 /// One key of a table: finds its records, one after the other.
@@ -185,6 +194,7 @@ GDbStatus GDbXBaseTable::appendRecord(GDbRecordSet* result) {
 
 GDbStatus GDbXBaseTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) {
   if (data == nullptr || data->getIndexFile() == nullptr) return GDbTableNotOpen;
+  if (!areKeys(keys, count) || result == nullptr) return GDbInvalidArgument;
   gDbXBaseEngine();
   KeySearch search(data);
   bool found = false;
@@ -197,6 +207,7 @@ GDbStatus GDbXBaseTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet*
 }
 
 GDbStatus GDbXBaseTable::getFirstRecord(GDbRecordSet* result) {
+  if (result == nullptr) return data == nullptr ? GDbTableNotOpen : GDbInvalidArgument;
   recordNumber = 0;
   return getNextRecord(result);
 }
@@ -206,6 +217,7 @@ GDbStatus GDbXBaseTable::getNextRecord(GDbRecordSet* result) {
     recordNumber = unknownRecord;
     return GDbTableNotOpen;
   }
+  if (result == nullptr) return GDbInvalidArgument;
   if (recordNumber == unknownRecord) return GDbNoRecordNumber;
   gDbXBaseEngine();
   xbase::DataFile& file = data->getFile();
@@ -259,6 +271,7 @@ GDbStatus GDbXBaseTable::insertRecords(const GDbRecordSet& records) {
 GDbStatus GDbXBaseTable::deleteKeys(const GDbKey* keys, int count) {
   if (data == nullptr || data->getIndexFile() == nullptr) return GDbTableNotOpen;
   if (data->isReadOnly()) return GDbTableReadOnly;
+  if (!areKeys(keys, count)) return GDbInvalidArgument;
   gDbXBaseEngine();
   xbase::DataFile& file = data->getFile();
   KeySearch search(data);
