@@ -52,10 +52,15 @@ class LOOMKIT_API GDbDatabase {
   virtual GDbStatus openTable(const std::string& name, const GDbStructure* structure,
                               GDbTable** table) = 0;
 
-  /// Creates a table and opens it.
+  /// Creates a table with the columns and indexes of `structure` and opens it
+  /// into `*table`; the caller owns it. GDbTableExists: there is one of that name;
+  /// GDbCreateTableNotSupported where the backend only reads.
   virtual GDbStatus createTable(const std::string& name, const GDbStructure* structure,
                                 GDbTable** table) = 0;
 
+  /// Deletes a table with its records. GDbTableInUse: it is open;
+  /// GDbInvalidTableName: there is none; GDbDeleteTableNotSupported where the
+  /// backend only reads.
   virtual GDbStatus deleteTable(const std::string& name) = 0;
 
   /// Sets the code set of the texts in the database. A backend without
@@ -75,6 +80,7 @@ class LOOMKIT_API GDbDatabase {
   /// The database of a handle; null when there is none or it is another by now.
   static GDbDatabase* getDatabase(int dbIdx, int seqNo);
 
+  /// The two numbers of the handle: a slot, and a number that is never used again.
   [[nodiscard]] int getDbIdx() const { return dbIdx; }
   [[nodiscard]] int getSeqNo() const { return seqNo; }
   /// The whole locator.

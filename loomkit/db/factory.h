@@ -1,5 +1,12 @@
 // SPDX-License-Identifier: MIT
 // GDbDbFactory: what opens the databases of one type.
+//
+//   class MyFactory : public GDbDbFactory {
+//    public:
+//     MyFactory() : GDbDbFactory("mine") { GDbDatabase::registerDbFactory(this); }
+//     GDbStatus openDatabase(const char* locator, GDbDatabase** database) override;
+//   };
+//   static MyFactory* const factory = new MyFactory;   // "mine:..." opens from now on
 #ifndef LOOMKIT_DB_FACTORY_H
 #define LOOMKIT_DB_FACTORY_H
 
@@ -12,7 +19,7 @@ class GDbDatabase;
 
 /// Opens databases of one type. A backend derives from it and hands one object
 /// to GDbDatabase::registerDbFactory(), which keeps it to the end of the
-/// process.
+/// process. Failures are statuses. For one thread at a time, as the registry is.
 class LOOMKIT_API GDbDbFactory {
  public:
   /// `typeId` is what stands before a locator's colon, in lower case.
@@ -22,9 +29,12 @@ class LOOMKIT_API GDbDbFactory {
   virtual ~GDbDbFactory();
 
   /// Opens the database of a whole locator and stores it in `*database`; the
-  /// caller owns it. GDbInvalidLocator when the locator has no colon.
+  /// caller owns it. GDbInvalidLocator when the locator has no colon; on every
+  /// failure `*database` stays as it is. loomkit::splitLocator() takes a locator
+  /// apart.
   virtual GDbStatus openDatabase(const char* locator, GDbDatabase** database) = 0;
 
+  /// The type id that was given.
   [[nodiscard]] const std::string& getDbTypeId() const { return typeId; }
 
  private:

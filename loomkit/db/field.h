@@ -23,9 +23,13 @@ enum GDbFieldType : int {
 /// The tag below it still says how the stored placeholder is read.
 inline constexpr int GDbFieldNullFlag = 0x10000;
 
-/// One column: a value class, changed by assignment only.
+/// The description of one column: a value class, changed by assignment only. Each
+/// object holds its own name; copies share nothing. Nothing fails.
+///
+///   GDbField field("price", GDbFieldFloat, 12, 2, false, true);
 class LOOMKIT_API GDbField {
  public:
+  /// No name, GDbFieldNone, and everything else 0 or false.
   GDbField();
   GDbField(const GDbField&);
   /// `width` in characters: -1 for text without a bound, 0 where unknown.
@@ -36,11 +40,17 @@ class LOOMKIT_API GDbField {
   GDbField& operator=(const GDbField&);
   ~GDbField();
 
+  /// The column's name; the text stays the field's.
   [[nodiscard]] const std::string& getName() const { return name; }
+  /// The type of the column's values.
   [[nodiscard]] GDbFieldType getType() const { return type; }
+  /// The width in characters: -1 for text without a bound, 0 where unknown.
   [[nodiscard]] int getWidth() const { return width; }
+  /// The digits behind the decimal point: -1 where there is no fixed number.
   [[nodiscard]] int getDecDigits() const { return decDigits; }
+  /// Whether the column belongs to the primary key.
   [[nodiscard]] bool isPrimKey() const { return primKey; }
+  /// Whether the column is to have an index of its own.
   [[nodiscard]] bool isKey() const { return key; }
 
  private:
@@ -52,19 +62,26 @@ class LOOMKIT_API GDbField {
   bool key = false;
 };
 
-/// One index: a value class. `columns` are the column names joined by commas,
-/// without quotes.
+/// The description of one index: a value class, changed by assignment only.
+/// Nothing fails.
+///
+///   GDbIndex index("by_place", "street,number", false, false);
 class LOOMKIT_API GDbIndex {
  public:
+  /// No name, no columns, neither unique nor descending.
   GDbIndex();
   GDbIndex(const GDbIndex&);
+  /// `columns` are the names of the columns joined by commas, without quotes.
   GDbIndex(const std::string& name, const std::string& columns, bool unique, bool descending);
   GDbIndex& operator=(const GDbIndex&);
   ~GDbIndex();
 
   [[nodiscard]] const std::string& getName() const { return name; }
+  /// The names of the columns, joined by commas.
   [[nodiscard]] const std::string& getColumns() const { return columns; }
+  /// Whether no two rows may have the same values in the columns.
   [[nodiscard]] bool isUnique() const { return unique; }
+  /// Whether the largest value comes first.
   [[nodiscard]] bool isDescending() const { return descending; }
 
  private:

@@ -50,8 +50,9 @@ void GDbKey::dupString() {
   copyString();
 }
 
-// Replaces the text by a copy of it. The flag is down while the allocation may
-// fail, so that nobody frees a text that belongs to another.
+// Replaces the text by a copy of it. The allocation may throw while the text still
+// belongs to another; ownsString is false until then, so that the destructor does
+// not free that text.
 void GDbKey::copyString() {
   ownsString = false;
   const std::size_t size = std::strlen(value.stringValue) + 1;

@@ -15,16 +15,21 @@
 /// lookup allocates nothing; after dupString() it owns a private copy. Copies
 /// of a borrowing key borrow, copies of an owning key own a copy of their own.
 ///
-/// The members are public for the backends, which read them directly.
+/// The members are public for the backends, which read them directly. A key with
+/// a null text is refused by every lookup with GDbInvalidArgument. For one thread
+/// at a time.
 class LOOMKIT_API GDbKey {
  public:
+  /// Field 0 and GDbFieldNone, which matches nothing.
   GDbKey();
   GDbKey(const GDbKey& other);
+  /// Terms of each type: the field of that zero-based number must hold `value`.
   GDbKey(int field, int value);
   GDbKey(int field, unsigned value);
   GDbKey(int field, double value);
   /// Requires: `value` stays valid while the key borrows it.
   GDbKey(int field, const char* value);
+  /// Releases an owned text first. Assigning a key to itself does nothing.
   GDbKey& operator=(const GDbKey& other);
   ~GDbKey();
 

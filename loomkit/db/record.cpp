@@ -31,7 +31,8 @@ Block makeText(const char* text, std::size_t length) {
 // The block of a blob takes a multiple of four bytes, its length included.
 constexpr std::size_t padded(std::size_t size) { return (size + 3) & ~std::size_t{3}; }
 
-// `array` with room for `capacity` entries, `count` of them taken along.
+// A new array with room for `capacity` entries, into which the `count` entries of
+// `array` have been copied.
 template <typename Entry>
 Entry* grownArray(const Entry* array, int count, int capacity) {
   auto* grown =
@@ -144,8 +145,9 @@ void GDbRecord::addBlobField(const void* data, unsigned size) {
   static_cast<void>(block.release());
 }
 
-// The capacity is not stored: it is 4, and from 4 fields on the next power of
-// two, so a count that is such a power means that both arrays are full.
+// The capacity is not stored, because it follows from the count: it is 4 at first
+// and doubles whenever the arrays are full. So the arrays are full exactly when
+// the count is a power of two of at least 4.
 void GDbRecord::addField(GDbFieldType type, void* value) {
   const bool full = numFields >= firstCapacity && (numFields & (numFields - 1)) == 0;
   if (numFields == 0 || full) {

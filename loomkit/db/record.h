@@ -41,12 +41,16 @@ class LOOMKIT_API GDbRecord {
   /// Releases the record and what it owns. Aborts when a field is GDbFieldNone.
   void deleteRecord();
 
+  /// How many fields there are.
   [[nodiscard]] int getNumFields() const { return numFields; }
 
   /// The tag without the NULL bit.
   [[nodiscard]] GDbFieldType getFieldType(int field) const {
     return static_cast<GDbFieldType>(types[field] & ~GDbFieldNullFlag);
   }
+  /// The value of a field. Requires: `field` is a field number and the field is of
+  /// that type; getIntField() and getUIntField() read the same 32 bits. A text is
+  /// NUL-terminated and stays the record's.
   [[nodiscard]] int getIntField(int field) const { return *static_cast<const int*>(values[field]); }
   [[nodiscard]] unsigned getUIntField(int field) const {
     return *static_cast<const unsigned*>(values[field]);
@@ -57,7 +61,8 @@ class LOOMKIT_API GDbRecord {
   [[nodiscard]] const char* getStringField(int field) const {
     return static_cast<const char*>(values[field]);
   }
-  /// The bytes stay the record's. A field without a value block gives null and 0.
+  /// Stores the address and the number of a blob's bytes, which stay the record's.
+  /// A field without a value block gives null and 0.
   void getBlobField(int field, const void** data, unsigned* size);
   void getBlobField(int field, const void** data, unsigned* size) const;
 
@@ -69,6 +74,7 @@ class LOOMKIT_API GDbRecord {
   /// Requires: `value` is not null.
   void addStringField(const char* value);
   void addStringField(const std::string& value);
+  /// Requires: `data` is not null, unless `size` is 0.
   void addBlobField(const void* data, unsigned size);
 
  protected:

@@ -14,8 +14,9 @@
 #include "loomkit/db/field.h"
 #include "loomkit/platform/export.h"
 
-/// A table's columns in order, so that field numbers are indices, and its
-/// indexes. A value class with deep copies.
+/// A table's columns in order, so that field numbers are indices into them, and
+/// its indexes. A value class with deep copies: whoever makes one owns it. Nothing
+/// fails but getFieldId(). For one thread at a time.
 class LOOMKIT_API GDbStructure {
  public:
   /// `ignoreCase` and `maxNameLen` rule getFieldId(): whether letter case
@@ -25,9 +26,12 @@ class LOOMKIT_API GDbStructure {
   GDbStructure& operator=(const GDbStructure&);
   ~GDbStructure();
 
+  /// Appends a copy of the column, whose number is the count before the call.
   void appendField(const GDbField& field);
+  /// Appends a copy of the index.
   void addIndex(const GDbIndex& index);
 
+  /// How many columns there are.
   [[nodiscard]] int getNumFields() const { return static_cast<int>(fields.size()); }
   /// Requires: `field` is a field number.
   [[nodiscard]] const GDbField& getField(int field) const {
@@ -37,6 +41,7 @@ class LOOMKIT_API GDbStructure {
   /// the searched name is cut to the significant length: a longer stored name
   /// is never found.
   [[nodiscard]] int getFieldId(const std::string& name) const;
+  /// All columns and all indexes; they stay the structure's.
   [[nodiscard]] const std::vector<GDbField>& getFields() const { return fields; }
   [[nodiscard]] const std::vector<GDbIndex>& getIndices() const { return indices; }
 

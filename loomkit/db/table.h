@@ -39,20 +39,21 @@ class LOOMKIT_API GDbTable {
   /// Leaves the database's list and frees the slot.
   virtual ~GDbTable();
 
-  /// Repeatable.
+  /// Gives back what the table holds open. Repeatable; the destructor calls it.
   virtual GDbStatus closeTable();
 
-  /// The number of a field. GDbInvalidFieldName: there is none of that name.
+  /// Stores the number of a field in `*id`. GDbInvalidFieldName: there is none of that name.
   virtual GDbStatus getFieldId(const char* name, int* id) = 0;
 
-  /// A new structure, which the caller deletes.
+  /// Stores a new structure in `*structure`, which the caller deletes.
   virtual GDbStatus getStructure(GDbStructure** structure) = 0;
 
   /// lookupKeys() with one key.
   virtual GDbStatus lookupKey(const GDbKey& key, GDbRecordSet* result);
 
-  /// Appends to `result` the records that match all of the keys. No match is
-  /// success.
+  /// Appends to `result` the records that match all of the `count` keys. No match
+  /// is success. GDbInvalidArgument: a key's field is not in the table, its text
+  /// is null, or there is no array of keys.
   virtual GDbStatus lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) = 0;
 
   /// Scan in the table's own order, one record a call. At the end nothing is
@@ -61,6 +62,7 @@ class LOOMKIT_API GDbTable {
   virtual GDbStatus getFirstRecord(GDbRecordSet* result) = 0;
   virtual GDbStatus getNextRecord(GDbRecordSet* result) = 0;
 
+  /// Inserts copies of all records in order, up to the first failure.
   /// GDbInsertNotSupported where the backend only reads.
   virtual GDbStatus insertRecords(const GDbRecordSet& records) = 0;
 
@@ -74,6 +76,8 @@ class LOOMKIT_API GDbTable {
   /// The table of a handle; null when there is none or it is another by now.
   static GDbTable* getTable(int tableIdx, int seqNo);
 
+  /// The name that the table was opened with, the two numbers of its handle, and
+  /// whether it has not been closed.
   [[nodiscard]] const std::string& getName() const { return name; }
   [[nodiscard]] int getSeqNo() const { return seqNo; }
   [[nodiscard]] int getTableIdx() const { return tableIdx; }

@@ -23,6 +23,7 @@
 /// getStatus() then tells. The table must outlive the scan.
 class LOOMKIT_API GDbTableScan {
  public:
+  /// A scan of `table`, which stays the caller's. Nothing is read before begin().
   explicit GDbTableScan(GDbTable* table);
   ~GDbTableScan();
 
@@ -50,10 +51,12 @@ class LOOMKIT_API GDbTableScan {
     GDbTableScan* scan = nullptr;
   };
 
-  /// Restarts the scan.
+  /// Starts the scan anew, and moves onto the first record.
   Iterator begin() { return advance(true) ? Iterator(this) : Iterator(); }
   Iterator end() { return {}; }
 
+  /// 0 while the scan goes on and at the end of the table; otherwise the failure
+  /// that has ended it.
   [[nodiscard]] GDbStatus getStatus() const { return status; }
 
  private:

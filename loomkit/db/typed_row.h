@@ -17,11 +17,14 @@
 
 /// A view of one record with the column names of its table. Owns neither:
 /// both must outlive it. A getter gives nothing for a field that does not exist,
-/// that is NULL, or that is of another type.
+/// that is NULL, or that is of another type. Nothing else fails. For one thread at
+/// a time.
 class LOOMKIT_API GDbTypedRow {
  public:
+  /// Requires: both outlive the view.
   GDbTypedRow(const GDbRecord& record, const GDbStructure& structure);
 
+  /// How many fields the record has.
   [[nodiscard]] int getNumFields() const;
   /// The number of the field of that name by the structure's rules, or -1.
   [[nodiscard]] int getFieldId(const std::string& name) const;
@@ -33,15 +36,17 @@ class LOOMKIT_API GDbTypedRow {
   [[nodiscard]] bool isNull(int field) const;
   [[nodiscard]] bool isNull(const std::string& name) const { return isNull(getFieldId(name)); }
 
+  /// The value of a field of exactly that type.
   [[nodiscard]] std::optional<int> getInt(int field) const;
   [[nodiscard]] std::optional<unsigned> getUInt(int field) const;
   [[nodiscard]] std::optional<double> getFloat(int field) const;
-  /// The bytes stay the record's.
+  /// A text or a blob; the bytes stay the record's.
   [[nodiscard]] std::optional<std::string_view> getString(int field) const;
   [[nodiscard]] std::optional<std::string_view> getBlob(int field) const;
   /// Any integer or floating value.
   [[nodiscard]] std::optional<double> getNumber(int field) const;
 
+  /// The same for the field of a name.
   [[nodiscard]] std::optional<int> getInt(const std::string& name) const {
     return getInt(getFieldId(name));
   }

@@ -35,7 +35,8 @@ class CsvLineReader;
 
 /// A directory, optionally with a zip archive in it. A table is looked for when
 /// it is opened: `<name>.csv` in the directory ("files") and in the archive
-/// ("zip"), in the order of the option "order=".
+/// ("zip"), in the order of the option "order=". The caller of openDatabase() owns
+/// it. Failures are statuses. For one thread at a time.
 class LOOMKIT_API GDbCSV : public GDbDatabase {
  public:
   /// `options` are those behind the locator's question mark; unknown ones are
@@ -97,7 +98,9 @@ class LOOMKIT_API GDbCSVTable : public GDbTable {
   GDbCSVTable& operator=(const GDbCSVTable&) = delete;
   ~GDbCSVTable() override;
 
+  /// Closes the file and drops the indexes.
   GDbStatus closeTable() override;
+  /// By the rules of the structure that the table was opened with.
   GDbStatus getFieldId(const char* name, int* id) override;
   GDbStatus getStructure(GDbStructure** result) override;
   /// The order of the keys matters to speed: (a, b) and (b, a) use two indexes.

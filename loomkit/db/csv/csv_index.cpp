@@ -81,9 +81,10 @@ void CsvIndex::sort() {
   entries.shrink_to_fit();
 }
 
-// A lower bound whose first guess is where the hash would lie if all hashes were
-// spread evenly; from there the search widens by doubling steps. On large
-// indexes that touches a few cache lines where plain halving touches twenty.
+// Finds the first entry that is not below `hash`. The search begins where the hash
+// would lie if all hashes were spread evenly, and widens from there in steps that
+// double. On a large index this reads a few cache lines, where halving the whole
+// index would read twenty.
 CsvIndex::Iterator CsvIndex::lowerBound(std::uint32_t hash) const {
   if (entries.empty() || hash <= entries.front().hash) return entries.begin();
   if (hash > entries.back().hash) return entries.end();

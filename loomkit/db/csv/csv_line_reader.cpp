@@ -10,8 +10,8 @@ namespace {
 
 constexpr std::size_t firstRoom = 128;
 
-// Opens the protected get area of any stream buffer: naming the members through
-// a derived class is what the language allows.
+// Gives access to the get area of any stream buffer. Its members are protected,
+// and C++ lets a derived class name them for objects of the base class, too.
 struct GetArea : std::streambuf {
   static const char* begin(std::streambuf* buffer) { return (buffer->*(&GetArea::gptr))(); }
   static const char* end(std::streambuf* buffer) { return (buffer->*(&GetArea::egptr))(); }

@@ -24,7 +24,7 @@ GDbStatus checkStructure(const GDbStructure& real, const GDbStructure& wanted) {
   return GDbNoError;
 }
 
-// Without a caller's view every column must be readable.
+// Without a caller's view all columns are read, so that each must have a type.
 GDbStatus checkAllTyped(const GDbStructure& real) {
   const auto& fields = real.getFields();
   const bool typed = std::none_of(fields.begin(), fields.end(), [](const GDbField& field) {
@@ -42,7 +42,8 @@ GSqlDatabaseImpl::GSqlDatabaseImpl(const std::string& locator) : GSqlDatabase(lo
   setTransactionHandler(this);
 }
 
-// A query may have been made after the close, and its handle may outlive us.
+// A query may have been made after the close, and its handle may live longer than
+// the database: it must not reach for a database that is gone.
 GSqlDatabaseImpl::~GSqlDatabaseImpl() { invalidateQueries(); }
 
 void GSqlDatabaseImpl::invalidateQueries() {

@@ -21,8 +21,11 @@ class GSqlQueryData;
 /// The table of living queries, the cache of prepared lookups, the last error,
 /// and the tables of an SQL database. It is its own transaction handler.
 ///
-/// The operations on a GSqlQueryData are a driver's; a query is one that the
-/// driver's createQuery() made. Results are stored only on success.
+/// The operations on a GSqlQueryData are a driver's to implement: `query` is always
+/// one that the driver's createQuery() has made, parameters and columns count from
+/// 0, results are stored only on success, and a failure is noted by setError(), so
+/// that its words reach the caller. A host calls the same operations of GSqlQuery,
+/// where each is described for its caller.
 class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionHandler {
  public:
   GSqlDatabaseImpl(const GSqlDatabaseImpl&) = delete;
@@ -40,23 +43,34 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   GDbStatus deleteTable(const std::string& name) override;
   [[nodiscard]] const GSqlError& getLastError() const override { return lastError; }
 
+  /// Give a parameter its value. GSqlQuery has seen to it that the query is not
+  /// active, and that a text or blob is not null.
   virtual GDbStatus bindInt(GSqlQueryData* query, int index, int value) = 0;
   virtual GDbStatus bindInt64(GSqlQueryData* query, int index, std::int64_t value) = 0;
   virtual GDbStatus bindDouble(GSqlQueryData* query, int index, double value) = 0;
+  /// `length` -1: to the terminator. Without `copy` the bytes stay valid until the
+  /// query is reset.
   virtual GDbStatus bindText(GSqlQueryData* query, int index, const char* text, int length,
                              bool copy) = 0;
   virtual GDbStatus bindBlob(GSqlQueryData* query, int index, void* data, unsigned size,
                              bool copy) = 0;
   virtual GDbStatus bindNull(GSqlQueryData* query, int index) = 0;
   virtual GDbStatus clearBindings(GSqlQueryData* query) = 0;
+  /// Make the query inactive, have its statement compiled, and execute it.
   virtual GDbStatus reset(GSqlQueryData* query) = 0;
   virtual GDbStatus prepare(GSqlQueryData* query) = 0;
   virtual GDbStatus exec(GSqlQueryData* query) = 0;
+  /// Move onto a row; every move drops the query's cached record.
+  /// GDbNoMoreRecords: behind the last row. GDbScrollBackNotSupported where the
+  /// driver has no way back.
   virtual GDbStatus first(GSqlQueryData* query) = 0;
   virtual GDbStatus last(GSqlQueryData* query) = 0;
   virtual GDbStatus next(GSqlQueryData* query) = 0;
   virtual GDbStatus previous(GSqlQueryData* query) = 0;
   virtual GDbStatus seek(GSqlQueryData* query, int position, bool relative) = 0;
+  /// Read a column of the current row, without conversion: GDbNotPositioned,
+  /// GDbInvalidArgument for a column that is not there, GDbColumnIsNull,
+  /// GDbFieldTypeMismatch.
   virtual GDbStatus isNull(GSqlQueryData* query, int column, bool* result) = 0;
   virtual GDbStatus getInt(GSqlQueryData* query, int column, int* value) = 0;
   virtual GDbStatus getInt64(GSqlQueryData* query, int column, std::int64_t* value) = 0;
@@ -64,16 +78,20 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   virtual GDbStatus getText(GSqlQueryData* query, int column, std::string* value) = 0;
   virtual GDbStatus getBlob(GSqlQueryData* query, int column, const void** data,
                             unsigned* size) = 0;
+  /// Allow moving backwards, and tell how many rows a statement has changed or a
+  /// result has.
   virtual GDbStatus setForwardOnly(GSqlQueryData* query, bool forward) = 0;
   virtual GDbStatus getNumRowsAffected(GSqlQueryData* query, int* count) = 0;
   virtual GDbStatus getSize(GSqlQueryData* query, int* count) = 0;
   /// A new record of the current row, which the caller owns.
   virtual GDbStatus getRecord(GSqlQueryData* query, GDbRecord** record) = 0;
+  /// A new query of this driver, which is counted by the handles on it.
   virtual GSqlQueryData* createQuery(const std::string& statement) = 0;
   virtual GSqlQueryData* createQuery() = 0;
   /// The table's real structure, which the caller owns; a null `structure` only
   /// asks whether the table exists.
   virtual GDbStatus getTableStructure(const std::string& name, GDbStructure** structure) = 0;
+  /// 0 when there is such a table, GDbInvalidTableName when there is none.
   virtual GDbStatus tableExists(const std::string& name) = 0;
 
   /// A prepared lookup from the cache, taken out of it, or a new one. So a
@@ -96,6 +114,8 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   GDbStatus setError(GDbStatus status);
   GDbStatus setError(GDbStatus status, const std::string& text);
 
+  /// The handler's operations: beginTransaction() in the default mode,
+  /// commitTransaction() and rollbackTransaction().
   GDbStatus begin() override;
   GDbStatus commit() override;
   GDbStatus rollback() override;

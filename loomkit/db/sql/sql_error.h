@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 // GSqlError: the status of a failed SQL operation with the driver's own words.
+//
+//   if (query.exec() != GDbNoError) std::puts(query.getLastError().getText().c_str());
 #ifndef LOOMKIT_DB_SQL_SQL_ERROR_H
 #define LOOMKIT_DB_SQL_SQL_ERROR_H
 
@@ -13,13 +15,17 @@
 /// thread.
 class LOOMKIT_API GSqlError {
  public:
+  /// No error.
   GSqlError();
+  /// Shares the error of `other`.
   GSqlError(const GSqlError& other);
   GSqlError(GDbStatus status);
+  /// `databaseText` is the database's own message.
   GSqlError(GDbStatus status, const std::string& databaseText);
   GSqlError& operator=(const GSqlError& other);
   ~GSqlError();
 
+  /// The status; 0 for "no error".
   [[nodiscard]] GDbStatus getStatus() const;
   /// The words of gDbStrError() for a status that is not 0; else empty.
   [[nodiscard]] const std::string& getDriverText() const;

@@ -66,8 +66,8 @@ void GSqlQuery::setSqlError(const GSqlError& error) const {
   if (data != nullptr) data->lastError = error;
 }
 
-// Every operation passes here: `call` works on the open database, and what it
-// says on failure stays with the query.
+// Every operation passes here. `call` is made on the open database; when it fails,
+// the error that the database has noted is kept by the query.
 template <typename Call>
 GDbStatus GSqlQuery::forward(Call call) const {
   GSqlDatabaseImpl* database = getSqlDatabaseImpl();

@@ -38,6 +38,8 @@ class LOOMKIT_API GSqlQuery {
   /// The null handle.
   GSqlQuery();
   GSqlQuery(const GSqlQuery& other);
+  /// A query without a statement, and one with its text, which is not prepared
+  /// yet. The null handle when `database` is null.
   GSqlQuery(GSqlDatabase* database);
   GSqlQuery(GSqlDatabase* database, const std::string& statement);
   GSqlQuery& operator=(const GSqlQuery& other);
@@ -46,33 +48,49 @@ class LOOMKIT_API GSqlQuery {
   /// Lets go of the statement: a null handle from now on.
   void clear();
 
+  /// Null after the database has closed, and for a null handle.
   [[nodiscard]] GSqlDatabase* getSqlDatabase() const;
+  /// The statement's text; empty for a null handle.
   [[nodiscard]] const std::string& getStatement() const;
+  /// Whether this is a null handle.
   [[nodiscard]] bool isNull() const { return data == nullptr; }
+  /// Whether the statement was executed and not reset since.
   [[nodiscard]] bool isActive() const;
+  /// Whether the statement yields columns. Asking prepares it.
   [[nodiscard]] bool isSelect() const;
+  /// Whether the query is on a row.
   [[nodiscard]] bool isValid() const;
+  /// Whether rows can only be moved over forwards; true for a null handle.
   [[nodiscard]] bool isForwardOnly() const;
   /// Of a null handle: GDbQueryNotInitialized.
   [[nodiscard]] const GSqlError& getLastError() const;
 
+  /// Give the parameter `index` its value for the executions to come.
   GDbStatus bindInt(int index, int value);
   GDbStatus bindInt64(int index, std::int64_t value);
   GDbStatus bindDouble(int index, double value);
-  /// `length` -1: to the terminator. Without `copy` the text may have to stay
-  /// valid until the query is done with it; that is the driver's to say.
+  /// `length` -1: to the terminator. GDbInvalidArgument: `text` is null. Without
+  /// `copy` the text may have to stay valid until the query is done with it; that
+  /// is the driver's to say.
   GDbStatus bindText(int index, const char* text, int length, bool copy);
   /// Binds a copy of `count` bytes of `text` from `pos` on, clipped to its end.
   /// With `npos` the text goes from `pos` to the end, or to a NUL before it.
   /// GDbInvalidArgument when `pos` is beyond the end.
   GDbStatus bindText(int index, const std::string& text, unsigned pos, unsigned count);
+  /// Null `bytes` of size 0 bind a NULL; of any other size they are refused with
+  /// GDbInvalidArgument. `copy` as with bindText().
   GDbStatus bindBlob(int index, void* bytes, unsigned size, bool copy);
   GDbStatus bindNull(int index);
+  /// Makes every parameter NULL. An active query is reset by it.
   GDbStatus clearBindings();
 
+  /// Makes the query inactive. Its parameters keep their values.
   GDbStatus reset();
+  /// Has the statement compiled, which also exec() does when it must. The second
+  /// form gives the query another text first, whatever happens next.
   GDbStatus prepare();
   GDbStatus prepare(const std::string& statement);
+  /// Executes the statement. Its first row is reached by first() or next().
   GDbStatus exec();
   GDbStatus exec(const std::string& statement);
 
@@ -94,10 +112,11 @@ class LOOMKIT_API GSqlQuery {
   /// The bytes are the driver's and valid until the next move.
   GDbStatus getBlob(int column, const void** bytes, unsigned* size);
 
+  /// Allows moving backwards with false, where the driver can.
   GDbStatus setForwardOnly(bool forward);
-  /// -1 when it is not known.
+  /// How many rows the executed statement has changed; -1 when that is not known.
   int getNumRowsAffected();
-  /// -1 when it is not known.
+  /// How many rows the result has; -1 when that is not known.
   int getSize();
 
   /// Appends all rows of an executed query to `result`.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // GSqlQueryData: what the handles (GSqlQuery) on one statement share. A driver
-// derives from it and adds its statement.
+// derives from it and adds its statement; hosts use GSqlQuery.
 #ifndef LOOMKIT_DB_SQL_SQL_QUERY_DATA_H
 #define LOOMKIT_DB_SQL_SQL_QUERY_DATA_H
 
@@ -15,9 +15,11 @@ class GSqlDatabaseImpl;
 
 /// A statement and its state, counted by the handles on it; it ends with the
 /// last one. Registered with its database until then, or until the database
-/// closes: then invalidate() cuts it off, and every handle answers GDbNotOpen.
+/// closes: then invalidate() cuts it off, and every handle answers GDbNotOpen. A
+/// driver reports through getDatabase()->setError(). For one thread at a time.
 class LOOMKIT_API GSqlQueryData {
  public:
+  /// Enter the object into the table of `database`, which must not be null.
   GSqlQueryData(GSqlDatabaseImpl* database);
   GSqlQueryData(GSqlDatabaseImpl* database, const std::string& statement);
   GSqlQueryData(const GSqlQueryData&) = delete;
@@ -34,7 +36,9 @@ class LOOMKIT_API GSqlQueryData {
   [[nodiscard]] virtual bool isSelect() const = 0;
   /// The database closes: forget it and the statement.
   virtual void invalidate();
+  /// Stores the flag.
   virtual void setForwardOnly(bool forward);
+  /// Stores another text, and sets the flag "forward only" again.
   virtual void setStatement(const std::string& text);
   /// Drops the cached row; a driver calls it at every move.
   virtual void clearRecord();

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// GSqlTable: a GDbTable over any SQL driver, by generated SQL.
+// GSqlTable: a GDbTable over any SQL driver, by generated SQL. Hosts get one from
+// GDbDatabase::openTable() and use it as a GDbTable.
 #ifndef LOOMKIT_DB_SQL_SQL_TABLE_H
 #define LOOMKIT_DB_SQL_SQL_TABLE_H
 
@@ -13,7 +14,8 @@ class GSqlDatabaseImpl;
 
 /// A table of an SQL database. Lookups run on prepared statements from the
 /// database's cache. Unlike other tables a scan clears the result set first,
-/// and getFieldId() wants the exact letter case.
+/// and getFieldId() wants the exact letter case. Names of tables and columns are
+/// put between double quotes and not escaped. For one thread at a time.
 class LOOMKIT_API GSqlTable : public GDbTable {
  public:
   /// Takes `structure` over: what the driver reported, never a caller's view.
@@ -22,6 +24,7 @@ class LOOMKIT_API GSqlTable : public GDbTable {
   GSqlTable& operator=(const GSqlTable&) = delete;
   ~GSqlTable() override;
 
+  /// Gives the structure back. The statements end with the object.
   GDbStatus closeTable() override;
   GDbStatus getFieldId(const char* name, int* id) override;
   GDbStatus getStructure(GDbStructure** result) override;

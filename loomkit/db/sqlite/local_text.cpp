@@ -12,8 +12,9 @@
 namespace loomkit {
 namespace {
 
-// What hulUTF8ToLocale() takes its result from: null and a size give a block, a
-// block and 0 release it, a block and a size give a new one with its text.
+// Provides the memory of hulUTF8ToLocale(), so that its result is released by
+// operator delete. Null and a size give a new block; a block and the size 0 release
+// the block; a block and a size give a new block with the text of the old one.
 void* textAllocator(void* old, std::size_t size) {
   if (size == 0) {
     ::operator delete(old);

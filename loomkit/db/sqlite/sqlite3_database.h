@@ -22,7 +22,9 @@ class GSqlite3QueryData;
 
 /// A SQLite database file. Statuses are mapped from SQLite's result codes, its
 /// words are in getLastError(). A locked database is waited for ten seconds,
-/// then GDbLockFailed. A connection and its queries are for one thread.
+/// then GDbLockFailed. The operations are those of GSqlDatabaseImpl; what SQLite
+/// does in a way of its own is told here. A connection and its queries are for one
+/// thread.
 class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
  public:
   /// The number of SQLite's one transaction mode.
@@ -32,6 +34,7 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   GSqlite3Database(const std::string& locator, sqlite3* connection);
   ~GSqlite3Database() override;
 
+  /// Frees all statements and closes the connection.
   GDbStatus closeDatabase() override;
   /// Creates the table with its primary key, the structure's indexes and one
   /// index per key column; an index that fails is logged and left out.
@@ -52,12 +55,14 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   [[nodiscard]] unsigned getDriverVersion() const override;
   [[nodiscard]] int getFeatureLevel(int feature) const override;
 
+  /// Each value is bound as the storage class of the call's type.
   GDbStatus bindInt(GSqlQueryData* query, int index, int value) override;
   GDbStatus bindInt64(GSqlQueryData* query, int index, std::int64_t value) override;
   GDbStatus bindDouble(GSqlQueryData* query, int index, double value) override;
   /// Always binds a copy, converted to UTF-8.
   GDbStatus bindText(GSqlQueryData* query, int index, const char* text, int length,
                      bool copy) override;
+  /// Without `copy` SQLite reads the bytes when the query is executed.
   GDbStatus bindBlob(GSqlQueryData* query, int index, void* data, unsigned size,
                      bool copy) override;
   GDbStatus bindNull(GSqlQueryData* query, int index) override;
@@ -66,6 +71,7 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   GDbStatus prepare(GSqlQueryData* query) override;
   GDbStatus exec(GSqlQueryData* query) override;
   GDbStatus first(GSqlQueryData* query) override;
+  /// GDbScrollBackNotSupported, and so are previous() and setForwardOnly(false).
   GDbStatus last(GSqlQueryData* query) override;
   GDbStatus next(GSqlQueryData* query) override;
   GDbStatus previous(GSqlQueryData* query) override;
@@ -78,12 +84,15 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   GDbStatus getBlob(GSqlQueryData* query, int column, const void** data, unsigned* size) override;
   GDbStatus setForwardOnly(GSqlQueryData* query, bool forward) override;
   GDbStatus getNumRowsAffected(GSqlQueryData* query, int* count) override;
+  /// GDbSizeNotSupported: SQLite finds the rows as they are asked for.
   GDbStatus getSize(GSqlQueryData* query, int* count) override;
   /// The declared type of a column decides, then the value's own; a NULL is a
   /// placeholder with the NULL bit.
   GDbStatus getRecord(GSqlQueryData* query, GDbRecord** record) override;
   GSqlQueryData* createQuery(const std::string& statement) override;
   GSqlQueryData* createQuery() override;
+  /// Names and declared types by PRAGMA table_info; keys and indexes are not told.
+  /// GDbCatalog tells those.
   GDbStatus getTableStructure(const std::string& name, GDbStructure** structure) override;
   GDbStatus tableExists(const std::string& name) override;
 
@@ -111,6 +120,7 @@ class LOOMKIT_API GSqlite3DatabaseFactory : public GDbDbFactory {
  public:
   /// Registers itself.
   GSqlite3DatabaseFactory();
+  /// GDbCantLoadLibrary: there is no sqlite3 library. A missing file is made.
   GDbStatus openDatabase(const char* locator, GDbDatabase** database) override;
 };
 

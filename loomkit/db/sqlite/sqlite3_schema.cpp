@@ -30,8 +30,8 @@ Names splitColumns(const std::string& columns) {
   return names;
 }
 
-// The columns that want an index of their own. The order in which they are
-// visited is that of their hashes, and so is that of the indexes in the file.
+// The columns that are to have an index of their own. They are visited in the
+// order of their hashes, which decides the order in which the indexes are made.
 class KeyColumns {
  public:
   void add(const std::string& name) {
