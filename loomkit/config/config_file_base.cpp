@@ -44,8 +44,10 @@ template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::load(const std::string& directory1,
                                          const std::string& directory2,
                                          const std::string& fileName) {
-  // Both are made first, as any argument may be the name that is replaced.
-  for (const std::string& path : {directory1 + "/" + fileName, directory2 + "/" + fileName}) {
+  // All arguments are read first, as each of them may be the name that is replaced.
+  std::string paths[] = {directory1, directory2};
+  for (std::string& path : paths) path.append("/").append(fileName);
+  for (const std::string& path : paths) {
     loadedName = path;
     std::unique_ptr<std::istream> stream(GFile(loadedName).getInStream(false));
     if (stream != nullptr) return loadOpened(std::move(stream));
