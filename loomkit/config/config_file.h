@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// GConfigFile and GConfigSection: drivers for the reading of configuration
-// files into a host's own classes.
+// GConfigFile and GConfigSection: drivers that read configuration files into a
+// host's own classes. GKeyValueConfigFile is ready to use without any class.
 //
 //   class Window : public GConfigSection {
 //    public:
@@ -29,20 +29,25 @@
 #include "loomkit/config/config_section_base.h"
 #include "loomkit/platform/export.h"
 
-/// A section of a GConfigFile; derive from it. See ConfigSectionBase for its
-/// operations.
+/// A section of a GConfigFile, from which a host derives a class for each kind of
+/// section that it knows. loomkit::ConfigSectionBase has the operations, the
+/// rules of ownership and what failure looks like.
 class LOOMKIT_API GConfigSection : public loomkit::ConfigSectionBase {
  public:
+  /// A section of this name, without a message.
   GConfigSection(const std::string& name);
   GConfigSection(const GConfigSection&);
   GConfigSection& operator=(const GConfigSection&);
   ~GConfigSection() override;
 };
 
-/// A configuration file that is read; derive from it. Comments and blank lines
-/// are skipped. See ConfigFileBase for its operations.
+/// A configuration file that is read and not written, from which a host derives
+/// its own class; the example above shows one. Comments and blank lines are
+/// skipped. loomkit::ConfigFileBase has the operations, the syntax, the rules of
+/// ownership and what failure looks like.
 class LOOMKIT_API GConfigFile : public loomkit::ConfigFileBase<GConfigFile, GConfigSection> {
  public:
+  /// A file without a name, sections or a message.
   GConfigFile();
   GConfigFile(const GConfigFile&);
   GConfigFile& operator=(const GConfigFile&);

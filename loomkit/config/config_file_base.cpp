@@ -72,8 +72,9 @@ void ConfigFileBase<File, Section>::addSection(Section* section) {
   sectionsByName.emplace(sectionKey(section->getSectionName()), section);
 }
 
-// The line's number is that of the last load even where there is no line, as
-// in a failure to open or to save: tools that read these messages know it.
+// The number of the line is that of the last load, even in the message of a failure
+// that concerns no line, such as one to open or to save a file. Tools that read
+// these messages know it.
 template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::setErrMsg(const std::string& msg) {
   std::string text;  // `msg` may be the old message
@@ -83,7 +84,7 @@ bool ConfigFileBase<File, Section>::setErrMsg(const std::string& msg) {
   return false;
 }
 
-// The file is closed before finishedLoading(), which may write or move it.
+// The file is closed before finishedLoading() is called, which may write or move it.
 template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::loadOpened(std::unique_ptr<std::istream> stream) {
   const bool ok = loadLines(*stream);
@@ -131,7 +132,7 @@ bool ConfigFileBase<File, Section>::enterSection(const std::string& sectionName)
   if (made == nullptr) return setErrMsg("unknown section name");
   sections.push_back(made.get());
   currentSection = made.release();
-  // Under the name of the header, whatever the section calls itself.
+  // The section is found under the name in its header, whatever it calls itself.
   sectionsByName[sectionName] = currentSection;
   return true;
 }

@@ -21,72 +21,94 @@ class LOOMKIT_API GWriteableConfigSection;
 
 namespace loomkit {
 
-/// Drives the loading of a file: sections are made by newSection(), keys go to
-/// the current section, or to the file as long as there is none. It stores no
-/// values.
+/// Reads a file line by line and hands on what it finds. It asks newSection()
+/// for an object at each new header and gives each key to the section that it
+/// stands in, or to the file itself as long as there was no header. The values
+/// are for the derived classes to keep; this class stores none.
 ///
-/// The syntax: a line is blank, a comment behind `#`, a header `[section]`, or
-/// `key = value`. White space round names, keys and values does not count, and
-/// the case of section names neither. A value goes on to the end of its line,
-/// whatever it contains. docs/configuration.md has examples.
+/// The syntax: a line is blank, a comment that begins with `#`, a header
+/// `[section]`, or `key = value`. White space around names, keys and values does
+/// not count, nor does the case of section names. A value goes on to the end of
+/// its line, whatever it contains. A header may come more than once; its section
+/// goes on then. docs/configuration.md has examples.
 ///
-/// Nothing is reported to gOutput: a function is false, and getErrMsg() says
-/// why as "FILE: line N: REASON". What was taken before a failure stays. The
-/// file owns its sections; copies share them, so that only one of two copies
-/// may be destroyed with sections in it. One thread at a time.
+/// Failure: an operation that fails returns false, and getErrMsg() says why in
+/// the form "FILE: line N: REASON". Nothing goes to gOutput. What was taken
+/// before the failure stays, and the object can be used again.
+///
+/// Ownership: the file deletes its sections when it ends. A copy shares the
+/// sections with its original, so that only one of the two may be destroyed as
+/// long as there are any.
+///
+/// An object belongs to one thread at a time.
 template <typename File, typename Section>
 class LOOMKIT_API ConfigFileBase {
  public:
+  /// No name, no sections, no message.
   ConfigFileBase();
+  /// Copies all members; the sections are shared.
   ConfigFileBase(const ConfigFileBase&);
   ConfigFileBase& operator=(const ConfigFileBase&);
   /// Deletes the sections.
   virtual ~ConfigFileBase();
 
-  /// Loads a file. A load adds to what is there, and keys at its top go to the
-  /// section that was the last one.
+  /// Loads the file `fileName`. A second load adds to what is there: keys at its
+  /// top go to the section that was current at the end of the first. False when
+  /// the file cannot be opened or read, or when a line is refused; the lines
+  /// behind that one are not read.
   bool load(const std::string& fileName);
-  /// Loads from a stream of the caller's; the name is for messages.
+  /// Loads from `stream`, which stays the caller's. `fileName` only appears in
+  /// messages.
   bool load(const std::string& fileName, std::istream* stream);
-  /// Loads the file from the first of two directories that has it.
+  /// Loads the file `fileName` from `directory1` or, when it cannot be opened
+  /// there, from `directory2`.
   bool load(const std::string& directory1, const std::string& directory2,
             const std::string& fileName);
 
-  /// The path that was loaded or tried last.
+  /// The path that was loaded, saved or tried last.
   [[nodiscard]] const std::string& getName() const { return loadedName; }
-  /// The last failure. Success does not clear it.
+  /// The message of the last failure, or an empty text. Success does not clear
+  /// it.
   [[nodiscard]] const std::string& getErrMsg() const { return errMsg; }
-  /// All sections in the order in which they were made.
+  /// All sections in the order in which they were made. They belong to the file.
   [[nodiscard]] const std::vector<Section*>& getSections() const { return sections; }
-  /// The section of this name, which has to be in lower case, or null.
+  /// The section of this name, or null. Requires: the name is in lower case.
   [[nodiscard]] Section* getSection(const std::string& sectionName) const;
 
  protected:
-  /// Called after a load in which a file could be opened, when that file is
-  /// closed again. Does nothing.
+  /// Called at the end of each load that could open its file, with the result of
+  /// that load. The file is closed by then and may be written. Does nothing,
+  /// unless a host overrides it.
   virtual void finishedLoading(bool ok);
 
  public:
-  /// Makes the section for a header; the name is in lower case. Null ends the
-  /// loading with "unknown section name".
+  /// Makes the object for a header that is new; `sectionName` is in lower case.
+  /// The object is to be made with new and belongs to the file from then on. Null
+  /// ends the loading with the message "unknown section name".
   virtual Section* newSection(const std::string& sectionName) = 0;
-  /// Takes a key that stands before any section. False ends the loading; the
-  /// reason is to be set by setErrMsg().
+  /// Takes a key that stands before any header. False ends the loading; the
+  /// override sets the reason with setErrMsg().
   virtual bool newKeyValue(const std::string& key, const std::string& value) = 0;
 
  protected:
-  /// Takes a section over. One of a name that is there already is kept, but not
-  /// found by its name.
+  /// Adds a section that no header has made; it belongs to the file from then on.
+  /// If a section of its name is there already, both are kept, and getSection()
+  /// finds the older one.
   void addSection(Section* section);
-  /// Makes the message of a failure from the file's name, the number of the
-  /// line that was read last, even by an earlier load, and the reason. Always
-  /// false.
+  /// Composes the message of a failure from the name of the file, the number of
+  /// the line that was read last, and the reason `msg`. That number is part of
+  /// the message even when the line was read by an earlier load. Always false, so
+  /// that a function can end with it.
   bool setErrMsg(const std::string& msg);
-  /// Lines read by the current or last load; 0 before any.
+  /// The number of lines that the current or last load has read; 0 before any.
   [[nodiscard]] int getLineNumber() const { return lineNumber; }
 
+  /// The section that keys go to; null as long as there was no header.
   [[nodiscard]] Section* getCurrentSection() const { return currentSection; }
+  /// Lets keys go to `section`, which has to belong to the file, or to the file
+  /// itself when it is null.
   void setCurrentSection(Section* section) { currentSection = section; }
+  /// Replaces what getName() gives.
   void setName(const std::string& fileName) { loadedName = fileName; }
 
  private:

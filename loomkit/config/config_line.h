@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// A line of a configuration file: the only place that knows the syntax.
+// ConfigLine: one line of a configuration file, taken apart. This is the only
+// place that knows the syntax. Private to the folder.
 //
 //   # a comment
 //   [Section]
@@ -12,6 +13,7 @@
 
 namespace loomkit {
 
+/// The parts of a line. The texts point into the line that was parsed.
 struct ConfigLine {
   enum Kind : unsigned char {
     Other,   ///< blank, or a comment
@@ -26,13 +28,13 @@ struct ConfigLine {
   const char* error = nullptr;
 };
 
-/// Takes a line without its line end apart. The parts point into `line`.
+/// Takes a line apart, which is given without its line end.
 ConfigLine parseConfigLine(std::string_view line);
 
 /// The text without white space at its ends.
 std::string_view trimmed(std::string_view text);
 
-/// A section's name as sections are compared: in lower case, as GiString has it.
+/// The name of a section in the form in which names are compared: in lower case.
 std::string sectionKey(std::string_view name);
 
 }  // namespace loomkit

@@ -10,7 +10,7 @@
 namespace loomkit {
 namespace {
 
-// Where the line's content ends and its line end begins.
+// The size of a line without its line end.
 std::size_t contentSize(const std::string& text) {
   std::size_t size = text.size();
   if (size > 0 && text[size - 1] == '\n') --size;
@@ -89,7 +89,8 @@ const char* ConfigLines::parseLine(Line& line) {
   return parsed.error;
 }
 
-// Into its section and among the keys. Requires: it is the section's last line.
+// Adds a line to its section and its key to the table. Requires: no other line of
+// the section is behind it.
 void ConfigLines::enter(Index at) {
   Line& line = lines[at];
   if (line.kind == ConfigLine::Other) return;
@@ -184,7 +185,7 @@ void ConfigLines::setValue(Index at, const std::string& value) {
   line.valueEnd = line.valueBegin + value.size();
 }
 
-// The first line end of the file counts for new lines.
+// The line end of the first line, which new lines get as well.
 std::string ConfigLines::lineEnd() const {
   if (file.first == none) return "\n";
   const std::string& first = lines[file.first].text;
@@ -192,7 +193,8 @@ std::string ConfigLines::lineEnd() const {
   return end.empty() ? "\n" : end;
 }
 
-// A last line without an end gets one, and hands its lack of one on.
+// Adds a line behind another one. When the last line of the file has no line end, it
+// gets one, and the new line has none, so that the file ends as before.
 void ConfigLines::insertBehind(Index before, const std::string& text) {
   const std::string end = lineEnd();
   std::string whole = text + end;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// ConfigLines: the lines of a configuration file in their order, which are found
-// by section and key. Private to the folder.
+// ConfigLines: the lines of a configuration file, in their order and by section and
+// key. Private to the folder.
 #ifndef LOOMKIT_CONFIG_CONFIG_LINES_H
 #define LOOMKIT_CONFIG_CONFIG_LINES_H
 
@@ -16,38 +16,41 @@
 
 namespace loomkit {
 
-/// Every change costs the same, however many lines there are. A line is named by
-/// its index, which stays until the line is removed. Sections are named in lower
-/// case; "" is what stands before the first header.
+/// A line editor. Finding, adding, changing and removing a line takes the same time
+/// however many lines there are. A line is named by its index, which is valid until
+/// the line is removed. Sections are named in lower case; "" names what stands
+/// before the first header.
 class ConfigLines {
  public:
   using Index = LineTable::Index;
   static constexpr Index none = LineTable::none;
 
-  /// Takes the text apart. False, with "line N: REASON", when a line is wrong;
-  /// requires that nothing is here yet.
+  /// Takes the text apart into lines. When one of them is wrong, stores "line N:
+  /// REASON" in `*problem` and returns false. Requires: there is no line yet.
   bool parse(std::string_view text, std::string* problem);
 
-  /// All lines as they are.
+  /// All lines, joined.
   [[nodiscard]] std::string text() const;
 
-  /// The lines in the order of the file, up to `none`.
+  /// The first line of the file, or `none`.
   [[nodiscard]] Index first() const { return file.first; }
+  /// The line behind this one, or `none`.
   [[nodiscard]] Index next(Index line) const { return lines[line].inFile.next; }
-  /// Counted from 1. Takes a walk.
+  /// The number of the line in the file, counted from 1. It takes a walk through
+  /// all lines before it.
   [[nodiscard]] std::size_t numberOf(Index line) const;
 
   [[nodiscard]] ConfigLine::Kind kindOf(Index line) const { return lines[line].kind; }
   [[nodiscard]] const std::string& sectionOf(Index line) const {
     return sections[lines[line].section].name;
   }
-  /// Of an entry; both are good until the next change.
+  /// The key and the value of an entry; both are valid until the next change.
   [[nodiscard]] std::string_view keyOf(Index line) const;
   [[nodiscard]] std::string_view valueOf(Index line) const;
 
-  /// The last entry of the key, which counts; `none` when there is none.
+  /// The last entry of a key, which is the one that counts, or `none`.
   [[nodiscard]] Index find(const std::string& section, std::string_view key) const;
-  /// The entries of a section in their order: the first one, and the next.
+  /// The first entry of a section, and the next one in the same section, or `none`.
   [[nodiscard]] Index firstEntry(const std::string& section) const;
   [[nodiscard]] Index nextEntry(Index line) const;
 
@@ -55,12 +58,12 @@ class ConfigLines {
   [[nodiscard]] bool hasSection(const std::string& section) const;
 
   void setValue(Index line, const std::string& value);
-  /// Adds "[NAME]" at the end, behind a blank line.
+  /// Adds the header "[NAME]" at the end of the file, behind a blank line.
   void addSection(const std::string& name);
-  /// Adds a line "key = value" behind the section's last; at the top, in front
-  /// of the first header, when "" has none.
+  /// Adds the line "key = value" behind the last line of its section, or in front
+  /// of the first header for the section "".
   void addEntry(const std::string& section, const std::string& key, const std::string& value);
-  /// Removes this entry and all before it with its key.
+  /// Removes all entries of a key. Requires: `line` is the one that find() gives.
   void removeKey(Index line);
 
  private:
@@ -80,8 +83,8 @@ class ConfigLines {
     std::size_t valueBegin = 0;
     std::size_t valueEnd = 0;
     Links inFile;
-    Links inSection;  // among its headers and entries
-    Index older = none;
+    Links inSection;     // among the headers and entries of its section
+    Index older = none;  // the entry before this one that has the same key
     Index section = 0;
     ConfigLine::Kind kind = ConfigLine::Other;
   };

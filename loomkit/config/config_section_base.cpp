@@ -10,7 +10,7 @@
 namespace loomkit {
 namespace {
 
-// One of these words, in either case.
+// Whether the text is one of these words, in either case.
 bool isOneOf(const std::string& text, const char* const (&words)[4]) {
   const std::string lower = sectionKey(text);
   for (const char* word : words) {

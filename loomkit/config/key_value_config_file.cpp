@@ -22,7 +22,7 @@ bool matches(const std::string& pattern, const std::string& text) {
   return gPatternMatch(pattern.c_str(), text.c_str(), false, false, false);
 }
 
-// Null if the text is a value of the type, else what is wrong.
+// Null if the text is a value of the type; otherwise a text that says what is wrong.
 const char* checkType(GKeyValueConfigFile::Type type, const std::string& text) {
   bool truth = false;
   int number = 0;
@@ -39,7 +39,7 @@ const char* checkType(GKeyValueConfigFile::Type type, const std::string& text) {
   }
 }
 
-// True if "key=value" is read back as the two.
+// Whether a line "key=value" would be read back as this key and this value.
 bool canBeWritten(const std::string& key, const std::string& value) {
   if ((key + value).find('\n') != std::string::npos) return false;
   const std::string text = key + "=" + value;
@@ -47,6 +47,7 @@ bool canBeWritten(const std::string& key, const std::string& value) {
   return line.kind == ConfigLine::Entry && line.name == key && line.value == value;
 }
 
+// Whether a header of this name would be read back as the same name.
 bool canBeSection(const std::string& section) {
   if (section.empty()) return true;
   const std::string text = "[" + section + "]";

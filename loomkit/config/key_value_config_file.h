@@ -19,68 +19,85 @@ namespace loomkit {
 class ConfigLines;
 }
 
-/// Reads the syntax of GConfigFile. A value that is set changes its own line
-/// and no other byte: comments, blanks, line ends and a byte-order mark stay.
-/// Where a key is set more than once, its last line counts.
+/// A configuration file in memory, with the syntax of GConfigFile. Values are
+/// looked up, set and removed by section and key. Setting a value changes its own
+/// line and no other byte: comments, blank lines, line ends and a byte-order mark
+/// stay as they are. Where a key stands more than once, its last line counts.
 ///
-/// Sections are named in either case; "" is what stands before the first
-/// header. Keys have a case. A function that fails is false, changes nothing,
-/// and getErrMsg() says why; nothing goes to gOutput. One thread at a time.
+/// The name of a section may be given in either case; "" names what stands before
+/// the first header. The case of a key counts.
+///
+/// The object owns all it holds, and a copy is independent of its original. A
+/// function that fails returns false and changes nothing, and getErrMsg() says
+/// why; nothing goes to gOutput. An object belongs to one thread at a time.
 class LOOMKIT_API GKeyValueConfigFile {
  public:
+  /// A file without a name and without lines.
   GKeyValueConfigFile();
   GKeyValueConfigFile(const GKeyValueConfigFile& other);
   GKeyValueConfigFile& operator=(const GKeyValueConfigFile& other);
   ~GKeyValueConfigFile();
 
-  /// Takes a file's content in place of what was there. On failure that stays.
+  /// Replaces what was there by the content of the file `fileName`. On failure
+  /// what was there stays.
   bool load(const std::string& fileName);
-  /// The same from a stream of the caller's; the name is for messages and
-  /// save().
+  /// The same from `stream`, which stays the caller's and is read to its end.
+  /// `fileName` is for messages and for save().
   bool load(const std::string& fileName, std::istream* stream);
 
-  /// Replaces the file that was loaded, or another, in one step: it is the old
-  /// one or the new one whatever happens. What is a link stays one.
+  /// Writes the lines to the file of getName(). The file is replaced in one step:
+  /// whatever happens, it is either the old one or the new one. A symbolic link
+  /// stays a link; what it leads to is replaced.
   bool save();
+  /// The same under another name, which getName() gives from then on.
   bool save(const std::string& fileName);
 
   /// What save() writes.
   [[nodiscard]] std::string getText() const;
 
+  /// The name that the lines were loaded from or saved to last.
   [[nodiscard]] const std::string& getName() const { return name; }
-  /// The last failure, "FILE: line N: REASON" for a line.
+  /// The message of the last failure, in the form "FILE: line N: REASON" when a
+  /// line is to blame, or an empty text.
   [[nodiscard]] const std::string& getErrMsg() const { return errMsg; }
 
-  /// The sections that have a header, in the order of the file, in lower case.
+  /// The names of the sections that have a header, each once, in lower case and
+  /// in the order of the file.
   [[nodiscard]] std::vector<std::string> getSections() const;
-  /// The keys of a section, in the order of the file, each once.
+  /// The keys of a section, each once, in the order of the file. A section that
+  /// is not there has none.
   [[nodiscard]] std::vector<std::string> getKeys(const std::string& section) const;
 
+  /// Whether the key has a value, which may be empty.
   [[nodiscard]] bool has(const std::string& section, const std::string& key) const;
-  /// Give a value. False when there is none, or, with a message that has its
-  /// line, when it is not of the type (see GConfigSection::parse).
+  /// Stores the value of a key in `*value`. False when the key is not there, or
+  /// when its value is not of the type (see loomkit::ConfigSectionBase::parse);
+  /// `*value` then stays as it was, and the message names the line.
   bool get(const std::string& section, const std::string& key, std::string* value);
   bool get(const std::string& section, const std::string& key, bool* value);
   bool get(const std::string& section, const std::string& key, int* value);
   bool get(const std::string& section, const std::string& key, double* value);
 
-  /// Changes the value, or adds a line behind the section's others, or a
-  /// section at the end. False for what the syntax cannot hold.
+  /// Sets the value of a key. A key that is not there gets a line behind the
+  /// other lines of its section, and a section that is not there gets a header at
+  /// the end of the file. False for what the syntax cannot hold: a line feed, an
+  /// empty key, white space at an end.
   bool set(const std::string& section, const std::string& key, const std::string& value);
-  /// Removes every line of a key. False when there is none.
+  /// Removes all lines of a key. False when there is none.
   bool unset(const std::string& section, const std::string& key);
 
-  /// What a key is to look like.
+  /// The types of which a value can be.
   enum Type { Text, Bool, Int, Double };
-  /// A key that is known. Section and key are patterns: "*" stands for any
-  /// text.
+  /// A key that is known, or a family of keys: `section` and `key` are patterns
+  /// for gPatternMatch(), in which "*" stands for any text.
   struct Rule {
     std::string section;
     std::string key;
     Type type = Text;
   };
-  /// What does not follow the rules: a message for each line with an unknown
-  /// key or a value of another type.
+  /// Checks all lines against `rules` and gives a message for each line whose key
+  /// no rule knows, or whose value is not of the type that the first rule for its
+  /// key demands. No message means that all is well.
   [[nodiscard]] std::vector<std::string> check(const std::vector<Rule>& rules) const;
 
  private:

@@ -28,8 +28,8 @@ void GWriteableConfigFile::takeOtherLine(const std::string& line) {
   }
 }
 
-// Opened first, and emptied thereby, before anybody is asked: hosts that watch
-// the file for changes have come to count on it.
+// The file is opened, and thereby emptied, before prepareSaving() is asked. Hosts
+// that watch the file for changes have come to rely on that order.
 bool GWriteableConfigFile::save() {
   const std::unique_ptr<std::ostream> stream(GFile(getName()).getOutStream(false));
   if (stream == nullptr) return setErrMsg("can't open for writing");
@@ -60,7 +60,7 @@ bool GWriteableConfigFile::writeLines(Source& source, std::ostream& stream) {
   }
 }
 
-// Sections that are added meanwhile are not seen.
+// Sections that are added while the file is being saved are not written.
 bool GWriteableConfigFile::write(std::ostream& stream) {
   const std::size_t count = getSections().size();
   setCurrentSection(nullptr);

@@ -16,8 +16,8 @@ std::string GListObj::toString() const { return loomkit::ObjectWriter::textOf(*t
 bool GListObj::empty() const { return items.empty(); }
 int GListObj::size() const { return static_cast<int>(items.size()); }
 
-// Walks from the nearest of the beginning, the cursor and the end, and leaves
-// the cursor at the index.
+// Moves the cursor to the element at `index`, starting from the beginning, the
+// cursor or the end, whichever is nearest, and gives the cursor.
 GListObj::Items::iterator GListObj::getIter(int index) const {
   assert(index >= 0 && index <= size());
   if (index < cursorIndex / 2) {

@@ -22,7 +22,7 @@ bool beginsWith(const char* text, const char* word) {
 
 bool isWordStart(char c) { return isAsciiAlpha(c) || c == '_'; }
 
-// What turns the whole number before it into the beginning of a float.
+// Whether `c`, behind a whole number, makes that number the beginning of a float.
 bool goesOnAsFloat(char c) { return c == '.' || c == 'e' || c == 'E'; }
 
 }  // namespace
@@ -44,7 +44,8 @@ bool ObjectParser::fail(const char* why) {
   return false;
 }
 
-// Puts a value where it belongs. What follows it is a comma or a bracket.
+// Puts a value into the innermost open sequence; without one, it is the result.
+// A comma or a bracket has to follow it.
 bool ObjectParser::take(std::unique_ptr<GObject> value) {
   expectsValue = false;
   if (open.empty()) {
@@ -57,7 +58,7 @@ bool ObjectParser::take(std::unique_ptr<GObject> value) {
 }
 
 bool ObjectParser::parseValue() {
-  // A word such as "Symbolic" is a name all the same.
+  // A word that only begins with "Symbol", such as "Symbolic", is a name.
   if (*next == 'S' && beginsWith(next, "Symbol") && parseSymbolWord()) return true;
   switch (*next) {
     case '@':
@@ -70,7 +71,8 @@ bool ObjectParser::parseValue() {
     default:
       break;
   }
-  // Whatever follows: "NULLABLE" is NULL, and then something else.
+  // What follows the four letters does not matter: "NULLABLE" is read as NULL, and
+  // the rest of the word is left.
   if (*next == 'N' && beginsWith(next, "NULL")) {
     next += 4;
     return take(nullptr);
@@ -86,7 +88,7 @@ bool ObjectParser::parseSymbolWord() {
   return take(std::make_unique<GSymbolObj>(symbol.substr(1)));
 }
 
-// What begins with '@'.
+// Reads what begins with '@': a sequence or a symbol.
 bool ObjectParser::parseSigned() {
   if (next[1] == '[' || next[1] == '(') {
     next += 2;
@@ -106,7 +108,7 @@ bool ObjectParser::openSequence(std::unique_ptr<GSequenceObj> sequence, char clo
   return true;
 }
 
-// Behind an element, or in an empty sequence.
+// Reads what stands behind an element, or the end of an empty sequence.
 bool ObjectParser::closeOrContinue() {
   if (*next == open.back().close) {
     ++next;
@@ -122,7 +124,7 @@ bool ObjectParser::closeOrContinue() {
 }
 
 bool ObjectParser::parseString() {
-  // Most strings have no escape: they are copied once, straight into the object.
+  // Most strings have no escape. They are copied once, straight into the object.
   const char* const begin = next + 1;
   const char* end = begin + std::strcspn(begin, "\"\\");
   if (*end == '"' && end - begin <= std::numeric_limits<int>::max()) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The reader of the notation. It keeps its own stack, so that no text makes the
-// machine's grow.
+// ObjectParser: reads the notation of objects. It keeps its own stack of open
+// sequences, so that no text makes the machine stack grow. Private to the folder.
 #ifndef LOOMKIT_OBJECT_OBJECT_PARSER_H
 #define LOOMKIT_OBJECT_OBJECT_PARSER_H
 
@@ -11,20 +11,22 @@
 
 namespace loomkit {
 
-/// Reads one object from a NUL-terminated text.
+/// Reads one object from a NUL-terminated text, which has to stay where it is.
 class ObjectParser {
  public:
   explicit ObjectParser(const char* text) : next(text) {}
 
-  /// Reads the object; `*object` may be null for NULL. On failure
-  /// getPosition() and getReason() tell where and why.
+  /// Reads the object and stores it in `*object`, which becomes null for the word
+  /// NULL. On failure, getPosition() and getReason() say where and why.
   bool parse(std::unique_ptr<GObject>* object);
 
-  /// Behind the object; or where the reading has failed.
+  /// The position behind the object, or the one at which the reading has failed.
   [[nodiscard]] const char* getPosition() const { return next; }
+  /// Why the reading has failed. Valid for ever.
   [[nodiscard]] const char* getReason() const { return reason; }
 
  private:
+  // A sequence whose closing bracket has not been read yet.
   struct Open {
     GSequenceObj* sequence;
     char close;

@@ -7,7 +7,7 @@
 #include "loomkit/text/char_class.h"
 
 GObject* GObject::parseCb(const char* s, const char** end) {
-  *end = s;  // also where memory runs out on the way
+  *end = s;  // so it stays if memory runs out on the way
   loomkit::ObjectParser parser(s);
   std::unique_ptr<GObject> object;
   if (parser.parse(&object)) *end = parser.getPosition();

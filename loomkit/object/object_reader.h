@@ -1,5 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Extension: gParseObject, which says where and why a text is no object.
+//
+//   GObjectError error;
+//   GRef2<GObject> object = gParseObject("[1, 2", &error);
+//   if (!error.reason.empty()) ...   // "',' or ']' expected" at offset 5
 #ifndef LOOMKIT_OBJECT_OBJECT_READER_H
 #define LOOMKIT_OBJECT_OBJECT_READER_H
 
@@ -9,19 +13,23 @@
 #include "loomkit/object/object.h"
 #include "loomkit/platform/export.h"
 
-/// How deep sequences may be nested in a text: far beyond real data, and not so
-/// deep that a host's own recursion over the objects would be in danger.
+/// The number of sequences that may be nested in each other in a text. It is far
+/// beyond what real data need, and small enough that a host which walks over the
+/// objects by recursion is not in danger.
 constexpr int gObjectMaxDepth = 10000;
 
-/// Where a text stopped being the notation of an object.
+/// Where and why a text is not the notation of an object.
 struct GObjectError {
   std::size_t offset = 0;  ///< in bytes from the start of the text
-  std::string reason;      ///< empty: it did not
+  std::string reason;      ///< in English; empty if there was no error
 };
 
-/// Reads a text that holds one object and nothing else but white space. The
-/// object belongs to the caller. On failure the result is null and `*error`
-/// says why; on success its reason is empty, and null means NULL.
+/// Reads a text that holds one object, and nothing else but white space. The
+/// result has no reference and belongs to the caller.
+///
+/// On failure the result is null and `*error` says where and why. On success the
+/// reason in `*error` is empty; a null result then stands for the word NULL.
+/// Requires: `error` is not null.
 LOOMKIT_API GObject* gParseObject(const std::string& text, GObjectError* error);
 
 #endif  // LOOMKIT_OBJECT_OBJECT_READER_H

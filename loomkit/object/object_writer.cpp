@@ -60,7 +60,8 @@ void ObjectWriter::writeAll() {
   }
 }
 
-// An object of a host's own class writes itself.
+// Writes an element. The types are compared exactly, as a class that a host derives
+// from one of ours may write itself in another way.
 void ObjectWriter::write(const GObject* object) {
   if (object == nullptr) {
     text += "NULL";

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The writer of the notation. It keeps its own stack, as the reader does.
+// ObjectWriter: writes the notation of sequences. It keeps its own stack of open
+// sequences, as the parser does. Private to the folder.
 #ifndef LOOMKIT_OBJECT_OBJECT_WRITER_H
 #define LOOMKIT_OBJECT_OBJECT_WRITER_H
 
@@ -11,6 +12,8 @@
 
 namespace loomkit {
 
+/// Writes a sequence with all that is nested in it, without recursion. Objects of
+/// a host's own class are asked for their text.
 class ObjectWriter {
  public:
   /// The notation of a sequence.
@@ -22,8 +25,8 @@ class ObjectWriter {
   struct Open {
     const std::vector<GRef2<GObject>>* vector;
     const std::list<GRef2<GObject>>* list;
-    std::size_t index;                                   // of the next element of a vector
-    std::list<GRef2<GObject>>::const_iterator position;  // and of a list
+    std::size_t index;                                   // the next element of a vector
+    std::list<GRef2<GObject>>::const_iterator position;  // the next element of a list
   };
 
   void open(const GVectorObj& vector);
@@ -34,7 +37,7 @@ class ObjectWriter {
 
   std::string text;
   std::vector<Open> stack;
-  bool first = true;  // of its sequence
+  bool first = true;  // the next element is the first of its sequence
 };
 
 }  // namespace loomkit

@@ -6,6 +6,7 @@
 namespace loomkit {
 namespace {
 
+// The number of levels that end one inside the other.
 constexpr int shallowDepth = 50;
 
 thread_local SequenceEnd* outermost = nullptr;
@@ -30,7 +31,8 @@ SequenceEnd::~SequenceEnd() {
 
 bool SequenceEnd::isShallow() { return depth <= shallowDepth; }
 
-// Out of memory for those that wait, there is still the stack.
+// When there is no memory for the list of those that wait, the element is let go
+// at once: its end then takes machine stack, which is better than none.
 void SequenceEnd::postpone(GRef2<GObject>& item) {
   try {
     outermost->waiting.push_back(item);

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The end of a sequence's elements, without recursion.
+// SequenceEnd: lets go of the elements of a sequence without recursion. Private to
+// the folder.
 #ifndef LOOMKIT_OBJECT_SEQUENCE_END_H
 #define LOOMKIT_OBJECT_SEQUENCE_END_H
 
@@ -9,9 +10,13 @@
 
 namespace loomkit {
 
-/// Takes the elements of a sequence that ends. A few levels are let go as they
-/// are; those below wait until the outermost one is done, so that the machine's
-/// stack does not grow with the nesting.
+/// Lets go of the elements of a sequence that ends, which may be the last
+/// references to further sequences. Those that are nested only a few levels deep
+/// end one inside the other. The elements of deeper ones are handed to the
+/// outermost sequence, which lets them go when its own are gone, so that the
+/// machine stack does not grow with the nesting.
+///
+///     GVectorObj::~GVectorObj() { SequenceEnd().letGo(items); }
 class SequenceEnd {
  public:
   SequenceEnd();
@@ -19,6 +24,7 @@ class SequenceEnd {
   SequenceEnd& operator=(const SequenceEnd&) = delete;
   ~SequenceEnd();
 
+  /// Takes all references out of `items`.
   template <typename Items>
   void letGo(Items& items) {
     if (isShallow()) {
@@ -32,7 +38,7 @@ class SequenceEnd {
   [[nodiscard]] static bool isShallow();
   static void postpone(GRef2<GObject>& item);
 
-  std::vector<GRef2<GObject>> waiting;  // of the outermost one only
+  std::vector<GRef2<GObject>> waiting;  // used in the outermost object only
 };
 
 }  // namespace loomkit

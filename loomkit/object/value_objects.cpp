@@ -17,7 +17,7 @@ std::string literalOf(const std::string& text) {
   return literal;
 }
 
-// True for what may stand behind a '@'.
+// Whether a symbol of this text can be written behind a '@'.
 bool isWord(const std::string& text) {
   return !text.empty() && !loomkit::isAsciiDigit(text.front()) &&
          std::all_of(text.begin(), text.end(), loomkit::isAsciiWord);

@@ -6,7 +6,8 @@
 namespace loomkit {
 namespace {
 
-// Real expressions nest a few defaults and are walked without any memory.
+// The number of defaults around a default up to which its closing brace is looked
+// for by a walk, which needs no memory. Real expressions do not nest them deeper.
 constexpr unsigned plainDepth = 32;
 
 // The quote that ends the literal whose first character is at `p`; null when

@@ -8,10 +8,11 @@
 
 namespace loomkit {
 
-/// The closing braces of one evaluation's defaults. A walk from each opening
-/// brace would make a megabyte of defaults nested in each other take time
-/// quadratic in its length. So below some depth one walk notes the pairs of
-/// everything nested in it, and the inner defaults are looked up.
+/// The closing braces of the defaults in one evaluation. If every default were
+/// walked through from its opening brace, a megabyte of defaults nested in each
+/// other would take a time that grows with the square of its length. So the walk
+/// through a default that is nested deep notes the pairs of all braces inside it,
+/// and the defaults inside it are looked up in these notes.
 class BraceIndex {
  public:
   /// The '}' that closes the default between `begin` and `end`, or null. A null

@@ -258,12 +258,13 @@ struct GRpnEval::Builtin::Handlers : Operands {
     return true;
   }
 
-  // ( x -- s ), ( s -- s ): a string, and a symbol too, stays what it is.
+  // ( x -- s ), ( s -- s ): a string stays as it is, and so does a symbol.
   static bool f_string(GRpnEval& eval, const char* position) {
     if (checkStackType(eval, GRpnValue::String)) return true;
     double number = 0;
     if (!pop(eval, position, &number)) return false;
-    // The same text as a classic stream with precision 15, a dozen times faster.
+    // This gives the same text as a stream in the classic locale with precision
+    // 15, a dozen times faster.
     char text[32];
     const auto end =
         std::to_chars(text, text + sizeof text, number, std::chars_format::general, 15).ptr;
@@ -311,7 +312,7 @@ struct GRpnEval::Builtin::Handlers : Operands {
 };
 
 struct GRpnEval::Builtin::Table {
-  // Sorted bytewise, capitals first: the search relies on it.
+  // The search relies on the order, which is bytewise, so that capitals come first.
   static constexpr Builtin words[] = {
       {"M_1_PI", 0x1.45f306dc9c883p-2},
       {"M_2PI", 0x1.921fb54442d18p+2},
@@ -372,14 +373,14 @@ struct GRpnEval::Builtin::Table {
                                [](const Builtin& a, const Builtin& b) { return a.name < b.name; }));
 };
 
-// Binary search over [low, high). A word that a name begins with is less.
+// A binary search over the rows from `low` up to, not including, `high`.
 const GRpnEval::Builtin* GRpnEval::Builtin::find(std::string_view name) noexcept {
   std::size_t low = 0;
   std::size_t high = std::size(Table::words);
   while (low < high) {
     const std::size_t middle = (low + high) / 2;
     const Builtin& row = Table::words[middle];
-    // Most steps are decided by the first byte.
+    // The first byte decides most steps and is cheaper than a whole comparison.
     int order =
         static_cast<unsigned char>(name.front()) - static_cast<unsigned char>(row.name.front());
     if (order == 0) order = name.compare(row.name);

@@ -14,7 +14,7 @@ const char* textEnd(const char* text, const char* end) {
   return end != nullptr ? end : text + std::strlen(text);
 }
 
-// How every report begins.
+// The beginning that all reports have in common.
 std::string heading(const std::string& exprName, const char* message) {
   std::string text;
   if (!exprName.empty()) text.append(exprName).append(": ");
@@ -26,7 +26,7 @@ std::string heading(const std::string& exprName, const char* message) {
 const char* GRpnEval::Errors::error(GRpnEval& eval, const char* position, const char* message) {
   const char* const begin = eval.frame->expr;
   const char* const end = textEnd(begin, eval.frame->end);
-  const std::less<> before;  // a total order, whatever `position` points to
+  const std::less<> before;  // unlike <, it may compare pointers into different texts
   if (before(position, begin) || before(end, position)) position = end;
   std::string text = heading(eval.exprName, message);
   text.append(":\n").append(begin, position).append(" >!< ").append(position, end);

@@ -15,7 +15,7 @@
 
 namespace {
 
-// What the first character of a token says.
+// The kinds of tokens, which the first character of a token tells apart.
 enum class Token : unsigned char {
   Bad,
   End,
@@ -42,7 +42,7 @@ enum class Token : unsigned char {
 };
 
 constexpr std::array<Token, 256> makeTokens() {
-  std::array<Token, 256> tokens{};  // Bad: line ends and bytes from 0x80 up among them
+  std::array<Token, 256> tokens{};  // Bad at first: line ends and bytes from 0x80 up stay so
   const auto set = [&](char c, Token token) { tokens[static_cast<unsigned char>(c)] = token; };
   set('\0', Token::End);
   set(' ', Token::Blank);
@@ -113,9 +113,9 @@ void GRpnEval::setExternFuncs(GRpnExternFuncs* functions) {
 void GRpnEval::setExprName(const std::string& name) { exprName = name; }
 void GRpnEval::resetExprName() { exprName.clear(); }
 
-// Brings the stack to `size`. It can have become smaller, because the word argc
-// takes values of the caller's; void values then fill the gap, for which the
-// vector still has the room.
+// Brings the stack back to `size`. The stack can have become smaller, because the
+// word argc takes values from the caller's part of it. Void values then fill the
+// gap; the vector has kept the room for them, so that nothing is allocated.
 void GRpnEval::restoreStack(std::size_t size) noexcept {
   while (stack.size() > size) stack.pop_back();
   while (stack.size() < size) stack.emplace_back();

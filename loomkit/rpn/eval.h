@@ -23,82 +23,92 @@
 #include "loomkit/rpn/value.h"
 #include "loomkit/rpn/words.h"
 
-/// An evaluator with one stack of values. Expressions evaluated on it, nested
-/// ones included, share the stack; each sees only its own part of it.
+/// An evaluator with one stack of values. All expressions that run on it share
+/// the stack, also those that run inside another one; each sees only its own part
+/// of it.
 ///
-/// A failed evaluation is reported once through the error handler and gives
-/// false; the evaluator can be used again. No bad expression throws, and none
-/// overflows the machine stack. The memory of ended values and frames is kept
-/// in pools that all evaluators share, so that all evaluators of a process are
-/// used from one thread at a time. Once the pools are filled, evaluating
-/// numbers allocates nothing.
+/// Failure: an operation that fails has reported why, once, to the error handler
+/// and returns false. The evaluator can be used again. No bad expression throws,
+/// and none overflows the machine stack.
 ///
-/// Only the public operations are exported, so that the engine's own calls stay
+/// Threads: all evaluators of a process are used from one thread at a time,
+/// because they share pools that keep the memory of values that have ended. Once
+/// the pools are filled, evaluating numbers allocates nothing.
+///
+/// Only the public operations are exported, so that calls inside the engine stay
 /// direct.
 class GRpnEval {
  public:
-  /// Receives the text of each error. Freed by the evaluator as plain memory,
-  /// without a destructor call: a subclass must hold nothing that needs one.
+  /// Receives the text of each error. A host derives a class from it and hands an
+  /// object to setErrorHandler(). The evaluator frees it as plain memory without
+  /// calling a destructor, so that a derived class must not hold anything that
+  /// needs one.
   class LOOMKIT_API ErrorHandler {
    public:
-    /// By default sends the text to gOutput->error().
+    /// Called once for each failure, with one or two lines of text. Sends the
+    /// text to gOutput->error(), unless a host overrides it.
     virtual void error(const std::string& message);
   };
 
-  /// An empty stack, the default handler, no parameters and no functions.
+  /// An empty stack, an ErrorHandler, no parameters and no functions.
   LOOMKIT_API GRpnEval();
 
-  /// Memberwise: the handler, the sets and the frames are shared without a
-  /// count. An evaluator is used in place, never beside its copy.
+  /// Copies all members: the handler and the sets are shared without being
+  /// counted. An evaluator must not be used, nor end, beside its copy.
   LOOMKIT_API GRpnEval(const GRpnEval&);
   LOOMKIT_API GRpnEval& operator=(const GRpnEval&);
 
+  /// Lets the sets go and frees the handler.
   LOOMKIT_API ~GRpnEval();
 
-  /// Frees the old handler and owns the new one. Requires: not null, allocated
-  /// with new.
+  /// Replaces the handler. The old one is freed, and the new one belongs to the
+  /// evaluator from then on. Requires: it was made with new and is not null.
   LOOMKIT_API void setErrorHandler(ErrorHandler* handler);
 
-  /// Takes a reference on the new object and drops the one on the old. Null
-  /// removes the object.
+  /// Sets where `$name` looks for its value. The evaluator takes a reference of
+  /// its own to the new object and lets the old one go. With null every parameter
+  /// is unknown.
   LOOMKIT_API void setParamSet(GRpnParamSet* params);
+  /// Sets where words are looked for that are not built in, in the same way.
   LOOMKIT_API void setExternFuncs(GRpnExternFuncs* functions);
 
-  /// The name that begins each error text; empty at first.
+  /// Sets the name with which each error text begins. There is none at first.
   LOOMKIT_API void setExprName(const std::string& name);
+  /// Takes that name away.
   LOOMKIT_API void resetExprName();
 
-  /// Evaluates; the results stay on the stack. After a failure whatever was
-  /// pushed stays as well.
+  /// Evaluates the NUL-terminated `expr`. Its results stay on the stack; after a
+  /// failure, whatever it has pushed stays there as well.
   LOOMKIT_API bool eval(const char* expr);
 
-  /// Appends all results to `*results`, the deepest first, and takes them off
-  /// the stack. This form and those below leave the stack at its old size,
-  /// whatever happens, and touch their result only on success.
+  /// Evaluates `expr`, takes its results off the stack and appends them to
+  /// `*results`, the deepest first. This form and those below leave the stack at
+  /// its old size whatever happens, and touch the result only on success.
   LOOMKIT_API bool eval(const char* expr, std::vector<GRpnValue>* results);
 
-  /// Demands exactly one result.
+  /// Evaluates `expr`, which has to leave exactly one result.
   LOOMKIT_API bool eval(const char* expr, GRpnValue* result);
 
-  /// Demands exactly one result, a number.
+  /// Evaluates `expr`, which has to leave exactly one result, a number.
   LOOMKIT_API bool evalFloat(const char* expr, double* result);
 
-  /// As evalFloat(); true for a number less or greater than 0, so false for a
-  /// NaN.
+  /// As evalFloat(). `*result` becomes true for a number below or above 0, and
+  /// false for 0 and for a NaN.
   LOOMKIT_API bool evalBool(const char* expr, bool* result);
 
-  /// Demands that there is no result.
+  /// Evaluates `expr`, which must not leave a result.
   LOOMKIT_API bool evalVoid(const char* expr);
 
-  /// For external functions, while an evaluation runs: takes the top value of
-  /// the innermost evaluation off the stack. Too few values append "stack
-  /// underflow" to `*err` and give false.
+  /// For external functions: takes the top value of the running expression off
+  /// the stack. When there is none, appends "stack underflow" to `*err` and
+  /// returns false. Requires: an evaluation is running.
   LOOMKIT_API bool pop(GRpnValue* value, GRpnErrMsg* err);
 
-  /// Appends the top `count` values to `*values`, the deepest first.
+  /// The same for `count` values, which are appended to `*values`, the deepest
+  /// first. When there are fewer, none is taken.
   LOOMKIT_API bool pop(std::vector<GRpnValue>* values, unsigned count, GRpnErrMsg* err);
 
-  /// Pushes a copy.
+  /// For external functions: pushes a copy of `value`.
   void push(const GRpnValue& value) { stack.push_back(value); }
 
  private:

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // FreeList: the pool behind the expression engine's strings, vectors and
-// frames. Taking is a pointer pop and giving a pointer push.
+// frames. To take a block is a pointer pop, and to give it back a pointer push.
 #ifndef LOOMKIT_RPN_FREE_LIST_H
 #define LOOMKIT_RPN_FREE_LIST_H
 
@@ -12,20 +12,20 @@
 
 namespace loomkit {
 
-/// Blocks of `Size` bytes, linked through a pointer that lies `LinkOffset`
-/// bytes into each pooled block, over fields of the object that has ended.
-/// Memory in the pool never goes back to the allocator. While a block is
+/// A pool of memory blocks of `Size` bytes. The blocks are linked through a pointer
+/// that lies `LinkOffset` bytes into each of them, over fields of the object that
+/// has ended there. Memory in the pool never goes back to the allocator. While a block is
 /// pooled, AddressSanitizer reports every access to it; only the link stays
 /// readable, so that the leak checker can follow it.
 ///
-/// Not locked: one thread at a time.
+/// A pool is not locked: one thread at a time may use it.
 template <std::size_t Size, std::size_t LinkOffset>
 class FreeList {
   static_assert(LinkOffset + sizeof(void*) <= Size);
 
  public:
-  /// A block: the one given last, or a new one of `Size` bytes. Throws what the
-  /// global allocator throws.
+  /// Takes the block that was given last, or a new one of `Size` bytes when the
+  /// pool is empty. Throws what the global allocator throws.
   void* take() {
     if (head == nullptr) return ::operator new(Size);
     void* block = head;

@@ -35,8 +35,9 @@
 /// @cond what GRpnFunctionTable is made of
 namespace loomkit::rpn {
 
-/// Takes a value of the stack apart for a parameter of type T; false, with the
-/// reason appended, if it is of another type. `index` counts from the top.
+/// Stores a value of the stack in a parameter of a callable. False, with the
+/// reason appended to `*err`, if the value is of another type; the reason names
+/// the place of the value, `index` from the top.
 LOOMKIT_API bool operand(const GRpnValue& value, unsigned index, double* result, GRpnErrMsg* err);
 LOOMKIT_API bool operand(const GRpnValue& value, unsigned index, std::string* result,
                          GRpnErrMsg* err);
@@ -45,13 +46,14 @@ LOOMKIT_API bool operand(const GRpnValue& value, unsigned index, GRpnValue* resu
 LOOMKIT_API bool operand(const GRpnValue& value, unsigned index, std::vector<GRpnValue>* result,
                          GRpnErrMsg* err);
 
-/// A result for the stack.
+/// Makes a value for the stack of what a callable has returned.
 LOOMKIT_API GRpnValue result(double number);
 LOOMKIT_API GRpnValue result(const std::string& text);
 LOOMKIT_API GRpnValue result(const GRpnValue& value);
 LOOMKIT_API GRpnValue result(const std::vector<GRpnValue>& elements);
 
-/// The parameters and the result of a callable.
+/// The parameters and the result of a callable: of a lambda through its
+/// operator(), of a function and of a member function as they are.
 template <typename Callable>
 struct Signature : Signature<decltype(&Callable::operator())> {};
 template <typename Result, typename... Parameters>
@@ -64,12 +66,14 @@ struct Signature<Result (Class::*)(Parameters...)> : Signature<Result (*)(Parame
 template <typename Class, typename Result, typename... Parameters>
 struct Signature<Result (Class::*)(Parameters...) const> : Signature<Result (*)(Parameters...)> {};
 
+/// Whether T is a std::optional.
 template <typename T>
 struct IsOptional : std::false_type {};
 template <typename T>
 struct IsOptional<std::optional<T>> : std::true_type {};
 
-/// True if the last parameter is a GRpnErrMsg*, which is no operand.
+/// Whether the last parameter of a callable is a GRpnErrMsg*, which takes the
+/// reason of a failure and no operand.
 template <typename Tuple, std::size_t Size = std::tuple_size<Tuple>::value>
 struct TakesError : std::is_same<std::tuple_element_t<Size - 1, Tuple>, GRpnErrMsg*> {};
 template <typename Tuple>
@@ -78,24 +82,33 @@ struct TakesError<Tuple, 0> : std::false_type {};
 }  // namespace loomkit::rpn
 /// @endcond
 
-/// External functions by name. Counted like its base.
+/// External functions that a host adds by name, as callables or as expressions.
+/// The example above shows both.
 ///
-/// A parameter of a callable is a `double`, a `std::string`, a
-/// `std::vector<GRpnValue>` or, for any type, a `GRpnValue`; the last operand
-/// is the top of the stack. A last parameter of type `GRpnErrMsg*` is no
-/// operand but takes the reason of a failure. The result is one of these types,
-/// a number of another type, `bool` (1 or 0), `void` for none, or a
-/// `std::optional` of one, whose nullopt fails the evaluation.
+/// Each parameter of a callable takes one operand; the last operand is the top of
+/// the stack. A parameter is a `double`, a `std::string`, a
+/// `std::vector<GRpnValue>`, or a `GRpnValue`, which accepts every type. If the
+/// last parameter is a `GRpnErrMsg*`, it takes no operand: the callable appends
+/// the reason of its failure there.
 ///
-/// Operands that do not fit fail with the engine's own texts, "stack underflow"
-/// and "stack[n] is not a ..."; a name that is not there with "unknown
-/// function".
+/// The result is one of these types, a number of any other type, `bool` (pushed as
+/// 1 or 0), or `void` when nothing is to be pushed. A callable that can fail
+/// returns a `std::optional` of one of them; std::nullopt fails the evaluation.
+///
+/// Failure: operands that are missing or of another type are reported in the
+/// words of the engine, "stack underflow" and "stack[n] is not a ...", without
+/// the callable being called. A name that was not added gives "unknown function".
+///
+/// The table owns its functions. It is counted like its base class and is used
+/// from the thread that runs expressions.
 class LOOMKIT_API GRpnFunctionTable : public GRpnExternFuncs {
  public:
+  /// A table without functions, with one reference, which belongs to the creator.
   GRpnFunctionTable();
 
-  /// Adds or replaces a function. A built-in word of the same name goes before
-  /// it.
+  /// Adds the function `name`, in place of an older one of that name. The table
+  /// keeps a copy of `callable`. A built-in word of the same name is preferred, so
+  /// that such a function is never called.
   template <typename Callable>
   void add(const std::string& name, Callable callable) {
     functions[name] = [callable = std::move(callable)](GRpnEval* eval, GRpnErrMsg* err) mutable {
@@ -103,15 +116,17 @@ class LOOMKIT_API GRpnFunctionTable : public GRpnExternFuncs {
     };
   }
 
-  /// Adds or replaces a local function: an expression, which takes arguments
-  /// with the word argc and leaves its results on the stack.
+  /// Adds a function that is itself an expression, in place of an older one of
+  /// that name. It takes its arguments with the word argc and leaves its results
+  /// on the stack.
   void addExpression(const std::string& name, const std::string& expr);
 
-  /// True if there is a function `name`.
+  /// Whether a function `name` was added.
   [[nodiscard]] bool contains(const std::string& name) const;
-  /// The names, sorted bytewise.
+  /// The names of all functions, sorted bytewise.
   [[nodiscard]] std::vector<std::string> names() const;
 
+  /// Runs a function that was added; see GRpnExternFuncs::call().
   bool call(const char* name, unsigned length, GRpnEval* eval, GRpnErrMsg* err) override;
 
  protected:

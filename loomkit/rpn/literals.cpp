@@ -19,8 +19,8 @@ using loomkit::isAsciiWord;
 
 namespace {
 
-// A short decimal integer, which is what most numbers are. Null where it may be
-// the beginning of something else.
+// Reads a short decimal integer, which is what most numbers are, and gives the
+// position behind it. Null where the digits may belong to another kind of number.
 const char* shortInteger(const char* s, std::int32_t* value) {
   const char* const end = loomkit::readShortNumber(s, value);
   if (end == nullptr || (*s == '0' && end - s > 1)) return nullptr;  // perhaps octal
@@ -48,8 +48,8 @@ const char* GRpnEval::Literals::constNumber(GRpnEval& eval, const char* s) {
   const char* end = s;
   bool converted = false;
   errno = 0;
-  // The looser test for the capital is relied upon: "5X" is the number 5,
-  // followed by a word that begins with X.
+  // The test for the capital X is looser than the one for x, and expressions rely
+  // on it: "5X" is the number 5, followed by a word that begins with X.
   if ((s[0] == '0' && s[1] == 'x') || s[1] == 'X') {
     value = loomkit::parseUnsignedLong32(s, &end, 16);
     converted = true;
@@ -67,7 +67,8 @@ const char* GRpnEval::Literals::constNumber(GRpnEval& eval, const char* s) {
 
 namespace {
 
-// The character that an escape letter stands for, or NUL.
+// The character that a letter behind a backslash stands for, or NUL if it is no
+// escape.
 char simpleEscape(char letter) {
   switch (letter) {
     case '"':
@@ -98,7 +99,7 @@ constexpr unsigned largestByte = 255;
 
 }  // namespace
 
-// *s is at the first digit; behind the digits afterwards.
+// Reads the digits from *s on, appends their byte, and moves *s behind them.
 bool GRpnEval::Literals::octalEscape(GRpnEval& eval, const char** s, std::string* text) {
   const char* p = *s;
   unsigned value = 0;
@@ -110,8 +111,8 @@ bool GRpnEval::Literals::octalEscape(GRpnEval& eval, const char** s, std::string
   return true;
 }
 
-// *s is behind the x; behind the digits afterwards. Both texts are spelled as
-// hosts know them.
+// Reads the digits behind an x from *s on, appends their byte, and moves *s behind
+// them. The spelling of both error texts is wrong, and stays, as hosts know it.
 bool GRpnEval::Literals::hexEscape(GRpnEval& eval, const char** s, std::string* text) {
   const char* p = *s;
   unsigned value = 0;
@@ -143,8 +144,8 @@ const char* GRpnEval::Literals::constString(GRpnEval& eval, const char* s) {
     } else if (letter == 'x') {
       if (!hexEscape(eval, &++p, text.get())) return nullptr;
     } else if (const char c = simpleEscape(letter); c != '\0') {
-      // p stays on the letter, which is then read once more as an ordinary
-      // character: "\n" is a line feed and an n, and "\"" ends the literal.
+      // p stays on the letter, which the next round reads once more as an ordinary
+      // character: "\n" gives a line feed and an n, and "\"" ends the literal.
       // Expressions in the field rely on it.
       *text += c;
     } else {

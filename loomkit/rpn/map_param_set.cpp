@@ -22,7 +22,7 @@ void GRpnMapParamSet::set(const std::string& name, const char* text) {
 }
 
 void GRpnMapParamSet::set(const std::string& name, const GRpnValue& value) {
-  GRpnValue copy(value);  // `value` may live in the entry's old vector
+  GRpnValue copy(value);  // `value` may be an element of the vector that it replaces
   values[name] = std::move(copy);
 }
 

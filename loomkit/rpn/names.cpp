@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr unsigned maxDepth = 100;  // of frames, where a word may still run
+// The number of frames up to which a word still runs.
+constexpr unsigned maxDepth = 100;
 
 bool startsName(char c) { return loomkit::isAsciiAlpha(c) || c == '_'; }
 
@@ -71,8 +72,9 @@ const char* GRpnEval::Names::argument(GRpnEval& eval, const char* p) {
 }
 
 const char* GRpnEval::Names::function(GRpnEval& eval, const char* p) {
-  // The engine's only limit on nesting. Defaults that run through no word are
-  // not counted, and need no limit: they take no machine stack.
+  // This is the engine's only limit on nesting. A chain of defaults in which no
+  // word runs is not stopped by it, and need not be, as defaults take no machine
+  // stack.
   if (eval.depth > maxDepth) return Errors::error(eval, p, "possibly infinite recursion (aborted)");
   const char* const end = nameEnd(p);
   const std::string_view name(p, static_cast<std::size_t>(end - p));

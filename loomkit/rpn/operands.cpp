@@ -5,7 +5,7 @@
 
 namespace {
 
-// Exactly the whole numbers from 0 to 4294967295 pass.
+// Whether the number is a whole one from 0 to 4294967295, which is then stored.
 bool wholeNumber(double number, unsigned* result) {
   if (!(number >= 0.0 && number <= 4294967295.0)) return false;
   *result = static_cast<unsigned>(number);
@@ -50,7 +50,7 @@ bool GRpnEval::Operands::pop(GRpnEval& eval, const char* position, double* a, do
   return true;
 }
 
-// One of the two top values, as a whole number.
+// Reads the value at `depth`, which is 0 or 1, as a whole number.
 bool GRpnEval::Operands::readNatural(GRpnEval& eval, const char* position, std::size_t depth,
                                      unsigned* result) {
   const bool top = depth == 0;
@@ -79,8 +79,8 @@ bool GRpnEval::Operands::pop(GRpnEval& eval, const char* position, unsigned* a, 
 
 // Strings.
 
-// A position or length: NULL and -1 mean none or to the end, and so does a NaN,
-// which counts as -1.
+// Reads a position or a length. NULL and -1 mean no position, or everything up to
+// the end; a NaN counts as -1.
 bool GRpnEval::Operands::getSizeType(const GRpnValue& value, unsigned* result) noexcept {
   if (value.getType() == GRpnValue::Void) {
     *result = toTheEnd;

@@ -8,15 +8,15 @@
 
 namespace {
 
-// -1, 0 or 1. Two numbers count as equal when they differ by less than 2^-48 of
-// the larger one; there is no absolute tolerance. An operand that is no number
-// makes the larger one no number either, and so is never equal.
+// The order of two numbers: -1, 0 or 1. They count as equal when they differ by
+// less than 2^-48 of the larger one; there is no absolute tolerance. A NaN counts
+// as the larger one, so that it is equal to nothing.
 int compareNumbers(double a, double b) {
   const double larger = std::isnan(b) ? b : std::max(std::fabs(a), std::fabs(b));
   if (larger == 0) return 0;
   const double difference = (a - b) / larger;
-  // The binary exponent of the difference is below 6 tolerance bits less the 53
-  // bits of a double.
+  // A double has 53 bits, of which the last 6 are tolerated: the binary exponent
+  // of such a difference is below 6 - 53.
   if (std::fabs(difference) < 0x1p-48) return 0;
   return a >= b ? 1 : -1;
 }

@@ -8,8 +8,8 @@
 
 namespace {
 
-// The link of a pooled object lies over its last member, the union with the
-// reference count.
+// The pools of ended objects. The link of a pooled object lies over its last
+// member, the union that also holds the reference count.
 template <typename Object, typename Base>
 using Pool = loomkit::FreeList<sizeof(Object), sizeof(Base)>;
 
@@ -41,8 +41,9 @@ void GRpnString::operator delete(void* block) noexcept { stringPool.give(block);
 void* GRpnVector::operator new(std::size_t) { return vectorPool.take(); }
 void GRpnVector::operator delete(void* block) noexcept { vectorPool.give(block); }
 
-// Destroying the elements of a vector can end further vectors, to any depth.
-// They are chained up and ended one after the other, not inside each other.
+// When a vector ends, its elements can be the last references to further vectors,
+// to any depth. These are put into a chain and end one after the other instead of
+// one inside the other, so that the machine stack does not grow.
 void GRpnVector::destroy(GRpnVector* vector) noexcept {
   static constinit void* chain = nullptr;
   static constinit bool running = false;
@@ -102,14 +103,14 @@ void GRpnValue::setVector(GRpnVector* vector) noexcept {
 
 namespace {
 
-// Two vectors that are being compared, and how far that has come.
+// Two vectors that are being compared, and the index at which to go on.
 struct Pending {
   const GRpnVector* a;
   const GRpnVector* b;
   std::size_t next;
 };
 
-// Values of one type that is not Vector.
+// Whether two values are the same. Requires: they are of one type, not Vector.
 bool sameScalar(const GRpnValue& a, const GRpnValue& b) {
   switch (a.getType()) {
     case GRpnValue::Number:
@@ -121,7 +122,8 @@ bool sameScalar(const GRpnValue& a, const GRpnValue& b) {
   }
 }
 
-// -1 when a < b; else 1 when b < a; else 0. With a NaN a < b, whichever it is.
+// The order of two values: below 0, 0 or above 0. Two numbers of which one is a
+// NaN give -1. Requires: they are of one type, not Vector.
 int compareScalars(const GRpnValue& a, const GRpnValue& b) {
   switch (a.getType()) {
     case GRpnValue::Number:
@@ -136,8 +138,8 @@ int compareScalars(const GRpnValue& a, const GRpnValue& b) {
 
 }  // namespace
 
-// The comparisons keep their own list of open vectors: an expression can nest
-// vectors deeper than the machine stack would bear.
+// The comparisons keep a list of the vectors that they are inside of, instead of
+// recursing: an expression can nest vectors deeper than the machine stack allows.
 bool GRpnValue::operator==(const GRpnValue& other) const {
   if (type != other.type) return false;
   if (type != Vector) return sameScalar(*this, other);

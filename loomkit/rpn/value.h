@@ -19,18 +19,26 @@
 
 class GRpnVector;
 
-/// A counted text. Starts with one reference, which belongs to its creator;
-/// ends only through decRef(), after which its memory waits in a pool for the
-/// next string. Not to be derived from with further members: the pool hands out
-/// blocks of exactly this size.
+/// A text on the stack of an evaluator: a std::string that counts its references.
+///
+/// Ownership: a new string has one reference, which belongs to its creator. Each
+/// GRpnValue that holds the string has one of its own. The last decRef() ends the
+/// string; nobody deletes it otherwise. Its memory then waits in a pool for the
+/// next string, which is why a class derived from it must not add members: the
+/// pool hands out blocks of exactly this size.
+///
+/// Other values may share the text, so that a host changes it only as long as it
+/// holds the only reference. Nothing fails, apart from running out of memory.
 class LOOMKIT_API GRpnString : public std::string {
  public:
+  /// The empty text.
   GRpnString(bool isSymbol);
+  /// A copy of `text`. Requires: not null.
   GRpnString(const std::string& text, bool isSymbol);
   GRpnString(const char* text, bool isSymbol);
 
-  /// Memberwise, the reference count included; no way of making an independent
-  /// object.
+  /// Copies all members, the reference count included. A copy is not an object
+  /// of its own; these are here for hosts that were built with them.
   GRpnString(const GRpnString&) = default;
   GRpnString& operator=(const GRpnString&) = default;
 
@@ -40,15 +48,16 @@ class LOOMKIT_API GRpnString : public std::string {
     return this;
   }
 
-  /// Takes a reference away, and with the last one ends the object.
+  /// Takes a reference away. With the last one the string ends.
   void decRef() noexcept {
     if (--tail.fields.refCount == 0) delete this;
   }
 
-  /// True for a text that was written as a symbol literal (@name). The engine's
-  /// own operators look at the text only.
+  /// Whether the text was written as a symbol in an expression, with an '@' in
+  /// front of it. The operators and words of the language do not care; hosts may.
   [[nodiscard]] bool isSymbol() const noexcept { return tail.fields.isSymbol; }
 
+  /// Takes the memory from the pool, and gives it back there.
   static void* operator new(std::size_t size);
   static void operator delete(void* block) noexcept;
 
@@ -70,69 +79,89 @@ class LOOMKIT_API GRpnString : public std::string {
   Tail tail;
 };
 
-/// The tagged value: void, a number, or a counted reference to a string or a
-/// vector. A plain value of 16 bytes (12 on a 32-bit machine): copying takes
-/// one more reference, destroying releases it.
+/// A value of an expression: void, a number, a string or a vector, with a tag that
+/// says which of them.
 ///
-/// The payload readers check nothing; look at getType() first.
+///     if (value.getType() == GRpnValue::Number) use(value.getNumber());
+///
+/// A value holds its number itself and one reference to its string or vector.
+/// Copying it takes one more reference and destroying it lets one go. It has 16
+/// bytes (12 on a 32-bit machine).
+///
+/// What reads the payload does not look at the tag: a caller looks at getType()
+/// first. Nothing fails, and nothing throws.
 class LOOMKIT_API GRpnValue {
  public:
-  /// The order is used by operator<.
+  /// What a value can be. The operator < puts the types into this order.
   enum Type : int { Void = 0, Number = 1, String = 2, Vector = 3 };
 
   /// A void value.
   GRpnValue() noexcept : type(Void) { payload.number = 0; }
   /// A number.
   GRpnValue(double number) noexcept : type(Number) { payload.number = number; }
-  /// A string or vector. Takes a reference of its own. Requires: not null.
+  /// A string or a vector. The value takes a reference of its own; the caller's
+  /// stays the caller's. Requires: not null.
   GRpnValue(GRpnString* string) noexcept;
   GRpnValue(GRpnVector* vector) noexcept;
 
+  /// The same number, or one more reference to the same string or vector.
   GRpnValue(const GRpnValue& other) noexcept : type(other.type), payload(other.payload) {
     if (type >= String) incPayload();
   }
-  /// Takes the payload over; `other` is void afterwards.
+  /// Takes the payload of `other` over, which is void afterwards.
   GRpnValue(GRpnValue&& other) noexcept : type(other.type), payload(other.payload) {
     other.type = Void;
   }
 
-  /// Drops the old payload first and only then looks at the source, with no
-  /// check for self-assignment. Requires: the source does not live through this
-  /// value's last reference.
+  /// Replaces the payload. The old one is let go before the new one is read; hosts
+  /// rely on that order. Requires: the old payload does not keep `other` alive. A
+  /// value must not be assigned an element of its own vector, nor itself, when it
+  /// holds the last reference.
   GRpnValue& operator=(const GRpnValue& other) noexcept;
   GRpnValue& operator=(GRpnValue&& other) noexcept;
 
+  /// Lets the string or vector go.
   ~GRpnValue() {
     if (type >= String) decPayload();
   }
 
+  /// What the value is.
   [[nodiscard]] Type getType() const noexcept { return type; }
 
-  /// "void", "number", "string" or "vector"; "<unknown>" for any other tag.
+  /// The type as a word for messages: "void", "number", "string" or "vector". Any
+  /// other tag gives "<unknown>".
   [[nodiscard]] const char* getTypeName() const noexcept;
 
-  /// The payload. Requires: the type fits. The pointers carry no reference.
+  /// The number. Requires: the type is Number.
   [[nodiscard]] double getNumber() const noexcept { return payload.number; }
+  /// The string. No reference is added: the pointer is valid as long as somebody
+  /// holds the string. Requires: the type is String.
   [[nodiscard]] GRpnString* getString() const noexcept { return payload.string; }
+  /// The vector; no reference is added. Requires: the type is Vector.
   [[nodiscard]] GRpnVector* getVector() const noexcept { return payload.vector; }
 
-  /// Releases the old payload and stores the number.
+  /// Lets the old payload go and stores the number.
   void setNumber(double number) noexcept {
     setType(Number);
     payload.number = number;
   }
 
-  /// Takes a reference on the new object, then releases the old payload.
+  /// Takes a reference of its own to `string`, then lets the old payload go, so
+  /// that a value may be set to what it holds. Requires: not null.
   void setString(GRpnString* string) noexcept;
+  /// The same for a vector.
   void setVector(GRpnVector* vector) noexcept;
 
-  /// Same type and same content. Numbers are equal unless they differ by 1e-10
-  /// or more, so that a NaN equals every number. The language's own == operator
-  /// is another one.
+  /// Whether type and content are the same. Two numbers are the same unless they
+  /// differ by 1e-10 or more, so that a NaN is the same as every number. Two
+  /// vectors are the same if their elements are, to any depth.
+  ///
+  /// The operator == of the language compares numbers in another way.
   bool operator==(const GRpnValue& other) const;
 
-  /// Orders by type, then by content; vectors lexicographically. A NaN on
-  /// either side of two numbers gives true.
+  /// Whether this value comes before `other`: by type, and within a type by
+  /// content. Vectors are compared element by element. Two numbers of which one
+  /// is a NaN give true, whichever it is.
   bool operator<(const GRpnValue& other) const;
 
  private:
@@ -155,14 +184,24 @@ class LOOMKIT_API GRpnValue {
   Payload payload;
 };
 
-/// A counted list of values, which can be vectors themselves. The same rules as
-/// for GRpnString hold. A vector nested to any depth ends without recursion.
+/// A vector on the stack of an evaluator: a std::vector of values that counts its
+/// references.
+///
+///     GRpnVector* vector = new GRpnVector;     // one reference, ours
+///     vector->push_back(1.5);
+///     eval.push(vector);                       // the stack takes its own
+///     vector->decRef();                        // ours goes
+///
+/// Ownership, the pool and sharing are as for GRpnString. Elements may be vectors
+/// themselves; a vector that is nested to any depth ends without recursion. A
+/// vector must not contain itself, since it would never end.
 class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
  public:
   /// An empty vector with one reference.
   GRpnVector() noexcept { tail.refCount = 1; }
 
-  /// Memberwise, the reference count included.
+  /// Copies all members, the reference count included. A copy is not an object
+  /// of its own; these are here for hosts that were built with them.
   GRpnVector(const GRpnVector&) = default;
   GRpnVector& operator=(const GRpnVector&) = default;
 
@@ -172,11 +211,12 @@ class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
     return this;
   }
 
-  /// Takes a reference away, and with the last one ends the object.
+  /// Takes a reference away. With the last one the vector ends.
   void decRef() noexcept {
     if (--tail.refCount == 0) destroy(this);
   }
 
+  /// Takes the memory from the pool, and gives it back there.
   static void* operator new(std::size_t size);
   static void operator delete(void* block) noexcept;
 

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdint>
+#include <limits>
 
+#include "loomkit/text/c_string.h"
 #include "loomkit/text/char_class.h"
 
-// Before every other static object, like the channel in output.cpp.
+// Made before every other static object, like the channel in output.cpp.
 [[gnu::init_priority(200)]] const std::string gEmptyString;
 
 GiString::GiString(const std::string& s, unsigned pos) : std::string(s, pos) {}
@@ -85,4 +87,24 @@ std::string& GiString::trimRight(const char* chars) {
   const char* set = chars != nullptr ? chars : loomkit::whiteSpaceSet;
   erase(find_last_not_of(set) + 1);  // npos + 1 is 0: nothing is kept
   return *this;
+}
+
+GiString GiString::convertToCString(unsigned pos, unsigned n) const {
+  const std::string_view part = loomkit::partOf(*this, pos, n);
+  GiString literal;
+  literal.reserve(part.size() + (part.size() + 7) / 8 + 3);
+  loomkit::appendCString(part, &literal);
+  return literal;
+}
+
+GiString GiString::parseAsCString(unsigned pos, unsigned* end) const {
+  GiString text;
+  if (end != nullptr) *end = std::numeric_limits<unsigned>::max();
+  if (pos > size()) return text;
+  const char* start = data() + pos;
+  const char* limit = data() + size();
+  const bool quoted = start != limit && *start == '"';
+  const char* behind = loomkit::readQuoted(quoted ? start + 1 : start, limit, &text);
+  if (behind != nullptr && end != nullptr) *end = static_cast<unsigned>(behind - start);
+  return text;
 }

@@ -1,23 +1,19 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/text/number.h"
 
-#include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstddef>
-#include <cstdlib>
+#include <cstdint>
 #include <limits>
 
 #include "loomkit/text/char_class.h"
-#include "loomkit/text/number32.h"
 
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Powers of ten as repeated products. Past the ends of the tables the products
-// are infinite or zero, however many factors follow, so that no exponent costs
-// more than a look.
+// Powers of ten, as products of one factor after the other. Beyond the tables the
+// products are infinite or zero, so that an exponent of any size costs one look.
 constexpr auto positivePowers = [] {
   std::array<double, 309> powers{1, 10, 100, 1000, 10000};
   for (std::size_t i = 5; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
@@ -40,7 +36,7 @@ double powerOfTen(std::int64_t exponent) {
   return i < negativePowers.size() ? negativePowers[i] : 0;
 }
 
-// Up to eight digits, the group in which numbers are read.
+// A group of up to eight digits. Numbers are read group by group.
 struct DigitGroup {
   std::int32_t value = 0;
   int count = 0;
@@ -55,7 +51,7 @@ inline DigitGroup readGroup(const char*& s) {
   return group;
 }
 
-// The number without white space and sign. `good` is moved behind what was read.
+// Reads a number without white space and sign, and moves `good` behind it.
 double readUnsigned(const char* s, const char*& good) {
   DigitGroup group = readGroup(s);
   double value = group.value;
@@ -84,7 +80,8 @@ double readUnsigned(const char* s, const char*& good) {
   const bool negative = *s == '-';
   if (*s == '-' || *s == '+') ++s;
   do {
-    // A longer exponent is applied group by group: each one scales anew.
+    // Each group of digits of a longer exponent scales the value anew, as if it
+    // were an exponent by itself. Stored values depend on it.
     group = readGroup(s);
     if (group.value != 0) value = powerOfTen(negative ? -group.value : group.value) * value;
     if (group.count != 0) good = s;
@@ -116,36 +113,3 @@ bool gParseCDouble(const char* s, float* value) {
   *value = static_cast<float>(wide);
   return read;
 }
-
-namespace loomkit {
-
-std::int32_t parseLong32(const char* s, const char** end, int base) {
-  using Limits = std::numeric_limits<std::int32_t>;
-  char* stop = nullptr;
-  const long long wide = std::strtoll(s, &stop, base);
-  if (end != nullptr) *end = stop;
-  const long long clamped = std::clamp<long long>(wide, Limits::min(), Limits::max());
-  if (clamped != wide) errno = ERANGE;
-  return static_cast<std::int32_t>(clamped);
-}
-
-std::uint32_t parseUnsignedLong32(const char* s, const char** end, int base) {
-  constexpr std::uint32_t max = std::numeric_limits<std::uint32_t>::max();
-  const int previousError = errno;
-  errno = 0;
-  char* stop = nullptr;
-  const unsigned long long wide = std::strtoull(s, &stop, base);
-  if (end != nullptr) *end = stop;
-  // The magnitude decides on the range; strtoull has already applied the sign.
-  const bool negative = *skipAsciiSpace(s) == '-';
-  const unsigned long long magnitude = negative ? 0 - wide : wide;
-  if (errno == ERANGE || magnitude > max) {
-    errno = ERANGE;
-    return max;
-  }
-  if (errno == 0) errno = previousError;
-  const auto value = static_cast<std::uint32_t>(magnitude);
-  return negative ? 0 - value : value;
-}
-
-}  // namespace loomkit

@@ -108,7 +108,8 @@ void GOutput::logMessageVar(const char* first, ...) {
 
 void GOutput::log(int level, const std::string& sys, const char* text) {
   if (getLogLevel(sys) < level) return;
-  const unsigned travels = static_cast<unsigned>(level) + GOutputLog0;  // may wrap at INT_MAX
+  const unsigned travels =
+      static_cast<unsigned>(level) + GOutputLog0;  // wraps for a level near INT_MAX
   output(static_cast<GOutputLevel>(travels), sys, text);
 }
 
@@ -168,9 +169,9 @@ void GSystemOutput::output(GOutputLevel level, const std::string& sys, GOStrStre
   GOutput::output(level, sys, text);
 }
 
-// Before every other static object of the library and of a host that links it
-// statically, because any of them may report something. If the allocation
-// fails, the channel stays null.
+// These objects are made before every other static object of the library, and of a
+// host that links it statically, because any of those may report something. If
+// there is no memory for the channel, it stays null.
 [[gnu::init_priority(200)]] std::string gGenSysName = "_generic";
 [[gnu::init_priority(200)]] std::string gDataSysName = "_data";
 [[gnu::init_priority(200)]] std::string g2DSysName = "_g2d";
@@ -186,9 +187,10 @@ GOutput* makeDefaultOutput() noexcept {
   }
 }
 
-// A class type, because init_priority is for objects of class type only. It
-// keeps the address, so that a leak checker finds the object also in a host
-// that has put its own in gOutput.
+// Makes the channel while the library is loaded. It is a class because the
+// attribute init_priority is for objects of class type only. It keeps the address,
+// so that a leak checker finds the object even when a host has put its own into
+// gOutput.
 struct LoadTimeOutput {
   LoadTimeOutput() noexcept : made(makeDefaultOutput()) { gOutput = made; }
   GOutput* made;

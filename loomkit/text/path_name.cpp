@@ -27,7 +27,7 @@ std::string_view withoutTrailingSlashes(std::string_view s) {
   return s.substr(0, s.find_last_not_of('/') + 1);
 }
 
-// A name that is nothing but the suffix keeps it.
+// Cuts the suffix off. A name that consists of the suffix alone keeps it.
 std::string_view withoutSuffix(std::string_view s, const char* suffix) {
   if (suffix == nullptr) return s;
   const std::string_view cut(suffix);
@@ -64,8 +64,8 @@ std::string gBasename(const std::string& path, const char* suffix) {
 std::string gDirname(const std::string& path) {
   const std::size_t prefixLength = rootPrefixLength(path);
   const std::string_view directory = directoryName(std::string_view(path).substr(prefixLength));
-  // A share alone is a directory; a drive alone is not, it needs the ".", and so
-  // does a bare "//", which is no longer than a drive.
+  // A share by itself is a directory. A drive by itself is not: it needs the ".".
+  // So does a bare "//", which is not longer than a drive.
   if (prefixLength > 2 && directory == ".") return path.substr(0, prefixLength);
   return path.substr(0, prefixLength).append(directory);
 }

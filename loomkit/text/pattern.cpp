@@ -19,7 +19,7 @@ namespace {
 // - A '*' in front of a '/' goes on at the next '/' of the text, which is the
 //   same from all places that a '*' before it could have chosen.
 //
-// So when the last '*' fails, the ones before it would fail too.
+// So when the last '*' fails at all places, moving one before it would not help.
 class Matcher {
  public:
   Matcher(const char* patternText, const char* subject, bool noEscapeFlag, bool pathNameFlag,
@@ -37,7 +37,8 @@ class Matcher {
         const Star star = takeStar();
         if (star != Star::goesOn) return star == Star::matches;
       } else if (*text == '\0') {
-        // An item is left without a character; from a later place more would be.
+        // The text has ended. An item that is left gets no character; moving the
+        // last '*' on would leave even more items without one.
         return *pattern == '\0';
       } else if (!takeOne() && !moveLastStar()) {
         return false;
@@ -61,7 +62,8 @@ class Matcher {
       return text != nullptr ? Star::goesOn : Star::fails;
     }
     if (*text == '\0') return Star::fails;
-    // Behind a '*' that is tried out, leading periods are ordinary.
+    // Behind a '*' that is tried at several places, a leading period is a
+    // character like others.
     period = false;
     starPattern = pattern;
     starText = text;
@@ -75,8 +77,9 @@ class Matcher {
     return skipToLiteral();
   }
 
-  // Puts the last '*' at the next place where the rest could match: with an
-  // ordinary character behind the '*', where that one is. False: there is none.
+  // Moves on to the next place where what follows the last '*' could match. If an
+  // ordinary character follows the '*', that is where the text has the character.
+  // False if there is no such place.
   bool skipToLiteral() {
     const char first = *starPattern;
     if (first != '?' && first != '[' && first != '\\') {

@@ -129,7 +129,8 @@ void gReplace(std::string* s, const char* from, const char* to) {
   std::size_t found = s->find(from, 0, fromLength);
   if (found == std::string::npos || fromLength == 0) return;
 
-  // Built beside the original: each byte moves once, however many are replaced.
+  // The new text is built beside the old one, so that each byte moves only once,
+  // however many places are replaced.
   const std::size_t toLength = std::strlen(to);
   std::string replaced;
   replaced.reserve(s->size() + (toLength > fromLength ? toLength - fromLength : 0));

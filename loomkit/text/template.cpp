@@ -9,7 +9,7 @@
 
 namespace {
 
-// Where the next placeholder to fill begins, or npos.
+// The position of the placeholder that is filled next, or npos if there is none.
 std::size_t nextPlaceholder(const std::string& text) {
   std::size_t best = std::string::npos;
   char smallest = '9' + 1;
@@ -32,8 +32,8 @@ std::string& fill(std::string& text, std::string_view value) {
   return text;
 }
 
-// The buffers in which a value is printed; a longer text is cut off, which a
-// 64-bit long can bring about and callers' columns rely on.
+// The sizes of the buffers in which values are printed. A longer text is cut off,
+// which can happen to a 64-bit long; the columns of callers rely on that.
 constexpr unsigned shortBuffer = 8;
 constexpr unsigned intBuffer = 14;
 constexpr unsigned wideBuffer = 128;

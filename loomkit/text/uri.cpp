@@ -16,7 +16,8 @@ constexpr std::string_view defaultAllowed = "!$&'()*+,;=";
 constexpr char hexDigits[] = "0123456789ABCDEF";
 constexpr std::size_t escapeLength = 3;
 
-// How many characters each byte is written with: 1 as it is, 3 escaped.
+// The number of characters that each byte is written with: 1 for a byte that stays
+// as it is, and 3 for one that is escaped.
 using Widths = std::array<unsigned char, 256>;
 
 constexpr unsigned char indexOf(char c) { return static_cast<unsigned char>(c); }
@@ -56,8 +57,8 @@ constexpr auto hexValues = [] {
   return values;
 }();
 
-// What each byte is written as, so that the writer need not branch: [0] as it
-// is, [1] escaped.
+// The text of each byte: as it is in [0], and escaped in [1]. With this table the
+// writer needs no branch.
 constexpr std::size_t slot = 4;
 constexpr auto written = [] {
   std::array<std::array<std::array<char, slot>, 256>, 2> forms{};
@@ -68,8 +69,8 @@ constexpr auto written = [] {
   return forms;
 }();
 
-// Writes one byte in either form and returns the place behind it. Requires:
-// room for a whole slot.
+// Writes one byte in either form and returns the position behind it. Requires: there
+// is room for a whole slot of the table.
 inline char* write(char* out, unsigned char byte, std::size_t width) {
   std::memcpy(out, written[width >> 1][byte].data(), slot);
   return out + width;
