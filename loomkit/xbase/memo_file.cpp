@@ -48,7 +48,7 @@ int MemoFile::create(const std::string& path) {
 // died may have written some without the header.
 std::uint64_t MemoFile::nextFree() const {
   const std::uint64_t behindEnd = (file.length() + sizeOfBlock - 1) / sizeOfBlock;
-  return std::max<std::uint64_t>(free, behindEnd);
+  return std::max<std::uint64_t>({free, behindEnd, fpt::firstBlock(sizeOfBlock)});
 }
 
 bool MemoFile::holds(std::uint32_t block) const {

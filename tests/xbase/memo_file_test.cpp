@@ -131,6 +131,14 @@ TEST_F(XBaseMemo, AFileTooShortForItsHeaderIsNoMemoFile) {
     EXPECT_EQ(memo.open(scratch / "m.fpt"), errorNotATable) << size;
     takeError();
   }
+  // With the used part of the header only, the first memo still goes behind 512 bytes.
+  scratch.write("m.fpt", std::string("\0\0\0\0\0\0\0\x01", 8));
+  MemoFile shortest(engine);
+  ASSERT_EQ(shortest.open(scratch / "m.fpt"), ok);
+  std::uint32_t first = 0;
+  EXPECT_EQ(shortest.write("abc", &first), ok);
+  EXPECT_EQ(first, 512U);
+  EXPECT_EQ(readMemo(&shortest, first), "abc");
   scratch.write("m.fpt", std::string(600, '\0'));
   MemoFile memo(engine);
   ASSERT_EQ(memo.open(scratch / "m.fpt"), ok);

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: MIT
+// A file that holds a fuzz target's input, for what reads files only.
+#ifndef LOOMKIT_TESTS_FUZZ_FUZZ_FILE_H
+#define LOOMKIT_TESTS_FUZZ_FUZZ_FILE_H
+
+#include <stdlib.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+namespace loomkit::testing {
+
+/// A directory in memory where the system has one, gone at the program's end.
+class FuzzDirectory {
+ public:
+  FuzzDirectory() {
+    const std::filesystem::path memory = "/dev/shm";
+    const bool hasMemory = std::filesystem::is_directory(memory);
+    std::string pattern =
+        ((hasMemory ? memory : std::filesystem::temp_directory_path()) / "loomkit_XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) abort();
+    folder = pattern;
+  }
+  FuzzDirectory(const FuzzDirectory&) = delete;
+  FuzzDirectory& operator=(const FuzzDirectory&) = delete;
+  ~FuzzDirectory() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+  }
+
+  /// Writes a file anew and gives its path.
+  [[nodiscard]] std::string write(const std::string& name, const std::uint8_t* data,
+                                  std::size_t size) const {
+    const std::string path = folder + "/" + name;
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr || std::fwrite(data, 1, size, file) != size) abort();
+    std::fclose(file);
+    return path;
+  }
+  [[nodiscard]] const std::string& path() const { return folder; }
+
+ private:
+  std::string folder;
+};
+
+}  // namespace loomkit::testing
+
+#endif  // LOOMKIT_TESTS_FUZZ_FUZZ_FILE_H
