@@ -61,6 +61,14 @@ GDbStatus GSqlite3Database::check(const GSqlQueryData* query) {
   return query == nullptr ? setError(GDbInternalError) : GDbNoError;
 }
 
+// What begins nearly every operation. Nearly always the statement is prepared
+// already, and is not asked again.
+GDbStatus GSqlite3Database::makeReady(GSqlQueryData* query) {
+  const GDbStatus status = check(query);
+  if (status != GDbNoError) return status;
+  return stmtOf(query) != nullptr ? GDbNoError : dataOf(query)->prepare();
+}
+
 GSqlQueryData* GSqlite3Database::createQuery(const std::string& statement) {
   return new GSqlite3QueryData(this, statement);
 }
@@ -112,26 +120,26 @@ int GSqlite3Database::getFeatureLevel(int feature) const {
 // --- Parameters ---
 
 GDbStatus GSqlite3Database::bindInt(GSqlQueryData* query, int index, int value) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   if (status != GDbNoError) return status;
   return reportCode(api().bind_int(stmtOf(query), parameterOf(index), value));
 }
 
 GDbStatus GSqlite3Database::bindInt64(GSqlQueryData* query, int index, std::int64_t value) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   if (status != GDbNoError) return status;
   return reportCode(api().bind_int64(stmtOf(query), parameterOf(index), value));
 }
 
 GDbStatus GSqlite3Database::bindDouble(GSqlQueryData* query, int index, double value) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   if (status != GDbNoError) return status;
   return reportCode(api().bind_double(stmtOf(query), parameterOf(index), value));
 }
 
 GDbStatus GSqlite3Database::bindText(GSqlQueryData* query, int index, const char* text, int length,
                                      bool /*copy*/) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   if (status != GDbNoError) return status;
   if (text == nullptr) return setError(GDbInvalidArgument);
   int utf8Length = -1;
@@ -144,7 +152,7 @@ GDbStatus GSqlite3Database::bindText(GSqlQueryData* query, int index, const char
 
 GDbStatus GSqlite3Database::bindBlob(GSqlQueryData* query, int index, void* data, unsigned size,
                                      bool copy) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   if (status != GDbNoError) return status;
   if (data == nullptr && size != 0) return setError(GDbInvalidArgument);
   return reportCode(api().bind_blob(stmtOf(query), parameterOf(index), data, static_cast<int>(size),
@@ -152,7 +160,7 @@ GDbStatus GSqlite3Database::bindBlob(GSqlQueryData* query, int index, void* data
 }
 
 GDbStatus GSqlite3Database::bindNull(GSqlQueryData* query, int index) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   if (status != GDbNoError) return status;
   return reportCode(api().bind_null(stmtOf(query), parameterOf(index)));
 }
@@ -164,10 +172,7 @@ GDbStatus GSqlite3Database::clearBindings(GSqlQueryData* query) {
 
 // --- Execution, which is the query's own affair ---
 
-GDbStatus GSqlite3Database::prepare(GSqlQueryData* query) {
-  const GDbStatus status = check(query);
-  return status == GDbNoError ? dataOf(query)->prepare() : status;
-}
+GDbStatus GSqlite3Database::prepare(GSqlQueryData* query) { return makeReady(query); }
 
 GDbStatus GSqlite3Database::reset(GSqlQueryData* query) {
   const GDbStatus status = check(query);
@@ -175,22 +180,22 @@ GDbStatus GSqlite3Database::reset(GSqlQueryData* query) {
 }
 
 GDbStatus GSqlite3Database::exec(GSqlQueryData* query) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   return status == GDbNoError ? dataOf(query)->exec() : status;
 }
 
 GDbStatus GSqlite3Database::first(GSqlQueryData* query) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   return status == GDbNoError ? dataOf(query)->first() : status;
 }
 
 GDbStatus GSqlite3Database::next(GSqlQueryData* query) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   return status == GDbNoError ? dataOf(query)->next() : status;
 }
 
 GDbStatus GSqlite3Database::seek(GSqlQueryData* query, int position, bool relative) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   return status == GDbNoError ? dataOf(query)->seek(position, relative) : status;
 }
 
@@ -219,7 +224,7 @@ GDbStatus GSqlite3Database::getSize(GSqlQueryData* query, int* /*count*/) {
 // --- Columns of the current row ---
 
 GDbStatus GSqlite3Database::checkColumn(GSqlQueryData* query, int column, int storageClass) {
-  const GDbStatus status = prepare(query);
+  const GDbStatus status = makeReady(query);
   return status == GDbNoError ? dataOf(query)->checkColumn(column, storageClass) : status;
 }
 

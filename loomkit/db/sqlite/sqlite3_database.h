@@ -103,6 +103,7 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
 
  private:
   GDbStatus check(const GSqlQueryData* query);
+  GDbStatus makeReady(GSqlQueryData* query);
   GDbStatus checkColumn(GSqlQueryData* query, int column, int storageClass);
   GDbStatus runTransaction(GSqlQuery* query, const char* statement);
   GDbStatus execute(const std::string& statement);
