@@ -64,6 +64,7 @@
 #include "loomkit/streams/directory.h"
 #include "loomkit/streams/file.h"
 #include "loomkit/streams/file_object.h"
+#include "loomkit/streams/gzip_file.h"
 #include "loomkit/streams/gzip_stream.h"
 #include "loomkit/streams/mem_stream.h"
 #include "loomkit/streams/z_stream.h"

@@ -92,7 +92,7 @@ cp -L /usr/share/common-licenses/GPL-3 "$work/gpl" 2>/dev/null || cp "$root/READ
 cd "$work"
 
 title 'A file compressed, compared and checked'
-show 'loom gzip gpl && loom gunzip -c gpl.gz | cmp - gpl && ls -s gpl gpl.gz'
+show 'loom gzip -k gpl && loom gunzip -c gpl.gz | cmp - gpl && ls -s gpl gpl.gz'
 show 'loom sum gpl > list && loom sum --check list'
 
 title 'A child process, watched'

@@ -87,8 +87,9 @@ class HandleBuf : public std::streambuf {
 
 class GAtomicFile::Impl {
  public:
-  explicit Impl(const std::string& filePath) : path(filePath), stream(&buffer) {
-    const int status = loomkit::platform::createReplacement(path, &file);
+  Impl(const std::string& filePath, const Options& options) : path(filePath), stream(&buffer) {
+    const int status = loomkit::platform::createReplacement(
+        path, {options.likeFile, options.followLinks, options.sync}, &file);
     if (status == 0) {
       buffer.attach(file.handle);
     } else {
@@ -139,11 +140,14 @@ class GAtomicFile::Impl {
   std::ostream stream;
 };
 
-GAtomicFile::GAtomicFile(const std::string& path) : impl(std::make_unique<Impl>(path)) {}
+GAtomicFile::GAtomicFile(const std::string& path) : GAtomicFile(path, Options()) {}
+GAtomicFile::GAtomicFile(const std::string& path, const Options& options)
+    : impl(std::make_unique<Impl>(path, options)) {}
 GAtomicFile::~GAtomicFile() = default;
 
 bool GAtomicFile::isOpen() const { return impl->file.handle >= 0; }
 std::ostream& GAtomicFile::out() { return impl->stream; }
 bool GAtomicFile::commit() { return impl->commit(); }
 void GAtomicFile::discard() { impl->discard(); }
+void GAtomicFile::discardAll() noexcept { loomkit::platform::deleteAllReplacements(); }
 const std::string& GAtomicFile::getErrMsg() const { return impl->message; }

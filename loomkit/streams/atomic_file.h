@@ -25,6 +25,20 @@ class LOOMKIT_API GAtomicFile {
   /// Makes the new file. Where that fails, isOpen() is false, out() takes
   /// nothing, and commit() fails.
   explicit GAtomicFile(const std::string& path);
+
+  /// What may be different for a file.
+  struct Options {
+    /// A file from which the new one is made: commit() gives the new one its
+    /// owner, as far as this process may, its access rights but for set-user-id
+    /// and the like, and its times. Until then only this user can open it.
+    std::string likeFile;
+    /// False: a link in the target's place is replaced, not what it leads to.
+    bool followLinks = true;
+    /// False: commit() does not wait until the content is on the disk. The file
+    /// is whole for every program, but not after a loss of power.
+    bool sync = true;
+  };
+  GAtomicFile(const std::string& path, const Options& options);
   GAtomicFile(const GAtomicFile&) = delete;
   GAtomicFile& operator=(const GAtomicFile&) = delete;
   ~GAtomicFile();
@@ -42,6 +56,11 @@ class LOOMKIT_API GAtomicFile {
 
   /// Gives the new file up.
   void discard();
+
+  /// Deletes the files of all objects of this process that are not committed,
+  /// for a program that a signal ends: it may be called from a signal handler.
+  /// Those objects can no longer be committed.
+  static void discardAll() noexcept;
 
   /// "PATH: REASON" after a failure, else empty.
   [[nodiscard]] const std::string& getErrMsg() const;

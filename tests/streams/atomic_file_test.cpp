@@ -1,13 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/streams/atomic_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
+#include <memory>
+#include <vector>
 
 #include "tests/scratch_directory.h"
 
@@ -189,6 +193,101 @@ TEST(GAtomicFile, AStreamThatItsUserFailedIsNotCommitted) {
   EXPECT_EQ(file.getErrMsg(), path + ": the content could not be written");
   EXPECT_EQ(scratch.read("old"), "old");
   EXPECT_EQ(filesIn(scratch), 1U);
+}
+
+timespec modificationTimeOf(const std::string& path) {
+  struct stat status {};
+  EXPECT_EQ(::stat(path.c_str(), &status), 0);
+  return status.st_mtim;
+}
+
+TEST(GAtomicFile, AFileMadeLikeAnotherIsNeverMoreOpen) {
+  const ScratchDirectory scratch;
+  scratch.write("model", "private");
+  ::chmod((scratch / "model").c_str(), 04640);
+  const timespec times[] = {{1000, 0}, {2000, 500}};
+  ::utimensat(AT_FDCWD, (scratch / "model").c_str(), times, 0);
+  scratch.write("there", "open to all");
+  ::chmod((scratch / "there").c_str(), 0666);
+  for (const char* const name : {"new", "there"}) {
+    GAtomicFile::Options options;
+    options.likeFile = scratch / "model";
+    GAtomicFile file(scratch / name, options);
+    ASSERT_TRUE(file.isOpen());
+    file.out() << "copy" << std::flush;
+    for (const auto& entry : fs::directory_iterator(scratch.path())) {
+      if (entry.path().filename().string()[0] != '.') continue;
+      EXPECT_EQ(rightsOf(entry.path()), 0600U) << "nobody else reads what is not complete";
+    }
+    ASSERT_TRUE(file.commit()) << file.getErrMsg();
+    EXPECT_EQ(rightsOf(scratch / name), 0640U) << "without the set-user-id bit";
+    EXPECT_EQ(modificationTimeOf(scratch / name).tv_sec, 2000);
+    EXPECT_EQ(modificationTimeOf(scratch / name).tv_nsec, 500);
+  }
+}
+
+TEST(GAtomicFile, AModelThatIsGoneIsAFailure) {
+  const ScratchDirectory scratch;
+  GAtomicFile::Options options;
+  options.likeFile = scratch / "none";
+  GAtomicFile file(scratch / "new", options);
+  EXPECT_FALSE(file.commit());
+  EXPECT_EQ(filesIn(scratch), 0U);
+}
+
+TEST(GAtomicFile, CanReplaceALinkItself) {
+  const ScratchDirectory scratch;
+  scratch.write("elsewhere", "old");
+  fs::create_symlink("elsewhere", scratch / "link");
+  GAtomicFile::Options options;
+  options.followLinks = false;
+  options.sync = false;
+  GAtomicFile file(scratch / "link", options);
+  file.out() << "new";
+  ASSERT_TRUE(file.commit());
+  EXPECT_FALSE(fs::is_symlink(scratch / "link"));
+  EXPECT_EQ(scratch.read("link"), "new");
+  EXPECT_EQ(scratch.read("elsewhere"), "old");
+}
+
+TEST(GAtomicFile, AllThatIsUnfinishedCanBeDiscardedAtOnce) {
+  const ScratchDirectory scratch;
+  std::vector<std::unique_ptr<GAtomicFile>> files;
+  // More than the table has room for at first.
+  for (int i = 0; i < 100; ++i) {
+    files.push_back(std::make_unique<GAtomicFile>(scratch / std::to_string(i)));
+    files.back()->out() << i << std::flush;
+  }
+  ASSERT_TRUE(files[50]->commit());
+  files[51]->discard();
+  EXPECT_EQ(filesIn(scratch), 99U);
+  GAtomicFile::discardAll();
+  EXPECT_EQ(filesIn(scratch), 1U) << "only the one that was committed";
+  EXPECT_FALSE(files[0]->commit()) << "it is gone";
+  GAtomicFile later(scratch / "later");
+  files.clear();
+  EXPECT_TRUE(later.commit());
+  EXPECT_EQ(filesIn(scratch), 2U);
+}
+
+TEST(GAtomicFile, ASignalHandlerLeavesNothingBehind) {
+  const ScratchDirectory scratch;
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    std::signal(SIGTERM, [](int) {
+      GAtomicFile::discardAll();
+      ::_exit(7);
+    });
+    GAtomicFile file(scratch / "target");
+    file.out() << "half" << std::flush;
+    std::raise(SIGTERM);
+    ::_exit(8);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(WEXITSTATUS(status), 7);
+  EXPECT_EQ(filesIn(scratch), 0U);
 }
 
 }  // namespace

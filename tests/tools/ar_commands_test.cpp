@@ -39,7 +39,7 @@ TEST(ArCommand, SaysWhatIsMissing) {
   const std::string dir = newFolder();
   writeFile(dir + "/x.a", arArchive(arMember("a", "text")));
   EXPECT_EQ(runLoom({"ar", "ls", dir + "/none.a"}),
-            (Ended{3, "", "loom: cannot open " + dir + "/none.a\n"}));
+            (Ended{3, "", "loom: cannot open " + dir + "/none.a: No such file or directory\n"}));
   EXPECT_EQ(runLoom({"ar", "cat", dir + "/x.a", "b", "a"}),
             (Ended{1, "text", "loom: there is no member b\n"}));
   EXPECT_EQ(runLoom({"ar", "x", dir + "/x.a", "b", "-d", dir}),

@@ -31,7 +31,8 @@ TEST_F(ConfigCommand, PrintsJson) {
 }
 
 TEST_F(ConfigCommand, SaysWhatIsMissingOrWrong) {
-  EXPECT_EQ(run({"ls"}), (Ended{3, "", "loom: cannot open " + path + "\n"}));
+  EXPECT_EQ(run({"ls"}),
+            (Ended{3, "", "loom: cannot open " + path + ": No such file or directory\n"}));
   write("a=1\nword\n");
   EXPECT_EQ(run({"ls"}), (Ended{4, "", "loom: " + path + ": line 2: missing '='\n"}));
   EXPECT_EQ(run({"check"}).code, 4);

@@ -41,12 +41,12 @@ TEST(ZipCommand, SaysWhatIsMissing) {
   const std::string dir = newFolder();
   writeFile(dir + "/x.zip", zipOf({{"a", "text"}}));
   EXPECT_EQ(runLoom({"zip", "ls", dir + "/none"}),
-            (Ended{3, "", "loom: cannot open " + dir + "/none\n"}));
+            (Ended{3, "", "loom: cannot open " + dir + "/none: No such file or directory\n"}));
   EXPECT_EQ(runLoom({"zip", "cat", dir + "/x.zip", "b", "a"}),
             (Ended{1, "text", "loom: there is no member b\n"}));
   EXPECT_EQ(runLoom({"zip", "x", dir + "/x.zip", "b", "-d", dir}).code, 1);
   EXPECT_EQ(runLoom({"zip", "new", dir + "/y.zip", dir + "/none"}),
-            (Ended{3, "", "loom: cannot open " + dir + "/none\n"}));
+            (Ended{3, "", "loom: cannot open " + dir + "/none: No such file or directory\n"}));
   EXPECT_EQ(shell("ls " + dir).out, "x.zip\n");
 }
 

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "file_content.h"
 
-#include <istream>
-#include <memory>
+#include <cstring>
 
 #include "console.h"
+#include "input_file.h"
 #include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/file.h"
-#include "terminal.h"
 
 namespace loom {
 
@@ -15,36 +14,25 @@ namespace {
 
 constexpr std::size_t blockSize = 65536;
 
-std::string standardInput() {
-  std::string text;
-  char block[blockSize];
-  long count = 0;
-  while ((count = readSome(stdin, block, sizeof block)) > 0) {
-    text.append(block, static_cast<std::size_t>(count));
-  }
-  if (count < 0) throw Failure(ExitCode::cannotOpen, "cannot read standard input");
-  return text;
-}
-
-std::unique_ptr<std::istream> opened(const std::string& path) {
-  std::unique_ptr<std::istream> in(GFile(path).getInStream(true));
-  if (in == nullptr) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
-  return in;
-}
-
 }  // namespace
 
-void requireFile(const std::string& path) { opened(path); }
+std::string cannotOpen(const std::string& path, int error) {
+  return "cannot open " + path + ": " + std::strerror(error);
+}
+
+void requireFile(const std::string& path) {
+  const InputFile file(path);
+  if (file.bad()) throw Failure(ExitCode::cannotOpen, file.getErrMsg());
+}
 
 std::string contentOf(const std::string& path) {
-  if (path == "-") return standardInput();
-  const std::unique_ptr<std::istream> in = opened(path);
+  InputFile in(path);
   std::string text;
   char block[blockSize];
-  while (in->read(block, sizeof block) || in->gcount() > 0) {
-    text.append(block, static_cast<std::size_t>(in->gcount()));
+  while (in.read(block, sizeof block) || in.gcount() > 0) {
+    text.append(block, static_cast<std::size_t>(in.gcount()));
   }
-  if (in->bad()) throw Failure(ExitCode::cannotOpen, "cannot read " + path);
+  if (in.bad()) throw Failure(ExitCode::cannotOpen, in.getErrMsg());
   return text;
 }
 

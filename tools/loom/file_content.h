@@ -20,6 +20,9 @@ inline constexpr Option directoryOption = {
 inline constexpr Option forceOption = {.names = "-f,--force",
                                        .help = "Replace files that are there already."};
 
+/// "cannot open PATH: REASON" for an errno value.
+[[nodiscard]] std::string cannotOpen(const std::string& path, int error);
+
 /// Throws Failure (exit code 3) unless the file can be opened for reading.
 void requireFile(const std::string& path);
 

@@ -1,223 +1,223 @@
 // SPDX-License-Identifier: MIT
-// loom gzip and loom gunzip: compressed files.
-#include <zlib.h>
-
+// loom gzip and loom gunzip: compressed files, by the conventions of gzip(1).
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <memory>
+#include <cstdio>
+#include <ctime>
+#include <optional>
 
 #include "console.h"
 #include "families.h"
 #include "file_content.h"
-#include "loomkit/streams/atomic_file.h"
-#include "loomkit/streams/file.h"
-#include "loomkit/streams/gzip_stream.h"
-#include "progress_bar.h"
-#include "result_stream.h"
+#include "gzip_job.h"
+#include "json_writer.h"
+#include "visible_text.h"
 
 namespace loom {
 
 namespace {
 
-constexpr std::string_view suffix = ".gz";
+using Work = GzipSettings::Work;
 
-// A file's bytes, counted for the bar.
-class CountedBuf : public std::filebuf {
+constexpr std::string_view levels[] = {"--fast",   "--level2", "--level3", "--level4", "--level5",
+                                       "--level6", "--level7", "--level8", "--best"};
+
+// Of several levels the best is taken.
+int levelOf(const Invocation& call) {
+  for (int level = 9; level >= 1; --level) {
+    if (call.has(levels[level - 1])) return level;
+  }
+  return 6;
+}
+
+Work workOf(const Invocation& call, bool decompress) {
+  if (call.has("--list")) return Work::list;
+  if (call.has("--test")) return Work::test;
+  return decompress || call.has("--decompress") ? Work::decompress : Work::compress;
+}
+
+GzipSettings settingsOf(const Invocation& call, bool decompress) {
+  GzipSettings settings;
+  settings.work = workOf(call, decompress);
+  settings.level = levelOf(call);
+  settings.suffix = call.value("--suffix", ".gz");
+  if (settings.suffix.empty() || settings.suffix.find('/') != std::string::npos)
+    throw Failure(ExitCode::usage, "--suffix: '" + settings.suffix + "' is no suffix");
+  settings.toStandardOutput = call.has("--stdout");
+  settings.keep = call.has("--keep");
+  settings.force = call.has("--force");
+  settings.verbose = call.has("--verbose") && !call.has("--quiet");
+  settings.quiet = call.has("--quiet");
+  settings.strict = call.has("--strict");
+  settings.json = call.json();
+  settings.storeName = !call.has("--no-name");
+  settings.restoreName = call.has("--name") && !call.has("--no-name");
+  return settings;
+}
+
+std::string inColumns(std::uint64_t compressed, std::uint64_t uncompressed, std::uint64_t frame,
+                      const std::string& name) {
+  char numbers[64];
+  std::snprintf(numbers, sizeof numbers, "%19llu %19llu",
+                static_cast<unsigned long long>(compressed),
+                static_cast<unsigned long long>(uncompressed));
+  return std::string(numbers) + " " + savedPercent(compressed, uncompressed, frame) + " " + name;
+}
+
+// "defla 8dc4565d Jan  2 03:04 ", in front of a line of gzip -lv.
+std::string details(const GzipListing& listing) {
+  const std::time_t time = listing.time;
+  std::tm parts{};
+  char date[32] = "";
+  if (localtime_r(&time, &parts) != nullptr)
+    std::strftime(date, sizeof date, "%b %e %H:%M", &parts);
+  char text[64];
+  std::snprintf(text, sizeof text, "defla %08x %s ", listing.crc, date);
+  return text;
+}
+
+// The list of gzip -l, which begins with the first file that can be listed.
+class List {
  public:
-  explicit CountedBuf(const std::string& path) : bar(path, sizeOf(path)) {
-    open(path, std::ios::in | std::ios::binary);
+  explicit List(const GzipSettings& gzipSettings) : settings(gzipSettings) {
+    if (settings.json) json.emplace().beginArray();
   }
 
- protected:
-  int_type underflow() override {
-    const int_type c = std::filebuf::underflow();
-    count(c == traits_type::eof() ? 0 : egptr() - gptr());
-    return c;
+  void add(const GzipListing& row) {
+    if (json) {
+      json->beginObject().key("name").value(row.name).key("compressed").value(row.compressed);
+      json->key("uncompressed").value(row.uncompressed).key("crc32").value(row.crc);
+      json->key("time").value(row.time).endObject();
+      return;
+    }
+    if (totals.files++ == 0) {
+      if (settings.verbose) print("method  crc     date  time  ");
+      printLine("         compressed        uncompressed  ratio uncompressed_name");
+    }
+    if (settings.verbose) print(details(row));
+    printLine(inColumns(row.compressed, row.uncompressed, row.frame, shown(row.name)));
+    totals.compressed += row.compressed;
+    totals.uncompressed += row.uncompressed;
+    totals.frames += row.frame;
   }
-  std::streamsize xsgetn(char* target, std::streamsize size) override {
-    const std::streamsize got = std::filebuf::xsgetn(target, size);
-    count(got);
-    return got;
+
+  void finish() {
+    if (json) json->endArray();
+    if (totals.files < 2) return;
+    if (settings.verbose) print(std::string(28, ' '));
+    printLine(inColumns(totals.compressed, totals.uncompressed, totals.frames, "(totals)"));
   }
 
  private:
-  static std::uint64_t sizeOf(const std::string& path) {
-    std::error_code error;
-    const std::uint64_t size = std::filesystem::file_size(path, error);
-    return error ? 0 : size;
-  }
-  void count(std::streamsize bytes) {
-    done += static_cast<std::uint64_t>(bytes);
-    bar.show(done);
-  }
-
-  ProgressBar bar;
-  std::uint64_t done = 0;
+  const GzipSettings& settings;
+  std::optional<JsonWriter> json;
+  GzipTotals totals;
 };
 
-// Decompresses one gzip member after the other (RFC 1952) and compares each
-// with its trailer, which is what GGZCompress leaves to its caller.
-class Gunzip {
- public:
-  Gunzip(std::istream& source, std::ostream& target) : in(source), out(target) {}
-  Gunzip(const Gunzip&) = delete;
-  Gunzip& operator=(const Gunzip&) = delete;
-  ~Gunzip() {
-    if (started) inflateEnd(&z);
+ExitCode examineAll(const GzipSettings& settings, const std::vector<std::string>& paths) {
+  ExitCode worst = ExitCode::done;
+  std::optional<List> list;
+  if (settings.work == Work::list) list.emplace(settings);
+  for (const std::string& path : paths) {
+    GzipListing listing;
+    const ExitCode code = examineFile(settings, path, &listing);
+    worst = std::max(worst, code);
+    if (code != ExitCode::done) continue;
+    if (list) list->add(listing);
+    if (!list && settings.verbose) complainPlainly(visible(path) + ":\t OK");
   }
-
-  // Null when all is well, else what is wrong.
-  const char* run() {
-    constexpr int gzipOnly = 15 + 16;
-    if (inflateInit2(&z, gzipOnly) != Z_OK) return "out of memory";
-    started = true;
-    bool inMember = true;
-    bool any = false;
-    for (;;) {
-      if (z.avail_in == 0 && !fill()) {
-        return inMember ? (any ? "unexpected end" : "not a gzip file") : nullptr;
-      }
-      if (!inMember) {
-        // Zeros that fill up a block of a tape are no member.
-        if (*z.next_in == 0 && skipZeros()) continue;
-        inflateReset(&z);
-        inMember = true;
-      }
-      const int status = step();
-      if (status == Z_STREAM_END) {
-        any = true;
-        inMember = false;
-      } else if (status != Z_OK && status != Z_BUF_ERROR) {
-        return any || z.total_out > 0 ? "the data are damaged" : "not a gzip file";
-      }
-      any = any || z.total_out > 0;
-    }
-  }
-
- private:
-  bool fill() {
-    in.read(reinterpret_cast<char*>(input), sizeof input);
-    z.next_in = input;
-    z.avail_in = static_cast<unsigned>(in.gcount());
-    return z.avail_in > 0;
-  }
-  bool skipZeros() {
-    while (z.avail_in > 0 && *z.next_in == 0) {
-      ++z.next_in;
-      --z.avail_in;
-    }
-    return z.avail_in == 0;
-  }
-  int step() {
-    z.next_out = output;
-    z.avail_out = sizeof output;
-    const int status = inflate(&z, Z_NO_FLUSH);
-    out.write(reinterpret_cast<const char*>(output),
-              static_cast<std::streamsize>(sizeof output - z.avail_out));
-    return status;
-  }
-
-  std::istream& in;
-  std::ostream& out;
-  z_stream z{};
-  bool started = false;
-  unsigned char input[65536];
-  unsigned char output[65536];
-};
-
-bool compress(std::istream& in, std::ostream& out, const std::string& name) {
-  if (GGZCompress(in).compress(out, true)) return true;
-  if (out) complain(name + ": cannot be compressed");
-  return false;
+  if (list) list->finish();
+  return worst;
 }
 
-bool decompress(std::istream& in, std::ostream& out, const std::string& name) {
-  const char* error = Gunzip(in, out).run();
-  if (error != nullptr) complain(name + ": " + error);
-  return error == nullptr;
+void refuseTerminal(const GzipSettings& settings, const std::vector<std::string>& paths) {
+  if (settings.force) return;
+  const bool filters = std::find(paths.begin(), paths.end(), "-") != paths.end();
+  const bool prints = filters || settings.toStandardOutput;
+  if (prints && settings.work == Work::compress && isTerminal(StandardStream::output))
+    throw Failure(ExitCode::usage, "compressed data are not for a terminal (--force)");
+  if (filters && settings.work != Work::compress && isTerminal(StandardStream::input))
+    throw Failure(ExitCode::usage, "compressed data are not read from a terminal (--force)");
 }
 
-using Work = bool (*)(std::istream&, std::ostream&, const std::string&);
-
-// One file, to standard output or to `target` in one step.
-ExitCode convert(const Invocation& call, const std::string& path, const std::string& target,
-                 Work work) {
-  if (!std::unique_ptr<std::istream>(GFile(path).getInStream(true))) {
-    complain("cannot open " + path);
-    return ExitCode::cannotOpen;
-  }
-  CountedBuf buffer(path);
-  std::istream in(&buffer);
-  if (call.has("--stdout")) {
-    ResultStream out;
-    return work(in, out, path) ? ExitCode::done : ExitCode::damaged;
-  }
-  if (!call.has("--force") && GFile(target).exists()) {
-    complain(target + " is there already (--force replaces it)");
-    return ExitCode::cannotWrite;
-  }
-  GAtomicFile file(target);
-  const bool done = file.isOpen() && work(in, file.out(), path);
-  if (file.isOpen() && file.out() && !done) return ExitCode::damaged;
-  if (!file.commit()) {
-    complain(file.getErrMsg());
-    return ExitCode::cannotWrite;
-  }
-  if (call.has("--remove")) GFile(path).remove();
-  return ExitCode::done;
+ExitCode runOn(const Invocation& call, bool decompress) {
+  const GzipSettings settings = settingsOf(call, decompress);
+  std::vector<std::string> paths = call.operands("FILE");
+  if (paths.empty()) paths.emplace_back("-");
+  refuseTerminal(settings, paths);
+  if (settings.work == Work::list || settings.work == Work::test)
+    return examineAll(settings, paths);
+  ExitCode worst = ExitCode::done;
+  for (const std::string& path : paths) worst = std::max(worst, convertFile(settings, path));
+  return worst;
 }
 
-ExitCode gzip(const Invocation& call) {
-  ExitCode code = ExitCode::done;
-  for (const std::string& path : call.operands("FILE")) {
-    const ExitCode one = convert(call, path, path + std::string(suffix), compress);
-    if (one != ExitCode::done) code = one;
-  }
-  return code;
-}
+ExitCode gzip(const Invocation& call) { return runOn(call, false); }
+ExitCode gunzip(const Invocation& call) { return runOn(call, true); }
 
-ExitCode gunzip(const Invocation& call) {
-  ExitCode code = ExitCode::done;
-  for (const std::string& path : call.operands("FILE")) {
-    if (!call.has("--stdout") && (path.size() <= suffix.size() || !path.ends_with(suffix))) {
-      throw Failure(ExitCode::usage, "not a name that ends in .gz: " + path);
-    }
-    const ExitCode one = convert(
-        call, path, path.substr(0, path.size() - std::min(path.size(), suffix.size())), decompress);
-    if (one != ExitCode::done) code = one;
-  }
-  return code;
-}
-
-constexpr Operand fileOperands[] = {
-    {.name = "FILE", .help = "A file.", .most = many, .completes = Completes::files}};
+constexpr Operand fileOperands[] = {{.name = "FILE",
+                                     .help = "A file; - or none is standard input, which goes to "
+                                             "standard output.",
+                                     .least = 0,
+                                     .most = many,
+                                     .completes = Completes::files}};
 constexpr Option options[] = {
-    {.names = "-c,--stdout", .help = "Write to standard output."},
-    forceOption,
-    {.names = "--remove", .help = "Remove each file when its new one is complete."}};
-constexpr ExitCodeMeaning gzipExits[] = {{ExitCode::cannotOpen, "a file cannot be opened"}};
-constexpr ExitCodeMeaning gunzipExits[] = {{ExitCode::cannotOpen, "a file cannot be opened"},
-                                           {ExitCode::damaged, "a file is damaged"}};
+    {.names = "-c,--stdout", .help = "Write to standard output. The files stay."},
+    {.names = "-d,--decompress", .help = "Decompress, which gunzip does without it."},
+    {.names = "-k,--keep", .help = "Keep the files that others are made from."},
+    {.names = "-f,--force",
+     .help = "Replace files that are there already, follow a link, compress what is compressed "
+             "or has other links, write to a terminal."},
+    {.names = "-l,--list", .help = "List sizes, ratio and name; with -v checksum and time, too."},
+    {.names = "-t,--test", .help = "Read and compare with the checksums, and write nothing."},
+    {.names = "-n,--no-name", .help = "Store no name and time; restore none."},
+    {.names = "-N,--name",
+     .help = "Decompressing, take name and time from the header. Only the last part of a stored "
+             "path is used."},
+    {.names = "-S,--suffix", .value = "SUFFIX", .help = "Use this in place of .gz."},
+    {.names = "-v,--verbose", .help = "Tell of each file, on standard error."},
+    {.names = "-q,--quiet", .help = "Don't warn."},
+    {.names = "--strict", .help = "Other data behind the compressed data are damage."},
+    {.names = "-1,--fast", .help = "Compress at level 1, which is fastest."},
+    {.names = "-2,--level2", .help = "Level 2; so on to -8."},
+    {.names = "-3,--level3", .help = "Level 3."},
+    {.names = "-4,--level4", .help = "Level 4."},
+    {.names = "-5,--level5", .help = "Level 5."},
+    {.names = "-6,--level6", .help = "Level 6, which is what it does without an option."},
+    {.names = "-7,--level7", .help = "Level 7."},
+    {.names = "-8,--level8", .help = "Level 8."},
+    {.names = "-9,--best", .help = "Compress at level 9, which makes the smallest files."}};
+constexpr ExitCodeMeaning exits[] = {
+    {ExitCode::usage, "the command line is wrong, or a file was passed over"},
+    {ExitCode::cannotOpen, "a file cannot be opened or read"},
+    {ExitCode::damaged, "a file is damaged"}};
 
 constexpr Command commands[] = {
     {.name = "gzip",
      .summary = "compress files",
-     .description = "Compresses each FILE into FILE.gz. The file stays, and the new one appears "
-                    "when it is complete.",
+     .description =
+         "Replaces each FILE by FILE.gz, as gzip does. The new file has the owner, the access "
+         "rights and the times of the old one and is never more open than it; it appears when it "
+         "is complete, and only then the old one goes. Name and time are kept in its header.\n\n"
+         "What is not a plain file, has several links, or is compressed already is passed over "
+         "with a warning. Other data behind the compressed data are told in a warning, and the "
+         "file that has them stays.",
      .options = options,
      .operands = fileOperands,
-     .example = "$ echo abc > a; loom gzip a; gzip -dc a.gz\nabc\n",
-     .exits = gzipExits,
+     .example =
+         "$ echo abc > a; loom gzip -k a; gzip -dc a.gz\nabc\n$ loom gzip < a | loom gunzip\n"
+         "abc\n",
+     .exits = exits,
      .run = gzip},
     {.name = "gunzip",
      .summary = "decompress files",
-     .description = "Decompresses each FILE.gz into FILE and compares it with its checksum. A "
-                    "damaged one leaves no file.",
+     .description =
+         "Replaces each FILE.gz by FILE, and FILE.tgz by FILE.tar, and compares it with its "
+         "checksums. A damaged file stays, and nothing is made of it. Other data behind the "
+         "compressed data are told in a warning, and the file that has them stays.",
      .options = options,
      .operands = fileOperands,
      .example = "$ echo abc | gzip > a.gz; loom gunzip -c a.gz\nabc\n",
-     .exits = gunzipExits,
+     .exits = exits,
      .run = gunzip},
 };
 

@@ -7,6 +7,7 @@
 
 #include "command_line.h"
 #include "console.h"
+#include "interruption.h"
 
 namespace {
 
@@ -44,6 +45,7 @@ ExitCode run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  loom::cleanUpOnSignals();
   loom::ConsoleOutput channel;
   GOutput* const previous = gOutput;
   gOutput = &channel;

@@ -16,6 +16,7 @@
 #include "loomkit/platform/posix/error_codes.h"
 #include "loomkit/platform/posix/hul_status.h"
 #include "loomkit/platform/posix/paths.h"
+#include "loomkit/platform/posix/unfinished_files.h"
 
 namespace loomkit::platform {
 namespace {
@@ -69,27 +70,59 @@ void syncDirectory(const std::string& directory) {
   ::close(handle);
 }
 
-int openNew(const std::string& directory, mode_t mode, std::string* path) {
+int openNew(const std::string& directory, mode_t mode, Replacement* made) {
   constexpr int attempts = 10000;
   for (int i = 0; i < attempts; ++i) {
-    *path = candidateName(directory);
-    const int handle = ::open(path->c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    made->path = candidateName(directory);
+    const int handle = openUnfinished(made->path, mode, &made->record);
     if (handle >= 0 || (errno != EEXIST && errno != EINTR)) return handle;
   }
   return -1;
 }
 
+// Another owner can be given by a privileged process only, another group by one
+// of its members. Rights for a group that is not the other file's are left out.
+// They follow the owner, since a change of owner may clear some of them; those
+// that let a program run as its owner are not passed on.
+bool makeLike(int handle, const struct stat& other) {
+  const bool sameGroup = ::fchown(handle, static_cast<uid_t>(-1), other.st_gid) == 0;
+  [[maybe_unused]] const int ignored = ::fchown(handle, other.st_uid, static_cast<gid_t>(-1));
+  const mode_t mask = sameGroup ? 0777 : 0707;
+  if (::fchmod(handle, other.st_mode & mask) != 0) return false;
+  const timespec times[] = {other.st_atim, other.st_mtim};
+  return ::futimens(handle, times) == 0;
+}
+
+bool becomeLikeItsModel(const Replacement& replacement) {
+  if (replacement.options.likeFile.empty()) return true;
+  struct stat other {};
+  return ::stat(systemPath(replacement.options.likeFile).c_str(), &other) == 0 &&
+         makeLike(replacement.handle, other);
+}
+
 }  // namespace
 
 int createReplacement(const std::string& target, Replacement* replacement) {
-  const std::string path = resolved(systemPath(target));
+  return createReplacement(target, {}, replacement);
+}
+
+int createReplacement(const std::string& target, const ReplacementOptions& options,
+                      Replacement* replacement) {
+  const std::string given = systemPath(target);
+  const std::string path = options.followLinks ? resolved(given) : given;
   struct stat status {};
-  const bool exists = ::stat(path.c_str(), &status) == 0;
+  const auto examine = options.followLinks ? ::stat : ::lstat;
+  bool exists = examine(path.c_str(), &status) == 0;
   if (exists && S_ISDIR(status.st_mode)) return failedWith(EISDIR);
-  if (exists && !S_ISREG(status.st_mode)) return failedWith(EINVAL);
+  const bool isLink = exists && S_ISLNK(status.st_mode);
+  if (exists && !isLink && !S_ISREG(status.st_mode)) return failedWith(EINVAL);
+  const bool hasModel = !options.likeFile.empty();
+  // The rights of a link say nothing, and those of a model count more.
+  if (isLink || hasModel) exists = false;
   Replacement made;
+  made.options = options;
   made.target = path;
-  made.handle = openNew(directoryOf(path), exists ? 0600 : 0666, &made.path);
+  made.handle = openNew(directoryOf(path), exists || hasModel ? 0600 : 0666, &made);
   if (made.handle < 0) return failedStatus();
   if (exists) {
     // Only a privileged process can give the file to another owner. The rights are
@@ -109,7 +142,9 @@ int commitReplacement(Replacement* replacement) {
   // The texts are made first, so that memory that runs out cannot interrupt what
   // follows.
   const std::string directory = directoryOf(replacement->target);
-  int status = syncFile(replacement->handle) ? 0 : failedStatus();
+  int status = becomeLikeItsModel(*replacement) ? 0 : failedStatus();
+  const bool sync = replacement->options.sync;
+  if (status == 0 && sync && !syncFile(replacement->handle)) status = failedStatus();
   status = closeKeeping(status, replacement->handle);
   replacement->handle = -1;
   if (status == 0 && ::rename(replacement->path.c_str(), replacement->target.c_str()) != 0) {
@@ -118,9 +153,11 @@ int commitReplacement(Replacement* replacement) {
   if (status != 0) {
     const KeepErrno reason;
     ::unlink(replacement->path.c_str());
+    forgetUnfinished(&replacement->record);
     return status;
   }
-  syncDirectory(directory);
+  forgetUnfinished(&replacement->record);
+  if (sync) syncDirectory(directory);
   return 0;
 }
 
@@ -130,6 +167,9 @@ void discardReplacement(Replacement* replacement) {
   ::close(replacement->handle);
   replacement->handle = -1;
   ::unlink(replacement->path.c_str());
+  forgetUnfinished(&replacement->record);
 }
+
+void deleteAllReplacements() noexcept { deleteUnfinished(); }
 
 }  // namespace loomkit::platform

@@ -4,10 +4,26 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <memory>
 
+#include "../interruption.h"
+
 namespace loom {
+
+namespace {
+
+// The terminal that does not show what is typed, and how it was before.
+std::atomic<int> hiding{-1};
+termios shown;
+
+void showAgain() {
+  const int descriptor = hiding.exchange(-1);
+  if (descriptor >= 0) tcsetattr(descriptor, TCSAFLUSH, &shown);
+}
+
+}  // namespace
 
 bool isTerminal(StandardStream stream) { return isatty(static_cast<int>(stream)) == 1; }
 
@@ -23,17 +39,18 @@ bool askSecretly(const std::string& prompt, std::string* answer) {
                                                             &std::fclose);
   if (tty == nullptr) return false;
   const int descriptor = fileno(tty.get());
-  termios shown{};
   if (tcgetattr(descriptor, &shown) != 0) return false;
   termios hidden = shown;
   hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+  hiding = descriptor;
+  addCleanup(showAgain);
   tcsetattr(descriptor, TCSAFLUSH, &hidden);
   std::fputs(prompt.c_str(), tty.get());
   std::fflush(tty.get());
   answer->clear();
   char c = 0;
   while (readSome(tty.get(), &c, 1) == 1 && c != '\n') *answer += c;
-  tcsetattr(descriptor, TCSAFLUSH, &shown);
+  showAgain();
   std::fputs("\n", tty.get());
   return true;
 }

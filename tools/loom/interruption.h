@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+// What is done when a signal ends loom, so that it leaves nothing behind.
+#ifndef LOOM_INTERRUPTION_H
+#define LOOM_INTERRUPTION_H
+
+namespace loom {
+
+/// Ctrl-C, SIGTERM, SIGHUP and the like, where they are not ignored, from now on
+/// delete the files that are not complete, call what addCleanup() was given, and
+/// then end the process as they would have done at once.
+void cleanUpOnSignals();
+
+/// Has a function called then. It may only do what a signal handler may. To be
+/// called for at most four of them; a second time for one of them is no harm.
+void addCleanup(void (*cleanup)());
+
+}  // namespace loom
+
+#endif  // LOOM_INTERRUPTION_H

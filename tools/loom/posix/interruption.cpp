@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: MIT
+#include "../interruption.h"
+
+#include <signal.h>
+
+#include <array>
+#include <atomic>
+
+#include "loomkit/streams/atomic_file.h"
+
+namespace loom {
+
+namespace {
+
+// The signals that end a process and may come while it is well.
+constexpr int endingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
+                                 SIGTERM, SIGXCPU, SIGXFSZ, SIGALRM};
+
+using Cleanup = void (*)();
+std::array<std::atomic<Cleanup>, 4> cleanups{};
+
+void handle(int number) {
+  GAtomicFile::discardAll();
+  for (const std::atomic<Cleanup>& entry : cleanups) {
+    const Cleanup cleanup = entry.load();
+    if (cleanup != nullptr) cleanup();
+  }
+  // The signal's own effect, which takes place when this function returns: the
+  // shell is to see what has ended the process.
+  ::signal(number, SIG_DFL);
+  ::raise(number);
+}
+
+}  // namespace
+
+void cleanUpOnSignals() {
+  struct sigaction action {};
+  action.sa_handler = handle;
+  ::sigfillset(&action.sa_mask);
+  for (const int number : endingSignals) {
+    struct sigaction before {};
+    // nohup and shells have signals ignored that are to stay so.
+    if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN)
+      ::sigaction(number, &action, nullptr);
+  }
+}
+
+void addCleanup(void (*cleanup)()) {
+  for (std::atomic<Cleanup>& entry : cleanups) {
+    Cleanup empty = nullptr;
+    if (entry.compare_exchange_strong(empty, cleanup) || empty == cleanup) return;
+  }
+}
+
+}  // namespace loom
