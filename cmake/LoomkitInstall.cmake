@@ -11,6 +11,8 @@ install(TARGETS loomkit_static EXPORT loomkitStaticTargets ARCHIVE DESTINATION $
 install(EXPORT loomkitStaticTargets NAMESPACE loomkit:: DESTINATION ${package})
 
 get_property(headers GLOBAL PROPERTY LOOMKIT_PUBLIC_HEADERS)
+get_property(store_headers GLOBAL PROPERTY TESSEL_PUBLIC_HEADERS)
+list(APPEND headers ${store_headers})
 foreach(header IN LISTS headers)
   cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
   cmake_path(GET header PARENT_PATH folder)

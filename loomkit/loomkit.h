@@ -43,6 +43,8 @@
 #include "loomkit/db/structure.h"
 #include "loomkit/db/table.h"
 #include "loomkit/db/table_scan.h"
+#include "loomkit/db/tessel/tessel.h"
+#include "loomkit/db/tessel/tessel_database.h"
 #include "loomkit/db/transaction_handler.h"
 #include "loomkit/db/typed_row.h"
 #include "loomkit/db/xbase/xbase_database.h"

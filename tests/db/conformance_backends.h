@@ -5,6 +5,7 @@
 #ifndef LOOMKIT_TESTS_DB_CONFORMANCE_BACKENDS_H
 #define LOOMKIT_TESTS_DB_CONFORMANCE_BACKENDS_H
 
+#include "tessel/writer.h"
 #include "tests/db/db_fixture.h"
 
 namespace loomkit::testing {
@@ -116,8 +117,24 @@ struct XBase {
   }
 };
 
+struct Tessel {
+  static constexpr Traits traits = {.name = "Tessel", .ignoresFieldCase = true};
+
+  static DatabaseOwner open(const ScratchDirectory& dir) {
+    GTesselWriter writer(dir / "parts.tessel");
+    GDbRecordSet set;
+    for (const Part& part : parts) addPart(&set, part);
+    EXPECT_EQ(writer.beginTable("parts", partsStructure()), GDbNoError);
+    for (unsigned i = 0; i < set.getNumRecords(); ++i)
+      EXPECT_EQ(writer.addRecord(*set.getRecord(i)), GDbNoError);
+    EXPECT_EQ(writer.endTable(), GDbNoError);
+    EXPECT_EQ(writer.commit(), GDbNoError) << writer.getErrMsg();
+    return openDb("tessel:" + dir / "parts");
+  }
+};
+
 /// Every backend.
-using Backends = ::testing::Types<Csv, Sqlite, XBase>;
+using Backends = ::testing::Types<Csv, Sqlite, XBase, Tessel>;
 
 }  // namespace loomkit::testing
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: MIT
-"""Each folder of the library includes only folders of lower floors."""
+"""Each folder of the library and of the table store includes only folders of
+lower floors."""
 import pathlib
 import re
 import sys
@@ -26,6 +27,16 @@ FLOORS = {
     "db/csv": TEXT | {"streams", "archive/zip", "db"},
     "db/tessel": TEXT | {"streams", "db"},
     "db/xbase": TEXT | {"streams", "xbase", "db"},
+    # The store knows of the library what is in the way of bytes and files, and the
+    # ten calls that it answers; what is beside its two folders knows the databases.
+    "tessel/store": TEXT,
+    "tessel/builder": TEXT | {"tessel/store"},
+    "tessel": TEXT | {"db", "db/tessel", "tessel/store", "tessel/builder"},
+}
+# Single headers that a folder may include beyond that.
+HEADERS = {
+    "tessel/store": {"loomkit/db/tessel/tessel.h"},
+    "tessel/builder": {"loomkit/db/tessel/tessel.h"},
 }
 SYSTEM_HEADER = re.compile(
     r"#\s*include\s*<(windows|unistd|dirent|dlfcn|fcntl|spawn|poll|iconv|sys/[\w/]+)\.h>")
@@ -33,19 +44,22 @@ SYSTEM_CHOICE = re.compile(r"#\s*(if|elif).*(_WIN32|__linux__|__unix__|_MSC_VER|
 
 
 def folder_of(path):
-    """The floor's name for a path below loomkit/, or None for loomkit/*.h."""
+    """The floor's name for a path of the tree, or None for loomkit/*.h."""
     parts = path.parts[:-1]
+    if parts[0] == "tessel":
+        return "/".join(parts[:2])
+    parts = parts[1:]
     if not parts:
         return None
     return "/".join(parts[:2]) if parts[0] in ("archive", "db") else parts[0]
 
 
 def check(root):
-    library = root / "loomkit"
     problems = []
-    files = sorted(p for p in library.rglob("*") if p.suffix in (".h", ".cpp"))
+    files = sorted(p for top in ("loomkit", "tessel") for p in (root / top).rglob("*")
+                   if p.suffix in (".h", ".cpp"))
     for file in files:
-        relative = file.relative_to(library)
+        relative = file.relative_to(root)
         folder = folder_of(relative)
         if folder is None:
             continue
@@ -53,13 +67,14 @@ def check(root):
             problems.append(f"{relative}: folder {folder} stands on no floor")
             continue
         for number, line in enumerate(file.read_text().splitlines(), 1):
-            where = f"loomkit/{relative}:{number}"
-            include = re.match(r'#\s*include\s*"loomkit/(.+)"', line)
+            where = f"{relative}:{number}"
+            include = re.match(r'#\s*include\s*"((?:loomkit|tessel)/.+)"', line)
             if include:
                 target = folder_of(pathlib.PurePath(include.group(1)))
                 if target is None:
                     target = "."
-                if target != folder and target not in FLOORS[folder]:
+                if (target != folder and target not in FLOORS[folder]
+                        and include.group(1) not in HEADERS.get(folder, ())):
                     problems.append(f"{where}: {folder} must not include {target}")
             if folder != "platform":
                 if SYSTEM_HEADER.match(line):

@@ -25,13 +25,14 @@ for file in (root / "tests/fuzz").glob("fuzz_*.cpp"):
     seeds = root / "tests/fuzz/seeds" / name
     if not seeds.is_dir() or not any(seeds.iterdir()):
         problems.append(f"{file.relative_to(root)}: no seeds in {seeds.relative_to(root)}")
-sources = listed("loomkit")
-for file in (root / "loomkit").rglob("*.cpp"):
-    if not re.search(rf"\b{re.escape(file.name)}", sources):
-        problems.append(f"{file.relative_to(root)}: in no CMakeLists.txt")
+for library in ("loomkit", "tessel"):
+    sources = listed(library)
+    for file in (root / library).rglob("*.cpp"):
+        if not re.search(rf"\b{re.escape(file.name)}", sources):
+            problems.append(f"{file.relative_to(root)}: in no CMakeLists.txt")
 
 count = 0
-for folder in ("loomkit", "tools", "tests", "bench", "examples", "cmake", "scripts", ".ci"):
+for folder in ("loomkit", "tessel", "tools", "tests", "bench", "examples", "cmake", "scripts", ".ci"):
     for file in (root / folder).rglob("*"):
         if file.suffix in (".h", ".cpp", ".cmake", ".py", ".sh") or file.name == "CMakeLists.txt":
             count += 1

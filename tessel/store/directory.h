@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+// The directory of a store: its tables, and where their data lie.
+#ifndef TESSEL_STORE_DIRECTORY_H
+#define TESSEL_STORE_DIRECTORY_H
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "loomkit/db/tessel/tessel.h"
+#include "tessel/store/error.h"
+
+namespace tessel {
+
+/// How the values of a field are written.
+enum class Coding : std::uint8_t {
+  plain = 0,      ///< numbers and fixed texts, one behind the other
+  heap = 1,       ///< for each row, and behind the last, where its text begins in the heap
+  dictionary = 2  ///< for each row, the number of a text
+};
+
+/// A field of a table. Offsets are those of the file.
+struct Column {
+  const char* name = nullptr;  ///< in the directory's bytes
+  TslType type = TslTypeSigned;
+  TslStorage storage = TslStorageInt8;
+  Coding coding = Coding::plain;
+  bool indexed = false;
+  std::uint32_t width = 0;  ///< of an entry of the values
+  std::uint32_t dictionaryCount = 0;
+  std::uint64_t values = 0;
+  std::uint64_t dictionary = 0;
+  std::uint64_t heap = 0;
+  std::uint64_t heapSize = 0;
+};
+
+/// The rows of a table in the order of the hashes of their keys.
+struct Index {
+  const char* name = nullptr;  ///< in the directory's bytes
+  bool unique = false;
+  std::uint32_t bucketBits = 0;
+  std::uint64_t entries = 0;
+  std::uint64_t buckets = 0;
+  std::vector<std::int32_t> columns;  ///< at least one, none twice
+
+  [[nodiscard]] std::uint64_t bucketCount() const { return std::uint64_t{1} << bucketBits; }
+};
+
+struct TableInfo {
+  const char* name = nullptr;  ///< in the directory's bytes
+  std::uint32_t rowCount = 0;
+  std::vector<Column> columns;
+  std::vector<Index> indexes;
+};
+
+struct Directory {
+  std::vector<TableInfo> tables;
+  std::vector<std::uint32_t> groupSums;
+};
+
+/// The bytes of a column's sections, and of an index's.
+std::uint64_t valuesSize(const Column& column, std::uint32_t rowCount);
+std::uint64_t dictionarySize(const Column& column);
+std::uint64_t entriesSize(std::uint32_t rowCount);
+std::uint64_t bucketsSize(const Index& index);
+
+/// Reads a directory whose names will point into `bytes`. Every section it tells
+/// of lies within the data, which end at `dataEnd`, at its alignment, and apart
+/// from all others; every code is known and every number of a field is one.
+/// damagedDirectory when it is not so.
+Error readDirectory(const std::vector<unsigned char>& bytes, std::uint64_t dataEnd,
+                    std::uint32_t groupCount, Directory* directory);
+
+}  // namespace tessel
+
+#endif  // TESSEL_STORE_DIRECTORY_H

@@ -1,0 +1,298 @@
+// SPDX-License-Identifier: MIT
+#include "tessel/store/lookup.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "tessel/store/layout.h"
+#include "tessel/store/values.h"
+
+namespace tessel {
+namespace {
+
+constexpr std::size_t pieceSize = 256;
+
+bool isInteger(const Column& column) {
+  return column.type != TslTypeFloating && column.type != TslTypeText;
+}
+
+// What an integer column holds, as one type for all of them.
+std::int64_t integerOf(const Column& column, TslContent value) {
+  return column.type == TslTypeSigned ? std::int64_t{value.signedValue}
+                                      : std::int64_t{value.unsignedValue};
+}
+
+// A key in the terms of its column.
+struct Term {
+  const Column* column;
+  bool possible;         // false: no value of the column's type equals the key
+  std::int64_t integer;  // for integer columns
+  double floating;       // for floating columns
+  const char* text;      // for text columns
+  std::size_t textSize;
+};
+
+// The key as an integer, if it is a whole number of at most 33 bits.
+bool wholeNumber(const TslKey& key, std::int64_t* number) {
+  if (key.type == TslTypeSigned) *number = key.value.signedValue;
+  if (key.type == TslTypeUnsigned) *number = key.value.unsignedValue;
+  if (key.type != TslTypeFloating) return true;
+  constexpr double bound = 4294967296.0;
+  const double value = key.value.floatingValue;
+  if (!(value > -bound && value < bound)) return false;
+  *number = static_cast<std::int64_t>(value);
+  return static_cast<double>(*number) == value;
+}
+
+double floatingOf(const TslKey& key) {
+  if (key.type == TslTypeSigned) return key.value.signedValue;
+  return key.type == TslTypeUnsigned ? key.value.unsignedValue : key.value.floatingValue;
+}
+
+void makeIntegerTerm(const TslKey& key, Term* term) {
+  const Column& column = *term->column;
+  term->possible = wholeNumber(key, &term->integer);
+  // A pattern has no sign: a key's bits count.
+  if (column.type == TslTypePattern && key.type == TslTypeSigned)
+    term->integer = static_cast<std::uint32_t>(key.value.signedValue);
+  using Signed = std::numeric_limits<std::int32_t>;
+  const bool isSigned = column.type == TslTypeSigned;
+  const std::int64_t least = isSigned ? Signed::min() : 0;
+  const std::int64_t most =
+      isSigned ? std::int64_t{Signed::max()} : std::numeric_limits<std::uint32_t>::max();
+  if (term->integer < least || term->integer > most) term->possible = false;
+}
+
+// False for a key that no lookup in this table can have.
+bool makeTerm(const TableInfo& table, const TslKey& key, Term* term) {
+  if (key.field < 0 || static_cast<std::size_t>(key.field) >= table.columns.size()) return false;
+  if (key.type < TslTypeSigned || key.type > TslTypeText) return false;
+  *term = {&table.columns[static_cast<std::size_t>(key.field)], true, 0, 0, nullptr, 0};
+  const bool wantsText = term->column->type == TslTypeText;
+  if (wantsText != (key.type == TslTypeText)) return false;
+  if (wantsText) {
+    term->text = key.value.textValue;
+    if (term->text == nullptr) return false;
+    term->textSize = std::strlen(term->text);
+  } else if (isInteger(*term->column)) {
+    makeIntegerTerm(key, term);
+  } else {
+    term->floating = floatingOf(key);
+    term->possible = term->floating == term->floating;  // no value equals what is no number
+  }
+  return true;
+}
+
+void addToHash(const Term& term, KeyHash* hash) {
+  if (term.text != nullptr) {
+    hash->addText(term.text, term.textSize);
+    hash->endText();
+  } else if (isInteger(*term.column)) {
+    hash->addInteger(static_cast<std::uint32_t>(term.integer));
+  } else {
+    hash->addFloating(term.floating);
+  }
+}
+
+// The terms of a lookup, those of most lookups without an allocation.
+class Terms {
+ public:
+  explicit Terms(int count) : size(static_cast<std::size_t>(count)) {
+    if (size > inlineCount) many.resize(size);
+  }
+  Term* begin() { return many.empty() ? few : many.data(); }
+  Term* end() { return begin() + size; }
+
+ private:
+  static constexpr std::size_t inlineCount = 8;
+  std::size_t size;
+  Term few[inlineCount];
+  std::vector<Term> many;
+};
+
+const Term* findTerm(Terms* terms, const Column* column) {
+  const Term* const found = std::find_if(
+      terms->begin(), terms->end(), [column](const Term& term) { return term.column == column; });
+  return found != terms->end() ? found : nullptr;
+}
+
+bool serves(const Index& index, const TableInfo& table, Terms* terms) {
+  return std::all_of(index.columns.begin(), index.columns.end(), [&](std::int32_t number) {
+    return findTerm(terms, &table.columns[static_cast<std::size_t>(number)]) != nullptr;
+  });
+}
+
+const Index* chooseIndex(const TableInfo& table, Terms* terms) {
+  const Index* best = nullptr;
+  for (const Index& index : table.indexes)
+    if ((best == nullptr || index.columns.size() > best->columns.size()) &&
+        serves(index, table, terms))
+      best = &index;
+  return best;
+}
+
+Error matches(BlockFile* file, const Term& term, std::uint32_t row, bool* match) {
+  const Column& column = *term.column;
+  if (column.type == TslTypeText) {
+    TextSpan text{};
+    const Error error = findText(file, column, row, &text);
+    if (error != Error::none) return error;
+    file->clearError();
+    *match = text.size == term.textSize && file->equals(text.offset, term.textSize, term.text);
+    return file->error();
+  }
+  TslContent value{};
+  const Error error = readNumber(file, column, row, &value);
+  if (error != Error::none) return error;
+  *match = isInteger(column) ? integerOf(column, value) == term.integer
+                             : value.floatingValue == term.floating;
+  return Error::none;
+}
+
+// Where the entries of a hash's bucket begin and end.
+Error findBucket(BlockFile* file, const TableInfo& table, const Index& index, std::uint32_t hash,
+                 std::uint32_t* begin, std::uint32_t* end) {
+  const std::uint64_t bucket = std::uint64_t{hash} >> (32 - index.bucketBits);
+  const std::uint64_t at = index.buckets + bucket * layout::bucket::size;
+  std::uint64_t first = 0;
+  std::uint64_t next = 0;
+  Error error = readUnsigned(file, at, layout::bucket::size, &first);
+  if (error == Error::none)
+    error = readUnsigned(file, at + layout::bucket::size, layout::bucket::size, &next);
+  if (error != Error::none) return error;
+  if (first > next || next > table.rowCount) return Error::damagedData;
+  *begin = static_cast<std::uint32_t>(first);
+  *end = static_cast<std::uint32_t>(next);
+  return Error::none;
+}
+
+Error findByIndex(BlockFile* file, const TableInfo& table, const Index& index, Terms* terms,
+                  std::vector<std::uint32_t>* rows) {
+  KeyHash hash;
+  for (const std::int32_t number : index.columns)
+    addToHash(*findTerm(terms, &table.columns[static_cast<std::size_t>(number)]), &hash);
+  std::uint32_t begin = 0;
+  std::uint32_t end = 0;
+  Error error = findBucket(file, table, index, hash.value(), &begin, &end);
+  for (std::uint32_t i = begin; error == Error::none && i < end; ++i) {
+    std::uint32_t found = 0;
+    std::uint32_t row = 0;
+    error = readEntry(file, table, index, i, &found, &row);
+    if (error != Error::none || found > hash.value()) break;
+    if (found < hash.value()) continue;
+    bool match = true;
+    for (const Term& term : *terms) {
+      error = matches(file, term, row, &match);
+      if (error != Error::none || !match) break;
+    }
+    if (error == Error::none && match) rows->push_back(row);
+  }
+  return error;
+}
+
+// Values that are neither less nor greater are the same, and so is what is no
+// number if its bits are.
+int orderOf(double a, double b) {
+  if (a < b) return -1;
+  if (a > b) return 1;
+  return a == b ? 0 : std::memcmp(&a, &b, sizeof a);
+}
+
+Error compareTexts(BlockFile* file, const Column& column, std::uint32_t a, std::uint32_t b,
+                   int* order) {
+  TextSpan first{};
+  TextSpan second{};
+  Error error = findText(file, column, a, &first);
+  if (error == Error::none) error = findText(file, column, b, &second);
+  if (error != Error::none) return error;
+  *order = first.size < second.size ? -1 : first.size > second.size ? 1 : 0;
+  // In pieces, so that no text is too long for the memory.
+  char one[pieceSize];
+  char other[pieceSize];
+  for (std::uint64_t at = 0; *order == 0 && at < first.size; at += pieceSize) {
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(pieceSize, first.size - at));
+    if (!file->copy(first.offset + at, size, one) || !file->copy(second.offset + at, size, other))
+      return file->error();
+    *order = std::memcmp(one, other, size);
+  }
+  return Error::none;
+}
+
+Error compareNumbers(BlockFile* file, const Column& column, std::uint32_t a, std::uint32_t b,
+                     int* order) {
+  TslContent first{};
+  TslContent second{};
+  Error error = readNumber(file, column, a, &first);
+  if (error == Error::none) error = readNumber(file, column, b, &second);
+  if (error != Error::none) return error;
+  if (isInteger(column)) {
+    const std::int64_t difference = integerOf(column, first) - integerOf(column, second);
+    *order = difference < 0 ? -1 : difference > 0 ? 1 : 0;
+  } else {
+    *order = orderOf(first.floatingValue, second.floatingValue);
+  }
+  return Error::none;
+}
+
+}  // namespace
+
+Error findRows(BlockFile* file, const TableInfo& table, const TslKey* keys, int count,
+               std::vector<std::uint32_t>* rows) {
+  if (keys == nullptr || count < 1) return Error::invalidArgument;
+  Terms terms(count);
+  for (int i = 0; i < count; ++i)
+    if (!makeTerm(table, keys[i], terms.begin() + i)) return Error::invalidArgument;
+  const Index* const index = chooseIndex(table, &terms);
+  if (index == nullptr) return Error::noIndex;
+  if (std::any_of(terms.begin(), terms.end(), [](const Term& term) { return !term.possible; }))
+    return Error::none;
+  return findByIndex(file, table, *index, &terms, rows);
+}
+
+Error addToHash(BlockFile* file, const Column& column, std::uint32_t row, KeyHash* hash) {
+  if (column.type != TslTypeText) {
+    TslContent value{};
+    const Error error = readNumber(file, column, row, &value);
+    if (isInteger(column))
+      hash->addInteger(value.unsignedValue);
+    else
+      hash->addFloating(value.floatingValue);
+    return error;
+  }
+  TextSpan text{};
+  const Error error = findText(file, column, row, &text);
+  if (error != Error::none) return error;
+  char piece[pieceSize];
+  for (std::uint64_t at = 0; at < text.size; at += pieceSize) {
+    const auto size = static_cast<std::size_t>(std::min<std::uint64_t>(pieceSize, text.size - at));
+    if (!file->copy(text.offset + at, size, piece)) return file->error();
+    hash->addText(piece, size);
+  }
+  hash->endText();
+  return Error::none;
+}
+
+Error compareKeys(BlockFile* file, const TableInfo& table, const Index& index, std::uint32_t a,
+                  std::uint32_t b, int* order) {
+  *order = 0;
+  for (const std::int32_t number : index.columns) {
+    const Column& column = table.columns[static_cast<std::size_t>(number)];
+    const Error error = column.type == TslTypeText ? compareTexts(file, column, a, b, order)
+                                                   : compareNumbers(file, column, a, b, order);
+    if (error != Error::none || *order != 0) return error;
+  }
+  return Error::none;
+}
+
+Error readEntry(BlockFile* file, const TableInfo& table, const Index& index, std::uint32_t number,
+                std::uint32_t* hash, std::uint32_t* row) {
+  namespace e = layout::entry;
+  const unsigned char* const bytes = file->at(index.entries + std::uint64_t{number} * e::size);
+  if (bytes == nullptr) return file->error();
+  *hash = e::hash.load(bytes + e::hash.offset);
+  *row = e::row.load(bytes + e::row.offset);
+  return *row < table.rowCount ? Error::none : Error::damagedData;
+}
+
+}  // namespace tessel
