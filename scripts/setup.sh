@@ -9,7 +9,7 @@ here=$(cd "$(dirname "$0")/.." && pwd)
 real=libjsr305-java
 
 run="g++ cmake ninja-build ccache pkg-config zlib1g-dev libcli11-dev libedit-dev nlohmann-json3-dev libsqlite3-0 unicode-data zip unzip $real"
-test="clang libclang-rt-14-dev googletest make python3 binutils llvm libarchive-tools p7zip-full sqlite3 zsh fish groff-base shapelib python3-dbfread gdal-bin"
+test="clang libclang-rt-14-dev googletest make python3 binutils llvm libarchive-tools p7zip-full sqlite3 zsh fish groff-base shapelib python3-dbfread gdal-bin postgresql postgresql-contrib"
 ci="doxygen clang-format clang-tidy g++-multilib lib32z1-dev"
 bench="libbenchmark-dev python3 libmuparser-dev liblua5.4-dev liburiparser-dev libcurl4-openssl-dev libsqlite3-dev libsqlitecpp-dev libsoci-dev libboost-dev libcsv-dev rapidjson-dev libzip-dev libminizip-dev libarchive-dev libssl-dev libinih-dev libsimpleini-dev libshp-dev"
 
@@ -34,9 +34,17 @@ if [ "$(id -u)" -ne 0 ] && command -v sudo >/dev/null; then as_root=(sudo); fi
 
 # A list that is a little old is good enough: what counts is what follows.
 update() { "${as_root[@]}" apt-get update || true; }
+# The tests start PostgreSQL servers of their own; Debian's package would make
+# and start one for the machine.
+without_cluster() {
+  "${as_root[@]}" apt-get install -y --no-install-recommends postgresql-common
+  "${as_root[@]}" sed -i 's/^#\?create_main_cluster.*/create_main_cluster = false/' \
+    /etc/postgresql-common/createcluster.conf
+}
 install() {
   export DEBIAN_FRONTEND=noninteractive
   update
+  case " ${missing[*]} " in *" postgresql "*) without_cluster ;; esac
   "${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
 }
 fetch() {

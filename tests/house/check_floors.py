@@ -24,6 +24,7 @@ FLOORS = {
     "db": TEXT,
     "db/sql": TEXT | {"db"},
     "db/sqlite": TEXT | {"streams", "db", "db/sql"},
+    "db/postgresql": TEXT | {"db", "db/sql"},
     "db/csv": TEXT | {"streams", "archive/zip", "db"},
     "db/tessel": TEXT | {"streams", "db"},
     "db/xbase": TEXT | {"streams", "xbase", "db"},

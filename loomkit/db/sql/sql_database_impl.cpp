@@ -95,7 +95,8 @@ GDbStatus GSqlDatabaseImpl::getLookupQuery(const std::string& table, const std::
     lentLookup.splice(lentLookup.begin(), lookupCache, found);
     return GDbNoError;
   }
-  *query = GSqlQuery(this, "SELECT " + fields + " FROM \"" + table + "\" WHERE " + where + ";");
+  *query =
+      GSqlQuery(this, "SELECT " + fields + " FROM " + quoteTable(table) + " WHERE " + where + ";");
   return GDbNoError;
 }
 
@@ -127,6 +128,34 @@ GDbStatus GSqlDatabaseImpl::setError(GDbStatus status) {
 GDbStatus GSqlDatabaseImpl::setError(GDbStatus status, const std::string& text) {
   if (status != GDbNoError || !text.empty()) lastError = GSqlError(status, text);
   return status;
+}
+
+GDbStatus GSqlDatabaseImpl::setError(const GSqlError& error) {
+  if (error.getStatus() != GDbNoError) lastError = error;
+  return error.getStatus();
+}
+
+GDbStatus GSqlDatabaseImpl::execMany(GSqlQueryData* query, unsigned count,
+                                     const std::function<GDbStatus(unsigned)>& bind) {
+  GDbStatus status = GDbNoError;
+  for (unsigned i = 0; i < count && status == GDbNoError; ++i) {
+    status = bind(i);
+    if (status == GDbNoError) status = exec(query);
+  }
+  return status;
+}
+
+GSqlQueryData* GSqlDatabaseImpl::createScan(const std::string& statement) {
+  return createQuery(statement);
+}
+
+// Names are not escaped: a quote in a name is the host's to avoid.
+std::string GSqlDatabaseImpl::quoteName(const std::string& itsName) const {
+  return '"' + itsName + '"';
+}
+
+std::string GSqlDatabaseImpl::quoteTable(const std::string& itsName) const {
+  return '"' + itsName + '"';
 }
 
 GDbStatus GSqlDatabaseImpl::begin() { return beginTransaction(defaultTransactionMode); }

@@ -6,6 +6,7 @@
 #define LOOMKIT_DB_SQL_SQL_DATABASE_IMPL_H
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <string>
 
@@ -102,6 +103,22 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   virtual void putLookupQuery(const std::string& table, const std::string& where,
                               const std::string& fields, const GSqlQuery& query);
 
+  /// Extension: executes a statement `count` times; `bind(i)` gives it the
+  /// parameters of time i. The first failure, of a `bind` or an execution, ends
+  /// the call: what was executed before it stays, what comes behind it does not
+  /// happen. A driver may send many at once.
+  virtual GDbStatus execMany(GSqlQueryData* query, unsigned count,
+                             const std::function<GDbStatus(unsigned)>& bind);
+  /// Extension: a query that reads a whole table, of which a driver may have
+  /// another way to keep the rows that were not yet asked for.
+  virtual GSqlQueryData* createScan(const std::string& statement);
+
+  /// Extension: a column's and a table's name as they stand in generated SQL. The
+  /// base puts them in double quotes as they are; a driver may escape them, or
+  /// know schemas.
+  [[nodiscard]] virtual std::string quoteName(const std::string& name) const;
+  [[nodiscard]] virtual std::string quoteTable(const std::string& name) const;
+
   /// Helpers for drivers, which a driver's own query data may call as well. The
   /// first two are called by the constructor and the destructor of GSqlQueryData.
   void registerQuery(GSqlQueryData* query) { queries.insert(query); }
@@ -113,6 +130,8 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   /// Success changes nothing, unless there is a text. Both return `status`.
   GDbStatus setError(GDbStatus status);
   GDbStatus setError(GDbStatus status, const std::string& text);
+  /// Extension: the same with all that an error can tell.
+  GDbStatus setError(const GSqlError& error);
 
   /// The handler's operations: beginTransaction() in the default mode,
   /// commitTransaction() and rollbackTransaction().

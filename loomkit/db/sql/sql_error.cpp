@@ -11,6 +11,7 @@ struct GSqlError::Block {
   GDbStatus status;
   std::string driverText;  // filled when somebody asks
   std::string databaseText;
+  std::string sqlState;
 };
 
 GSqlError::GSqlError() = default;
@@ -19,10 +20,13 @@ GSqlError::GSqlError(const GSqlError& other) : block(other.block) {
   if (block != nullptr) ++block->refCount;
 }
 
-GSqlError::GSqlError(GDbStatus status) : block(new Block{1, status, {}, {}}) {}
+GSqlError::GSqlError(GDbStatus status) : block(new Block{1, status, {}, {}, {}}) {}
 
 GSqlError::GSqlError(GDbStatus status, const std::string& databaseText)
-    : block(new Block{1, status, {}, databaseText}) {}
+    : block(new Block{1, status, {}, databaseText, {}}) {}
+
+GSqlError::GSqlError(GDbStatus status, const std::string& databaseText, const std::string& sqlState)
+    : block(new Block{1, status, {}, databaseText, sqlState}) {}
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the reference comes first
 GSqlError& GSqlError::operator=(const GSqlError& other) {
@@ -62,4 +66,13 @@ std::string GSqlError::getText() const {
   if (driver.empty()) return database;
   if (database.empty()) return driver;
   return driver + " (" + database + ")";
+}
+
+const std::string& GSqlError::getSqlState() const {
+  return block != nullptr ? block->sqlState : gEmptyString;
+}
+
+bool GSqlError::mayRepeat() const {
+  const std::string& state = getSqlState();
+  return state == "40001" || state == "40P01";
 }

@@ -22,6 +22,8 @@ class LOOMKIT_API GSqlError {
   GSqlError(GDbStatus status);
   /// `databaseText` is the database's own message.
   GSqlError(GDbStatus status, const std::string& databaseText);
+  /// Extension: with the SQLSTATE that the server gave.
+  GSqlError(GDbStatus status, const std::string& databaseText, const std::string& sqlState);
   GSqlError& operator=(const GSqlError& other);
   ~GSqlError();
 
@@ -33,6 +35,12 @@ class LOOMKIT_API GSqlError {
   [[nodiscard]] const std::string& getDatabaseText() const;
   /// "driver text (database text)", or whichever of the two is not empty.
   [[nodiscard]] std::string getText() const;
+  /// Extension: the five characters by which SQL servers name an error, such as
+  /// "23505"; empty where the driver has none.
+  [[nodiscard]] const std::string& getSqlState() const;
+  /// Extension: whether the same transaction may well succeed when it is run
+  /// again from its begin: a serialization failure (40001) or a deadlock (40P01).
+  [[nodiscard]] bool mayRepeat() const;
 
  private:
   struct Block;

@@ -155,6 +155,24 @@ GDbStatus GSqlQuery::exec(const std::string& statement) {
   return exec();
 }
 
+// A refusal of `bind` is the caller's own and no error of the database.
+GDbStatus GSqlQuery::execMany(unsigned count, const std::function<GDbStatus(unsigned)>& bind) {
+  GSqlDatabaseImpl* database = getSqlDatabaseImpl();
+  if (database == nullptr) return setSqlError(GDbNotOpen);
+  GDbStatus refusal = GDbNoError;
+  const GDbStatus status =
+      database->execMany(data, count, [&](unsigned i) { return refusal = bind(i); });
+  if (status != GDbNoError && refusal == GDbNoError) setSqlError(database->getLastError());
+  return status;
+}
+
+GSqlQuery GSqlQuery::forScan(GSqlDatabaseImpl* database, const std::string& statement) {
+  GSqlQuery query;
+  query.data = database->createScan(statement);
+  query.data->incRef();
+  return query;
+}
+
 GDbStatus GSqlQuery::first(GDbRecord** record) {
   return move(record, [&](auto* database) { return database->first(data); });
 }

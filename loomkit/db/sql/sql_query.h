@@ -14,6 +14,7 @@
 #define LOOMKIT_DB_SQL_SQL_QUERY_H
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "loomkit/db/record_set.h"
@@ -93,6 +94,14 @@ class LOOMKIT_API GSqlQuery {
   /// Executes the statement. Its first row is reached by first() or next().
   GDbStatus exec();
   GDbStatus exec(const std::string& statement);
+
+  /// Extension: executes the statement `count` times, with the parameters that
+  /// `bind(i)` gives it for time i through this handle. The first failure ends
+  /// the call; what was executed before it stays. An SQL server is sent many at
+  /// once, so that its distance counts once for all of them.
+  GDbStatus execMany(unsigned count, const std::function<GDbStatus(unsigned)>& bind);
+  /// Extension: a query that reads a whole table, for GSqlTable.
+  static GSqlQuery forScan(GSqlDatabaseImpl* database, const std::string& statement);
 
   /// Moves. With `record`, the row is fetched too, and the caller owns it; null
   /// when the move fails. GDbNoMoreRecords: behind the last row.

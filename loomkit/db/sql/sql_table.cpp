@@ -12,12 +12,11 @@ namespace {
 
 using loomkit::sqlType;
 
-// Names are not escaped: a quote in a column's name is the host's to avoid.
-std::string quotedNames(const GDbStructure& structure) {
+std::string quotedNames(const GSqlDatabaseImpl& database, const GDbStructure& structure) {
   std::string list;
   for (const GDbField& field : structure.getFields()) {
     if (!list.empty()) list += ", ";
-    list += '"' + field.getName() + '"';
+    list += database.quoteName(field.getName());
   }
   return list;
 }
@@ -50,13 +49,15 @@ GSqlTable::GSqlTable(GSqlDatabaseImpl* owner, const std::string& tableName,
                      GDbStructure* realStructure)
     : GDbTable(owner, tableName),
       structure(realStructure),
-      fieldList(quotedNames(*realStructure)) {}
+      fieldList(quotedNames(*owner, *realStructure)) {}
 
 GSqlTable::~GSqlTable() { GSqlTable::closeTable(); }
 
 GSqlDatabaseImpl* GSqlTable::getSqlDatabase() const {
   return static_cast<GSqlDatabaseImpl*>(getDatabase());
 }
+
+std::string GSqlTable::quotedName() const { return getSqlDatabase()->quoteTable(getName()); }
 
 GDbStatus GSqlTable::closeTable() {
   delete structure;
@@ -95,9 +96,7 @@ GDbStatus GSqlTable::makeWhere(const GDbKey* keys, int count, std::string* where
     const GDbField& field = structure->getField(key.field);
     if (sqlType(key.type) != sqlType(field.getType())) return GDbFieldTypeMismatch;
     if (i != 0) *where += " AND ";
-    *where += '"';
-    *where += field.getName();
-    *where += "\" = ?";
+    *where += getSqlDatabase()->quoteName(field.getName()) + " = ?";
   }
   return GDbNoError;
 }
@@ -121,7 +120,8 @@ GDbStatus GSqlTable::getFirstRecord(GDbRecordSet* result) {
   if (structure == nullptr) return GDbTableNotOpen;
   if (result == nullptr) return GDbInvalidArgument;
   if (scanQuery.isNull())
-    scanQuery = GSqlQuery(getSqlDatabase(), "SELECT " + fieldList + " FROM \"" + getName() + "\";");
+    scanQuery =
+        GSqlQuery::forScan(getSqlDatabase(), "SELECT " + fieldList + " FROM " + quotedName() + ";");
   const GDbStatus status = scanQuery.exec();
   return status == GDbNoError ? getNextRecord(result) : status;
 }
@@ -142,26 +142,23 @@ GDbStatus GSqlTable::getNextRecord(GDbRecordSet* result) {
 std::string GSqlTable::insertStatement() const {
   std::string marks = "?";
   for (int i = 1; i < structure->getNumFields(); ++i) marks += ", ?";
-  return "INSERT INTO \"" + getName() + "\" (" + fieldList + ") VALUES (" + marks + ");";
+  return "INSERT INTO " + quotedName() + " (" + fieldList + ") VALUES (" + marks + ");";
 }
 
 GDbStatus GSqlTable::insertRecords(const GDbRecordSet& records) {
   if (getDatabase() == nullptr) return GDbNotOpen;
   if (structure == nullptr) return GDbTableNotOpen;
   if (insertQuery.isNull()) insertQuery = GSqlQuery(getSqlDatabase(), insertStatement());
-  for (unsigned i = 0; i < records.getNumRecords(); ++i) {
-    const GDbStatus status = insertRecord(*records.getRecord(i));
-    if (status != GDbNoError) return status;
-  }
-  return GDbNoError;
+  return insertQuery.execMany(records.getNumRecords(),
+                              [&](unsigned i) { return bindRecord(*records.getRecord(i)); });
 }
 
-GDbStatus GSqlTable::insertRecord(const GDbRecord& record) {
+GDbStatus GSqlTable::bindRecord(const GDbRecord& record) {
   if (record.getNumFields() != structure->getNumFields()) return GDbFieldCountMismatch;
   GDbStatus status = insertQuery.reset();
   for (int i = 0; i < record.getNumFields() && status == GDbNoError; ++i)
     status = bindField(record, i);
-  return status == GDbNoError ? insertQuery.exec() : status;
+  return status;
 }
 
 GDbStatus GSqlTable::bindField(const GDbRecord& record, int field) {
@@ -191,6 +188,6 @@ GDbStatus GSqlTable::deleteKeys(const GDbKey* keys, int count) {
   std::string where;
   const GDbStatus status = makeWhere(keys, count, &where);
   if (status != GDbNoError) return status;
-  GSqlQuery query(getSqlDatabase(), "DELETE FROM \"" + getName() + "\" WHERE " + where + ";");
+  GSqlQuery query(getSqlDatabase(), "DELETE FROM " + quotedName() + " WHERE " + where + ";");
   return bindKeysAndExec(&query, keys, count);
 }

@@ -39,9 +39,10 @@ class LOOMKIT_API GSqlTable : public GDbTable {
 
  private:
   [[nodiscard]] GSqlDatabaseImpl* getSqlDatabase() const;
+  [[nodiscard]] std::string quotedName() const;
   GDbStatus makeWhere(const GDbKey* keys, int count, std::string* where) const;
   [[nodiscard]] std::string insertStatement() const;
-  GDbStatus insertRecord(const GDbRecord& record);
+  GDbStatus bindRecord(const GDbRecord& record);
   GDbStatus bindField(const GDbRecord& record, int field);
 
   GDbStructure* structure;  // owned; null after close

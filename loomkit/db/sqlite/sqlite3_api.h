@@ -8,6 +8,8 @@
 
 #include <cstdint>
 
+#include "loomkit/db/sql/run_time_library.h"
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -71,17 +73,6 @@ struct Sqlite3Api {
   /// Optional: an opening function with flags; null when there is none.
   int (*openWithFlags)(const char* path, sqlite3** db, int flags, const char* vfs);
 };
-
-/// How a shared library is loaded: the three calls of the platform. Tests put
-/// failing ones in their place.
-struct DsoCalls {
-  int (*open)(const char* name, int flags, void** handle);
-  int (*symbol)(void* handle, const char* name, void** address);
-  void (*close)(void* handle);
-};
-
-/// The platform's own three calls.
-DsoCalls platformDsoCalls();
 
 /// The library, loaded once per process and never unloaded. Not locked.
 class Sqlite3Library {

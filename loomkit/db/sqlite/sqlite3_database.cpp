@@ -6,7 +6,7 @@
 #include <climits>
 #include <cstdint>
 
-#include "loomkit/db/sqlite/local_text.h"
+#include "loomkit/db/sql/local_text.h"
 #include "loomkit/db/sqlite/result_code.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_query_data.h"

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "loomkit/db/locator.h"
-#include "loomkit/db/sqlite/local_text.h"
+#include "loomkit/db/sql/local_text.h"
 #include "loomkit/db/sqlite/result_code.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_catalog.h"

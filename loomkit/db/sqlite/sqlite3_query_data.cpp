@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/db/sqlite/sqlite3_query_data.h"
 
+#include "loomkit/db/sql/local_text.h"
 #include "loomkit/db/sqlite/declared_type.h"
-#include "loomkit/db/sqlite/local_text.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "loomkit/db/sqlite/sqlite3_row.h"

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "loomkit/db/record_access.h"
-#include "loomkit/db/sqlite/local_text.h"
+#include "loomkit/db/sql/local_text.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 
 namespace loomkit {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "loomkit/db/sqlite/local_text.h"
+#include "loomkit/db/sql/local_text.h"
 
 #include <algorithm>
 #include <cstddef>

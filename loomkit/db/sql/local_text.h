@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Texts on their way to and from SQLite: UTF-8 there, the local encoding here.
-// Private to the backend.
-#ifndef LOOMKIT_DB_SQLITE_LOCAL_TEXT_H
-#define LOOMKIT_DB_SQLITE_LOCAL_TEXT_H
+// Texts on their way to and from a database: UTF-8 there, the local encoding here.
+// Private to the library.
+#ifndef LOOMKIT_DB_SQL_LOCAL_TEXT_H
+#define LOOMKIT_DB_SQL_LOCAL_TEXT_H
 
 #include <cstddef>
 #include <memory>
@@ -33,4 +33,4 @@ void fromUtf8(const char* utf8, int length, std::string* text);
 
 }  // namespace loomkit
 
-#endif  // LOOMKIT_DB_SQLITE_LOCAL_TEXT_H
+#endif  // LOOMKIT_DB_SQL_LOCAL_TEXT_H

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+// Opening PostgreSQL databases.
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "loomkit/db/postgresql/connection_uri.h"
+#include "loomkit/db/postgresql/pg_connection.h"
+#include "loomkit/db/postgresql/postgresql_catalog.h"
+#include "loomkit/db/postgresql/postgresql_database.h"
+#include "loomkit/text/output.h"
+
+using loomkit::libpq;
+
+namespace {
+
+void logLine(const std::string& text) { gOutput->log(0, gDataSysName, text.c_str()); }
+
+bool isPortList(std::string_view ports) {
+  return std::all_of(ports.begin(), ports.end(),
+                     [](char c) { return c == ',' || (c >= '0' && c <= '9'); });
+}
+
+// Whether libpq can read the URI, and reads as password what stands there as
+// one. Its own words would quote the URI, so they are not asked for.
+bool isReadable(const std::string& uri) {
+  if (!loomkit::hasPlainUser(uri)) return false;
+  const std::unique_ptr<loomkit::PgOption, void (*)(loomkit::PgOption*)> options(
+      libpq().conninfoParse(uri.c_str(), nullptr), libpq().conninfoFree);
+  if (options == nullptr) return false;
+  for (const loomkit::PgOption* option = options.get(); option->keyword != nullptr; ++option)
+    if (std::string_view(option->keyword) == "port" && option->value != nullptr)
+      return isPortList(option->value);
+  return true;
+}
+
+}  // namespace
+
+// The factories and the catalog are made while the library is being loaded; the
+// registries keep them to the end of the process.
+namespace loomkit::backends {
+extern const GDbDbFactory* const postgresql;
+const GDbDbFactory* const postgresql = [] {
+  GDbCatalog::registerCatalog(new PostgresqlCatalog);
+  static_cast<void>(new GPostgresqlDatabaseFactory("postgres"));
+  return new GPostgresqlDatabaseFactory("postgresql");
+}();
+}  // namespace loomkit::backends
+
+GPostgresqlDatabaseFactory::GPostgresqlDatabaseFactory(const std::string& dbTypeId)
+    : GDbDbFactory(dbTypeId) {
+  GDbDatabase::registerDbFactory(this);
+}
+
+std::string GPostgresqlDatabaseFactory::getShownLocator(const std::string& locator) {
+  return loomkit::withoutPassword(locator);
+}
+
+GDbStatus GPostgresqlDatabaseFactory::openDatabase(const char* locator, GDbDatabase** database) {
+  if (locator == nullptr || database == nullptr) return GDbInvalidArgument;
+  if (!loomkit::isConnectionUri(locator)) return GDbInvalidLocator;
+  if (!loomkit::libpqLibrary().load()) {
+    logLine("Error loading libpq.");
+    return GDbCantLoadLibrary;
+  }
+  const std::string shown = getShownLocator(locator);
+  const std::string uri = loomkit::connectionUri(locator);
+  if (!isReadable(uri)) {
+    logLine("Invalid connection URI: " + shown);
+    return GDbInvalidLocator;
+  }
+  auto server = std::make_unique<loomkit::PgConnection>();
+  const loomkit::PgFailure failure = server->open(uri, shown);
+  if (failure) {
+    logLine("Failed to open database " + shown + ": " + failure.text);
+    return failure.status;
+  }
+  *database = new GPostgresqlDatabase(shown, std::move(server));
+  return GDbNoError;
+}

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// RowRecord: makes records of rows, each in one block of memory. Private to the
+// driver.
+//
+//   maker.start();
+//   for (each column) maker.add(value, isNull);
+//   GDbRecord* record = maker.make();
+#ifndef LOOMKIT_DB_POSTGRESQL_ROW_RECORD_H
+#define LOOMKIT_DB_POSTGRESQL_ROW_RECORD_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "loomkit/db/postgresql/column_value.h"
+#include "loomkit/db/record.h"
+
+namespace loomkit {
+
+/// Gathers the values of a row in memory that it keeps for the next one.
+class RowRecord {
+ public:
+  void start();
+  /// Adds a column; a NULL is a placeholder with the NULL bit. False when an
+  /// integer does not fit into the 32 bits of a record's field.
+  bool add(const PgValue& value, bool isNull);
+  /// The record, which the caller owns.
+  [[nodiscard]] GDbRecord* make() const;
+
+ private:
+  void begin(GDbFieldType type, bool isNull, std::size_t alignment);
+  void append(const void* bytes, std::size_t size);
+
+  std::vector<GDbFieldType> types;
+  std::vector<std::size_t> offsets;  // of the values in `body`
+  std::string body;                  // aligned as the block behind the pointers is
+  std::string room;
+};
+
+}  // namespace loomkit
+
+#endif  // LOOMKIT_DB_POSTGRESQL_ROW_RECORD_H
