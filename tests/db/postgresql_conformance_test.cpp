@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: MIT
+// The conformance suite on a PostgreSQL server.
+#include "tests/db/conformance_backends.h"
+#include "tests/db/postgresql_server.h"
+
+namespace loomkit::testing {
+
+struct Postgresql {
+  static constexpr Traits traits = {.name = "Postgresql",
+                                    .inserts = true,
+                                    .createsTables = true,
+                                    .transactions = true,
+                                    .scanReplaces = true};
+
+  static DatabaseOwner open(const ScratchDirectory& /*dir*/) {
+    PostgresqlServer& server = PostgresqlServer::shared();
+    server.psql(
+        "SET client_min_messages = warning; DROP SCHEMA IF EXISTS suite CASCADE; "
+        "CREATE SCHEMA suite;");
+    DatabaseOwner database = openDb(server.socketUri() + "&options=-csearch_path%3Dsuite");
+    createParts(database.get());
+    return database;
+  }
+};
+
+using TestedBackends = ::testing::Types<Postgresql>;
+
+}  // namespace loomkit::testing
+
+#include "tests/db/conformance_suite.h"
