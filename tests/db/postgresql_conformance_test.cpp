@@ -15,9 +15,9 @@ struct Postgresql {
   static DatabaseOwner open(const ScratchDirectory& /*dir*/) {
     PostgresqlServer& server = PostgresqlServer::shared();
     server.psql(
-        "SET client_min_messages = warning; DROP SCHEMA IF EXISTS suite CASCADE; "
-        "CREATE SCHEMA suite;");
-    DatabaseOwner database = openDb(server.socketUri() + "&options=-csearch_path%3Dsuite");
+        "SET client_min_messages = warning; DROP SCHEMA IF EXISTS scratch CASCADE; "
+        "CREATE SCHEMA scratch;");
+    DatabaseOwner database = openDb(server.socketUri() + "&options=-csearch_path%3Dscratch");
     createParts(database.get());
     return database;
   }
