@@ -9,6 +9,7 @@
 #include <filesystem>
 
 #include "loomkit/xbase/tag_header.h"
+#include "tests/format_page.h"
 #include "tests/xbase/index_fixture.h"
 
 namespace loomkit::xbase {
@@ -481,6 +482,25 @@ TEST_F(IndexTest, GivesMinusZeroThePlaceOfZero) {
   encodeKeyNumber(0.0, zero);
   encodeKeyNumber(-0.0, minus);
   EXPECT_TRUE(std::equal(zero, zero + 8, minus));
+}
+
+// The page that describes the format, byte for byte.
+TEST_F(IndexTest, WritesAndReadsTheExampleOfItsPage) {
+  const std::string example = testing::hexExampleOf("cdx.md");
+  const TableOwner table = createDataFile(engine, scratch / "t.dbf", {{"NAME", 'C', 10, 0}});
+  ASSERT_NE(table, nullptr);
+  for (const char* name : {"BOLTS", "BOLT", "ANVIL"}) {
+    ASSERT_EQ(startAppend(*table), ok);
+    blank(*table);
+    assignText(*table, 0, name);
+    ASSERT_EQ(finishAppend(*table), ok);
+  }
+  ASSERT_NE(createIndex(*table, scratch / "t.cdx", byName), nullptr);
+  EXPECT_EQ(indexBytes(), example);
+  scratch.write("page.cdx", example);
+  IndexFile* index = openIndex(*table, scratch / "page.cdx");
+  ASSERT_NE(index, nullptr);
+  EXPECT_EQ(walk(*table, findTag(*index, "NAME")), "ANVIL BOLT BOLTS");
 }
 
 // Reading alone leaves the file alone, and what would change it is refused.
