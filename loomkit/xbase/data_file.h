@@ -113,6 +113,11 @@ int skip(DataFile& data, long count);
 /// stands at the next key, endOfFile behind the last.
 int seek(DataFile& data, std::string_view key);
 
+/// Makes the next record current that has the key at which the selected tag stands.
+/// notFound if there is none; the current record is then still the same. No other
+/// record is read.
+int seekNext(DataFile& data);
+
 bool isDeleted(const DataFile& data);
 void markDeleted(DataFile& data);
 void unmarkDeleted(DataFile& data);

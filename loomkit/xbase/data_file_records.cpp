@@ -146,6 +146,11 @@ int standBehind(DataFile& data) {
   return endOfFile;
 }
 
+int noTagSelected(DataFile& data) {
+  return fail(*data.engine, errorTagName, data.engine->report.tag,
+              fileNameLine(data.file.name()).c_str());
+}
+
 // Brings the selected tag to the current record, and `*count` to the steps that
 // are left from there.
 int standAtCurrent(DataFile& data, long* count) {
@@ -213,9 +218,7 @@ int skip(DataFile& data, long count) {
 int seek(DataFile& data, std::string_view key) {
   int result = writeCurrent(data);
   if (result != ok) return result;
-  if (data.selected == nullptr)
-    return fail(*data.engine, errorTagName, data.engine->report.tag,
-                fileNameLine(data.file.name()).c_str());
+  if (data.selected == nullptr) return noTagSelected(data);
   data.atEnd = false;
   data.atBeginning = false;
   const int found = seekKey(*data.selected, key);
@@ -223,6 +226,18 @@ int seek(DataFile& data, std::string_view key) {
   if (found < 0) return found;
   result = readTagged(data);
   return result == ok ? found : result;
+}
+
+int seekNext(DataFile& data) {
+  int result = writeCurrent(data);
+  if (result != ok) return result;
+  if (data.selected == nullptr) return noTagSelected(data);
+  const std::string key(currentKey(*data.selected));
+  long count = 1;
+  result = standAtCurrent(data, &count);
+  if (result == ok) result = skipKeys(*data.selected, count);
+  if (result == ok && currentKey(*data.selected) == key) return readTagged(data);
+  return result < 0 ? result : notFound;
 }
 
 int startAppend(DataFile& data) {

@@ -173,6 +173,33 @@ TEST_F(IndexTest, SeeksTheFirstOfEqualKeysInItsOwnOrder) {
   }
 }
 
+TEST_F(IndexTest, GoesOnFromOneRecordOfAKeyToTheNext) {
+  const TableOwner table = makeTable();
+  for (const char* name : {"B", "A", "B", "C", "B"}) ASSERT_EQ(append(*table, name), ok);
+  IndexFile* index =
+      createIndex(*table, scratch / "t.cdx", {{"UP", "NAME"}, {"DOWN", "NAME", "", false, true}});
+  ASSERT_NE(index, nullptr);
+  table->selected = findTag(*index, "UP");
+  ASSERT_EQ(seek(*table, "B"), ok);
+  EXPECT_EQ(table->recordNumber, 1U);
+  ASSERT_EQ(seekNext(*table), ok);
+  EXPECT_EQ(table->recordNumber, 3U);
+  ASSERT_EQ(seekNext(*table), ok);
+  EXPECT_EQ(table->recordNumber, 5U);
+  EXPECT_EQ(seekNext(*table), notFound);
+  EXPECT_EQ(table->recordNumber, 5U) << "it stays";
+  table->selected = findTag(*index, "DOWN");
+  ASSERT_EQ(seek(*table, "B"), ok);
+  EXPECT_EQ(table->recordNumber, 5U);
+  ASSERT_EQ(seekNext(*table), ok);
+  EXPECT_EQ(table->recordNumber, 3U);
+  ASSERT_EQ(seek(*table, "A"), ok);
+  EXPECT_EQ(seekNext(*table), notFound) << "the last of all";
+  table->selected = nullptr;
+  EXPECT_EQ(seekNext(*table), errorTagName);
+  takeError();
+}
+
 TEST_F(IndexTest, SkipsInTheOrderOfTheTag) {
   const TableOwner table = makeTable();
   for (const char* name : {"C", "A", "B", "OUT"}) ASSERT_EQ(append(*table, name, 1), ok);

@@ -60,7 +60,6 @@ class KeySearch {
  private:
   GDbXBaseData* data;
   std::string indexName;
-  std::string savedKey;
 };
 
 GDbStatus KeySearch::begin(const GDbKey* keys, int count, bool* found) {
@@ -79,20 +78,19 @@ GDbStatus KeySearch::begin(const GDbKey* keys, int count, bool* found) {
                           data->getName(),
                       code);
   *found = code == xbase::ok;
-  if (*found) savedKey = xbase::currentKey(*file.selected);
   return GDbNoError;
 }
 
 GDbStatus KeySearch::next(bool* found) {
   *found = false;
   xbase::DataFile& file = data->getFile();
-  const int code = xbase::skip(file, 1);
+  const int code = xbase::seekNext(file);
   if (code == xbase::locked) return GDbLockFailed;
   if (code < 0)
     return unexpected(
         "failed to skip to next record using index " + indexName + " of table " + data->getName(),
         code);
-  *found = code == xbase::ok && xbase::currentKey(*file.selected) == savedKey;
+  *found = code == xbase::ok;
   return GDbNoError;
 }
 
