@@ -2,11 +2,14 @@
 // loom db: databases of every type from the command line.
 #include <charconv>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "console.h"
 #include "db_host.h"
 #include "families.h"
 #include "json_writer.h"
+#include "loomkit/db/postgresql/postgresql_database.h"
 #include "loomkit/db/table_scan.h"
 #include "row_filter.h"
 #include "row_printer.h"
@@ -32,25 +35,45 @@ void forEachRow(const Invocation& call, Use use) {
   require(scan.getStatus(), table->getName());
 }
 
+// From major << 20 | minor << 10 | patch.
+std::string versionText(unsigned version) {
+  return std::to_string(version >> 20) + "." + std::to_string(version >> 10 & 1023) + "." +
+         std::to_string(version & 1023);
+}
+
+// Name and value, in the order in which they are shown. A server tells its own
+// version, and how it is reached.
+using Facts = std::vector<std::pair<std::string, std::string>>;
+
+Facts serverFacts(GDbDatabase* database) {
+  const auto* server = dynamic_cast<GPostgresqlDatabase*>(database);
+  if (server == nullptr) return {};
+  const std::string tls = server->getTlsVersion();
+  return {{"server", "postgresql " + versionText(server->getServerVersion())},
+          {"tls", tls.empty() ? "no" : tls}};
+}
+
 ExitCode info(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
   const std::vector<std::string> tables = host.tables();
   std::string driver;
   if (const GSqlDatabase* sql = host.sql()) {
-    const unsigned version = sql->getDriverVersion();
-    driver = std::string(sql->getDriverName()) + " " + std::to_string(version >> 20) + "." +
-             std::to_string(version >> 10 & 1023) + "." + std::to_string(version & 1023);
+    driver = std::string(sql->getDriverName()) + " " + versionText(sql->getDriverVersion());
   }
+  const Facts server = serverFacts(host.database());
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("type").value(host.type()).key("driver");
     driver.empty() ? json.null() : json.value(driver);
+    for (const auto& [name, value] : server) json.key(name).value(value);
     json.key("transactions").value(host.database()->getTransactionHandler() != nullptr);
     json.key("tables").value(tables.size()).endObject();
     return ExitCode::done;
   }
   printLine("type          " + host.type());
   if (!driver.empty()) printLine("driver        " + driver);
+  for (const auto& [name, value] : server)
+    printLine(name + std::string(14 - name.size(), ' ') + shown(value));
   const bool transactions = host.database()->getTransactionHandler() != nullptr;
   printLine(std::string("transactions  ") + (transactions ? "yes" : "no"));
   printLine("tables        " + std::to_string(tables.size()));
@@ -172,11 +195,22 @@ ExitCode get(const Invocation& call) {
   return found.getNumRecords() > 0 ? ExitCode::done : ExitCode::no;
 }
 
+// The records of a transaction; 0: all of them.
+unsigned long batchSize(const Invocation& call) {
+  const std::string text = call.value("--batch");
+  if (text.empty()) return 0;
+  unsigned long size = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), size);
+  if (error != std::errc() || end != text.data() + text.size() || size == 0)
+    throw Failure(ExitCode::usage, "--batch: not a number of records: " + text);
+  return size;
+}
+
 ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
   const std::unique_ptr<GDbTable> source = readableTable(from, call);
   const std::string name = call.value("--as", source->getName());
-  const unsigned long count = copyTable(source.get(), call.operand("TO"), name);
+  const unsigned long count = copyTable(source.get(), call.operand("TO"), name, batchSize(call));
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("table").value(name).key("records").value(count).endObject();
@@ -214,7 +248,11 @@ constexpr Option headOptions[] = {
 constexpr Option countOptions[] = {columnsOption, whereOption};
 constexpr Option getOptions[] = {columnsOption, csvOption, tableOption};
 constexpr Option copyOptions[] = {
-    columnsOption, {.names = "--as", .value = "NAME", .help = "The name of the new table."}};
+    columnsOption,
+    {.names = "--as", .value = "NAME", .help = "The name of the new table."},
+    {.names = "--batch",
+     .value = "N",
+     .help = "Commits after every N records, instead of once at the end."}};
 
 constexpr ExitCodeMeaning openExits[] = {
     {ExitCode::cannotOpen, "the database or the table cannot be opened"},

@@ -7,7 +7,9 @@
 #include "command.h"
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
+#include "loomkit/db/postgresql/postgresql_database.h"
 #include "loomkit/db/sql/sql_query.h"
+#include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
 
 namespace loom {
@@ -47,6 +49,28 @@ GDbStructure parseColumns(const std::string& columns) {
   return structure;
 }
 
+// Takes the place of gOutput for its own lifetime, and keeps the last log line.
+class LogKeeper : public GOutput {
+ public:
+  LogKeeper() : previous(gOutput) {
+    setLogLevel("*", 0);
+    gOutput = this;
+  }
+  LogKeeper(const LogKeeper&) = delete;
+  LogKeeper& operator=(const LogKeeper&) = delete;
+  ~LogKeeper() override { gOutput = previous; }
+
+  using GOutput::output;
+  void output(GOutputLevel /*level*/, const std::string& /*sys*/, const char* line) override {
+    last = line;
+  }
+  [[nodiscard]] const std::string& text() const { return last; }
+
+ private:
+  GOutput* previous;
+  std::string last;
+};
+
 }  // namespace
 
 void require(GDbStatus status, const std::string& what) {
@@ -65,13 +89,19 @@ std::unique_ptr<GDbStructure> structureOf(GDbTable* table) {
 
 DbHost::DbHost(const std::string& locator, bool create) {
   loomkit::Locator parts;
+  const std::string name = GPostgresqlDatabaseFactory::getShownLocator(locator);
   loomkit::splitLocator(locator, &parts);
   typeId = parts.type;
   // SQLite would make an empty file of a mistyped name.
   if (typeId == "sqlite3" && !create && !std::filesystem::exists(parts.path))
-    throw Failure(ExitCode::cannotOpen, locator + ": " + gDbStrError(GDbCantOpenFile));
+    throw Failure(ExitCode::cannotOpen, name + ": " + gDbStrError(GDbCantOpenFile));
   GDbDatabase* database = nullptr;
-  require(GDbDatabase::openDatabase(locator.c_str(), &database), locator);
+  const LogKeeper log;
+  const GDbStatus status = GDbDatabase::openDatabase(locator.c_str(), &database);
+  // A server's reason says more than the status, and names the database as well.
+  if (status == GDbCantOpenFile && !log.text().empty())
+    throw Failure(ExitCode::cannotOpen, log.text());
+  require(status, name);
   opened.reset(database);
 }
 

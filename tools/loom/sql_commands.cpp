@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 // loom sql: one SQL statement from the command line.
 #include <cstdint>
+#include <memory>
+#include <string>
 
 #include "db_host.h"
 #include "families.h"
@@ -31,10 +33,47 @@ RowPrinter::Integers integersOf(GSqlQuery& query, int columns) {
   return integers;
 }
 
+// Adds the column of the current row as a field; false for a NULL, which no field
+// that is added can be. An integer is added as 0: what is printed comes from
+// integersOf().
+bool addColumn(GSqlQuery& query, int column, GDbRecord* record) {
+  std::int64_t integer = 0;
+  double number = 0;
+  std::string text;
+  const void* bytes = nullptr;
+  unsigned size = 0;
+  if (query.getInt64(column, &integer) == GDbNoError)
+    record->addIntField(0);
+  else if (query.getDouble(column, &number) == GDbNoError)
+    record->addFloatField(number);
+  else if (query.getBlob(column, &bytes, &size) == GDbNoError)
+    record->addBlobField(bytes, size);
+  else if (query.getText(column, &text) == GDbNoError)
+    record->addStringField(text);
+  else
+    return false;
+  return true;
+}
+
+struct RecordDelete {
+  void operator()(GDbRecord* record) const { record->deleteRecord(); }
+};
+
+// A driver may refuse to cut an integer down to the 32 bits of a record. Then the
+// row is read column by column, up to the one that is none. Null for a row with a
+// NULL in it.
+std::unique_ptr<GDbRecord, RecordDelete> wideRecord(GSqlQuery& query) {
+  std::unique_ptr<GDbRecord, RecordDelete> record(new GDbRecord);
+  bool null = false;
+  for (int column = 0; query.isNull(column, &null) == GDbNoError; ++column)
+    if (!addColumn(query, column, record.get())) return nullptr;
+  return record;
+}
+
 ExitCode sql(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
   if (host.sql() == nullptr)
-    throw Failure(ExitCode::usage, "not an SQL database: " + call.operand("LOCATOR"));
+    throw Failure(ExitCode::usage, "not an SQL database: " + host.database()->getName());
   if (hasSecondStatement(call.operand("STATEMENT")))
     throw Failure(ExitCode::usage, "one statement at a time");
   GSqlQuery query(host.sql(), call.operand("STATEMENT"));
@@ -45,7 +84,13 @@ ExitCode sql(const Invocation& call) {
     if (!query.isSelect()) return;
     for (status = query.next(); status == GDbNoError; status = query.next()) {
       const GDbRecord* record = query.getRecord();
-      if (record == nullptr) throw fail();
+      std::unique_ptr<GDbRecord, RecordDelete> wide;
+      if (record == nullptr) {
+        const Failure refusal = fail();
+        if (query.getLastError().getStatus() == GDbFieldTypeMismatch) wide = wideRecord(query);
+        if (wide == nullptr) throw refusal;
+        record = wide.get();
+      }
       const GDbStructure structure = numberedColumns(*record);
       printer.add(GDbTypedRow(*record, structure), integersOf(query, record->getNumFields()));
     }

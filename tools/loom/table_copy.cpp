@@ -5,6 +5,7 @@
 
 #include "command.h"
 #include "db_host.h"
+#include "loomkit/db/sql/sql_database_impl.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/table_scan.h"
 #include "progress_bar.h"
@@ -28,8 +29,14 @@ std::uint64_t countForBar(GDbTable* table) {
 // statement of its own where the database knows SQL.
 class Inserter {
  public:
-  Inserter(GDbTable* table, GSqlDatabase* database, const GDbStructure& columns)
-      : target(table), sql(database), structure(columns) {}
+  /// `commitEvery`: so many records, where the database has transactions; 0: never.
+  Inserter(GDbTable* table, const DbHost& host, const GDbStructure& columns,
+           unsigned long commitEvery)
+      : target(table),
+        sql(host.sql()),
+        transaction(host.database()->getTransactionHandler()),
+        structure(columns),
+        batchSize(commitEvery) {}
 
   /// Takes the set's first record.
   void add(GDbRecordSet& set) {
@@ -42,6 +49,7 @@ class Inserter {
       if (batch.getNumRecords() == portion) flush();
     }
     ++count;
+    if (batchSize != 0 && count % batchSize == 0) commit();
   }
 
   void flush() {
@@ -54,6 +62,13 @@ class Inserter {
  private:
   static constexpr unsigned portion = 1000;
 
+  void commit() {
+    flush();
+    if (transaction == nullptr) return;
+    require(transaction->commit(), target->getName());
+    require(transaction->begin(), target->getName());
+  }
+
   static bool hasNull(const GDbTypedRow& row) {
     for (int field = 0; field < row.getNumFields(); ++field) {
       if (row.isNull(field)) return true;
@@ -65,8 +80,8 @@ class Inserter {
     if (statement.isNull()) {
       std::string marks = "?";
       for (int field = 1; field < row.getNumFields(); ++field) marks += ", ?";
-      statement =
-          GSqlQuery(sql, "INSERT INTO \"" + target->getName() + "\" VALUES (" + marks + ");");
+      const std::string table = dynamic_cast<GSqlDatabaseImpl&>(*sql).quoteTable(target->getName());
+      statement = GSqlQuery(sql, "INSERT INTO " + table + " VALUES (" + marks + ");");
     }
     for (int field = 0; field < row.getNumFields(); ++field)
       require(bind(row, field), target->getName());
@@ -89,7 +104,9 @@ class Inserter {
 
   GDbTable* target;
   GSqlDatabase* sql;
+  GDbTransactionHandler* transaction;
   const GDbStructure& structure;
+  unsigned long batchSize;
   GSqlQuery statement;
   GDbRecordSet batch;
   unsigned long count = 0;
@@ -119,7 +136,8 @@ void requireTypes(const std::string& table, const GDbStructure& structure) {
 
 }  // namespace
 
-unsigned long copyTable(GDbTable* source, const std::string& locator, const std::string& name) {
+unsigned long copyTable(GDbTable* source, const std::string& locator, const std::string& name,
+                        unsigned long batch) {
   const std::unique_ptr<GDbStructure> structure = structureOf(source);
   requireTypes(source->getName(), *structure);
   const DbHost to(locator, true);
@@ -129,7 +147,7 @@ unsigned long copyTable(GDbTable* source, const std::string& locator, const std:
   const GDbStatus status = to.database()->createTable(name, structure.get(), &made);
   if (status != GDbNoError) throw Failure(ExitCode::cannotWrite, name + ": " + gDbStrError(status));
   const std::unique_ptr<GDbTable> target(made);
-  Inserter inserter(target.get(), to.sql(), *structure);
+  Inserter inserter(target.get(), to, *structure, batch);
   copyRecords(source, inserter);
   if (transaction != nullptr) require(transaction->commit(), to.database()->getName());
   return inserter.getCount();
