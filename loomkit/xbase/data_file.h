@@ -25,7 +25,7 @@ namespace loomkit::xbase {
 
 struct Engine;
 struct IndexFile;
-struct MemoFile;
+class MemoFile;
 struct Tag;
 
 /// A column to be created. `width` counts for the letters C, N and F, and
