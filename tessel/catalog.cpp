@@ -7,25 +7,12 @@
 #include "loomkit/db/locator.h"
 #include "loomkit/db/table.h"
 #include "loomkit/db/tessel/tessel_database.h"
+#include "tessel/status.h"
 #include "tessel/store/column_names.h"
 #include "tessel/store/store.h"
 
 namespace tessel {
 namespace {
-
-GDbStatus statusOf(Error error) {
-  switch (error) {
-    case Error::none:
-      return GDbNoError;
-    case Error::noSuchFile:
-    case Error::noStore:
-      return GDbCantOpenFile;
-    case Error::outOfMemory:
-      return GDbOutOfMemory;
-    default:
-      return GDbIoError;
-  }
-}
 
 // Opens the file of a database once more, by the rule that opened it.
 GDbStatus openAgain(const GDbDatabase& database, std::unique_ptr<Store>* store) {

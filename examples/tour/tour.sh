@@ -140,4 +140,9 @@ if [ -r $unicode ]; then
   show "loom db get csv:. UnicodeData --columns $columns code=20AC"
   show "loom db copy csv:. UnicodeData sqlite3:chars.db --columns $columns"
   show "loom sql sqlite3:chars.db \"SELECT category, count(*) FROM UnicodeData GROUP BY 1 ORDER BY 2 DESC LIMIT 3\""
+
+  title 'The same table as a store of one file, with indexes'
+  show "loom db copy csv:. UnicodeData tessel:chars.tessel --columns $columns --index code:unique --index name"
+  show "loom db get tessel:chars UnicodeData code=20AC"
+  show "loom tessel info chars.tessel && loom tessel check chars.tessel"
 fi

@@ -13,6 +13,7 @@
 #include "loomkit/db/table_scan.h"
 #include "row_filter.h"
 #include "row_printer.h"
+#include "store_copy.h"
 #include "table_copy.h"
 
 namespace loom {
@@ -210,7 +211,14 @@ ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
   const std::unique_ptr<GDbTable> source = readableTable(from, call);
   const std::string name = call.value("--as", source->getName());
-  const unsigned long count = copyTable(source.get(), call.operand("TO"), name, batchSize(call));
+  const std::string to = call.operand("TO");
+  const bool toStore = isStoreLocator(to);
+  if (call.has("--index") && !toStore)
+    throw Failure(ExitCode::usage, "--index is for tessel: databases");
+  if (call.has("--batch") && toStore)
+    throw Failure(ExitCode::usage, "--batch is not for tessel: databases, which are written whole");
+  const unsigned long count = toStore ? copyToStore(source.get(), to, name, call.values("--index"))
+                                      : copyTable(source.get(), to, name, batchSize(call));
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("table").value(name).key("records").value(count).endObject();
@@ -252,7 +260,11 @@ constexpr Option copyOptions[] = {
     {.names = "--as", .value = "NAME", .help = "The name of the new table."},
     {.names = "--batch",
      .value = "N",
-     .help = "Commits after every N records, instead of once at the end."}};
+     .help = "Commits after every N records, instead of once at the end."},
+    {.names = "--index",
+     .value = "COLUMN,...[:unique]",
+     .help = "An index for a tessel: database, on one or more columns.",
+     .repeatable = true}};
 
 constexpr ExitCodeMeaning openExits[] = {
     {ExitCode::cannotOpen, "the database or the table cannot be opened"},
@@ -333,7 +345,8 @@ constexpr Command dbCommands[] = {
     {.name = "copy",
      .summary = "copy a table to another database",
      .description = "Creates the table in the other database and copies all records, in one "
-                    "transaction.",
+                    "transaction. A file of a tessel: database is written anew with the tables "
+                    "that it has, and takes the old one's place when it is whole.",
      .options = copyOptions,
      .operands = copyOperands,
      .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"

@@ -22,6 +22,7 @@ constexpr const Family* list[] = {
     &configFamily,    //
     &dbFamily,        //
     &sqlFamily,       //
+    &tesselFamily,    //
     &aboutFamily,     //
 };
 

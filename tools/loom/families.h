@@ -20,6 +20,7 @@ extern const Family replFamily;
 extern const Family runFamily;
 extern const Family sqlFamily;
 extern const Family sumFamily;
+extern const Family tesselFamily;
 extern const Family textFamily;
 extern const Family wordsFamily;
 extern const Family zipFamily;

@@ -9,20 +9,11 @@
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/table_scan.h"
 #include "progress_bar.h"
+#include "store_copy.h"
 
 namespace loom {
 
 namespace {
-
-// How many records there are to copy, for the progress bar; 0 where nobody is
-// watching it, since counting reads the whole table.
-std::uint64_t countForBar(GDbTable* table) {
-  if (!ProgressBar::watched()) return 0;
-  std::uint64_t count = 0;
-  GDbTableScan scan(table);
-  for (auto row = scan.begin(); row != scan.end(); ++row) ++count;
-  return count;
-}
 
 // Inserts records in portions that fit into memory. insertRecords() stores a
 // NULL as the placeholder behind it, so a record with a NULL is inserted by a
