@@ -17,6 +17,7 @@
 #define LOOMKIT_DB_XBASE_XBASE_DATABASE_H
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,10 @@
 #include "loomkit/db/factory.h"
 #include "loomkit/db/table.h"
 #include "loomkit/platform/export.h"
+
+namespace loomkit {
+class XBaseRecordMaker;
+}
 
 class GDbXBaseData;
 class GDbXBaseDirectory;
@@ -95,7 +100,7 @@ class LOOMKIT_API GDbXBaseTable : public GDbTable {
   GDbStatus appendRecord(GDbRecordSet* result);
 
   GDbXBaseData* data;  // shared; null after closeTable()
-  std::vector<GDbFieldType> fieldTypes;
+  std::unique_ptr<loomkit::XBaseRecordMaker> maker;
   std::uint32_t recordNumber;  // of the scan; all ones: unknown
 };
 

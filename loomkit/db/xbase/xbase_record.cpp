@@ -50,55 +50,15 @@ std::string readMemo(xbase::DataFile& data, std::size_t field) {
 // another.
 constexpr std::size_t widestCharacter = 8;
 
-/// Puts a record together: the texts that take more than a copy first, so that
-/// the size of the block is known.
-class RecordMaker {
- public:
-  RecordMaker(xbase::DataFile& table, const std::vector<GDbFieldType>& wanted, HulTextCodec* codec)
-      : data(table), types(wanted), decoder(codec) {}
+constexpr std::size_t numberSize = sizeof(double);
+constexpr std::size_t headSize = (sizeof(GDbRecord) + numberSize - 1) / numberSize * numberSize;
 
-  GDbRecord* make();
-
- private:
-  bool prepareText(std::size_t field, std::string_view* text);
-  void putNumber(std::size_t field, GDbFieldType type, void* out);
-
-  xbase::DataFile& data;
-  const std::vector<GDbFieldType>& types;
-  HulTextCodec* decoder;
-  std::vector<std::string> converted;
-  std::vector<std::string_view> texts;
-};
-
-GDbFieldType typeOf(const xbase::Field& field, GDbFieldType wanted) {
-  // A logical field is an integer, whichever kind is asked for.
-  if (field.type == 'L') return GDbFieldInt;
-  return wanted == GDbFieldNone ? naturalType(field) : wanted;
+void putLogical(const xbase::DataFile& data, std::size_t field, void* out) {
+  const int c = std::toupper(static_cast<unsigned char>(xbase::fieldChar(data, field)));
+  new (out) std::int32_t(c == 'T' || c == 'Y' ? 1 : 0);
 }
 
-bool RecordMaker::prepareText(std::size_t field, std::string_view* text) {
-  if (data.fields[field].type == 'M') {
-    converted.push_back(readMemo(data, field));
-    *text = converted.back();
-    return true;
-  }
-  *text = withoutBlanks(xbase::fieldText(data, field));
-  if (decoder == nullptr) return true;
-  std::string decoded;
-  const std::size_t room = text->size() * widestCharacter;
-  if (convertText(decoder, *text, room, &decoded) != Conversion::done) return false;
-  converted.push_back(std::move(decoded));
-  *text = converted.back();
-  return true;
-}
-
-void RecordMaker::putNumber(std::size_t field, GDbFieldType type, void* out) {
-  const xbase::Field& info = data.fields[field];
-  if (info.type == 'L') {
-    const int c = std::toupper(static_cast<unsigned char>(xbase::fieldChar(data, field)));
-    new (out) std::int32_t(c == 'T' || c == 'Y' ? 1 : 0);
-    return;
-  }
+void putNumber(const xbase::DataFile& data, std::size_t field, GDbFieldType type, void* out) {
   char buffer[longestNumberText];
   const char* text = terminated(xbase::fieldText(data, field), buffer);
   constexpr int base = 10;
@@ -111,47 +71,87 @@ void RecordMaker::putNumber(std::size_t field, GDbFieldType type, void* out) {
   }
 }
 
-GDbRecord* RecordMaker::make() {
-  const std::size_t count = data.fields.size();
-  converted.reserve(count);  // the views stay where they are
-  texts.resize(count);
-  // Numbers first, each in eight bytes, so that all are aligned.
-  std::size_t numbers = 0;
-  std::size_t bytes = 0;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (typeOf(data.fields[i], types[i]) != GDbFieldString) {
-      ++numbers;
-    } else if (prepareText(i, &texts[i])) {
-      bytes += texts[i].size() + 1;
-    } else {
-      return nullptr;
-    }
-  }
-  constexpr std::size_t numberSize = sizeof(double);
-  constexpr std::size_t headSize = (sizeof(GDbRecord) + numberSize - 1) / numberSize * numberSize;
-  char* block = static_cast<char*>(::operator new(
-      headSize + numbers * numberSize + count * (sizeof(void*) + sizeof(GDbFieldType)) + bytes));
-  char* number = block + headSize;
-  auto** values = reinterpret_cast<void**>(number + numbers * numberSize);
-  auto* recordTypes = reinterpret_cast<GDbFieldType*>(values + count);
-  char* text = reinterpret_cast<char*>(recordTypes + count);
-  for (std::size_t i = 0; i < count; ++i) {
-    recordTypes[i] = typeOf(data.fields[i], types[i]);
-    if (recordTypes[i] != GDbFieldString) {
-      values[i] = number;
-      putNumber(i, recordTypes[i], number);
-      number += numberSize;
-      continue;
-    }
-    values[i] = text;
-    // Within a text, a zero byte would end it.
-    text = std::replace_copy(texts[i].begin(), texts[i].end(), text, '\0', ' ');
-    *text++ = '\0';
-  }
-  return new (block) GDbRecord(true, static_cast<int>(count), recordTypes, values);
+// Copies a text with its end; within it, a zero byte would end it.
+char* putText(std::string_view text, char* out) {
+  out = std::replace_copy(text.begin(), text.end(), out, '\0', ' ');
+  *out++ = '\0';
+  return out;
 }
 
 }  // namespace
+
+XBaseRecordMaker::XBaseRecordMaker(const xbase::DataFile& data,
+                                   const std::vector<GDbFieldType>& wanted)
+    : types(wanted), texts(wanted.size()) {
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    // A logical field is an integer, whichever kind is asked for.
+    if (data.fields[i].type == 'L') types[i] = GDbFieldInt;
+    if (types[i] == GDbFieldNone) types[i] = naturalType(data.fields[i]);
+    if (types[i] != GDbFieldString) ++numberCount;
+  }
+}
+
+bool XBaseRecordMaker::prepareText(xbase::DataFile& data, std::size_t field,
+                                   HulTextCodec* decoder) {
+  std::string text;
+  if (data.fields[field].type == 'M') {
+    text = readMemo(data, field);
+  } else {
+    const std::string_view raw = withoutBlanks(xbase::fieldText(data, field));
+    if (decoder == nullptr) {
+      texts[field] = raw;
+      return true;
+    }
+    const std::size_t room = raw.size() * widestCharacter;
+    if (convertText(decoder, raw, room, &text) != Conversion::done) return false;
+  }
+  if (converted.capacity() == 0) converted.reserve(types.size());  // so that the views hold
+  converted.push_back(std::move(text));
+  texts[field] = converted.back();
+  return true;
+}
+
+bool XBaseRecordMaker::prepareTexts(xbase::DataFile& data, HulTextCodec* decoder,
+                                    std::size_t* bytes) {
+  converted.clear();
+  *bytes = 0;
+  for (std::size_t i = 0; i < types.size(); ++i) {
+    if (types[i] != GDbFieldString) continue;
+    if (!prepareText(data, i, decoder)) return false;
+    *bytes += texts[i].size() + 1;
+  }
+  return true;
+}
+
+GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, HulTextCodec* decoder) {
+  std::size_t textBytes = 0;
+  if (!prepareTexts(data, decoder, &textBytes)) return nullptr;
+  // Numbers stand first, in eight bytes each, so that all are aligned.
+  const std::size_t count = types.size();
+  const std::size_t numberBytes = numberCount * numberSize;
+  const std::size_t arrayBytes = count * (sizeof(void*) + sizeof(GDbFieldType));
+  char* block = static_cast<char*>(::operator new(headSize + numberBytes + arrayBytes + textBytes));
+  char* number = block + headSize;
+  auto** values = reinterpret_cast<void**>(number + numberBytes);
+  auto* recordTypes = reinterpret_cast<GDbFieldType*>(values + count);
+  char* text = reinterpret_cast<char*>(recordTypes + count);
+  for (std::size_t i = 0; i < count; ++i) {
+    recordTypes[i] = types[i];
+    if (types[i] == GDbFieldString) {
+      values[i] = text;
+      text = putText(texts[i], text);
+      continue;
+    }
+    values[i] = number;
+    if (data.fields[i].type == 'L') {
+      putLogical(data, i, number);
+    } else {
+      putNumber(data, i, types[i], number);
+    }
+    number += numberSize;
+  }
+  return new (block) GDbRecord(true, static_cast<int>(count), recordTypes, values);
+}
 
 GDbFieldType naturalType(const xbase::Field& field) {
   switch (field.type) {
@@ -165,11 +165,6 @@ GDbFieldType naturalType(const xbase::Field& field) {
     default:
       return GDbFieldString;
   }
-}
-
-GDbRecord* makeRecord(xbase::DataFile& data, const std::vector<GDbFieldType>& types,
-                      HulTextCodec* decoder) {
-  return RecordMaker(data, types, decoder).make();
 }
 
 }  // namespace loomkit

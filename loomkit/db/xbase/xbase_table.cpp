@@ -147,7 +147,10 @@ void assignField(xbase::DataFile& file, std::size_t field, const GDbRecord& reco
 
 GDbXBaseTable::GDbXBaseTable(GDbXBase* owner, const std::string& tableName, GDbXBaseData* shared,
                              const std::vector<GDbFieldType>& types)
-    : GDbTable(owner, tableName), data(shared), fieldTypes(types), recordNumber(unknownRecord) {
+    : GDbTable(owner, tableName),
+      data(shared),
+      maker(std::make_unique<loomkit::XBaseRecordMaker>(shared->getFile(), types)),
+      recordNumber(unknownRecord) {
   data->addRef();
 }
 
@@ -183,8 +186,7 @@ GDbStatus GDbXBaseTable::getStructure(GDbStructure** result) {
 }
 
 GDbStatus GDbXBaseTable::appendRecord(GDbRecordSet* result) {
-  GDbRecord* record =
-      loomkit::makeRecord(data->getFile(), fieldTypes, data->getDirectory()->getDecoder());
+  GDbRecord* record = maker->make(data->getFile(), data->getDirectory()->getDecoder());
   // A text that cannot be converted costs its record, and nothing else.
   if (record != nullptr) result->addRecord(record);
   return GDbNoError;
