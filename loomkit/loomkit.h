@@ -94,5 +94,6 @@
 #include "loomkit/text/template.h"
 #include "loomkit/text/uri.h"
 #include "loomkit/version.h"
+#include "loomkit/xbase/xbase.h"
 
 #endif  // LOOMKIT_LOOMKIT_H
