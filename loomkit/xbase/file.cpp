@@ -11,6 +11,9 @@
 namespace loomkit::xbase {
 namespace {
 
+/// The number of a cache's block that holds none of the file's.
+constexpr std::uint64_t noBlock = ~std::uint64_t{0};
+
 constexpr char readOnlyWrite[] = "Attempt to write to a read-only file";
 constexpr char readOnlyLength[] = "Attempt to change file length of a read-only file";
 
@@ -151,18 +154,35 @@ std::size_t File::missingRun(std::uint64_t first, std::size_t atMost) const {
   return count;
 }
 
+int File::readBlock(std::uint64_t number) {
+  Block* block = nullptr;
+  const int result = obtain(number, &block);
+  if (result < 0) return result;
+  const std::size_t blockSize = engine->cacheBlockSize;
+  std::size_t got = 0;
+  if (!platform::readAt(handle, number * blockSize, block->bytes.get(), blockSize, &got)) {
+    // The slot stays, under a number that no file reaches.
+    slots.erase(number);
+    block->number = noBlock;
+    return failed(errorReading);
+  }
+  // Blocks of a gap that was never written, and a file that others cut.
+  std::memset(block->bytes.get() + got, 0, blockSize - got);
+  return ok;
+}
+
 int File::readBlocks(std::uint64_t first, std::size_t count) {
+  if (count == 1) return readBlock(first);
   const std::size_t blockSize = engine->cacheBlockSize;
   if (transfer.size() < count * blockSize) transfer.resize(count * blockSize);
   std::size_t got = 0;
   if (!platform::readAt(handle, first * blockSize, transfer.data(), count * blockSize, &got))
     return failed(errorReading);
-  // Blocks of a gap that was never written, and a file that others cut.
   std::memset(transfer.data() + got, 0, count * blockSize - got);
-  // The first comes last, so that making room for the others cannot drop it.
   std::vector<char> bytes;
   bytes.swap(transfer);  // making room may write, and needs the buffer
   int result = ok;
+  // The first comes last, so that making room for the others cannot drop it.
   for (std::size_t i = count; i-- > 0 && result == ok;) {
     Block* block = nullptr;
     result = obtain(first + i, &block);

@@ -80,6 +80,7 @@ class File {
   int fetch(std::uint64_t number, Block** block);
   int obtain(std::uint64_t number, Block** block);
   int makeRoom(std::size_t* slot);
+  int readBlock(std::uint64_t number);
   int readBlocks(std::uint64_t first, std::size_t count);
   std::size_t missingRun(std::uint64_t first, std::size_t atMost) const;
   int writeRun(const std::vector<Block*>& run);

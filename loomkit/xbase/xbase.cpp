@@ -31,11 +31,12 @@ std::string messageOf(int code) {
   return message;
 }
 
+constexpr bool isBlank(char c) { return c == ' ' || c == '\0'; }
+
 std::string trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(std::string_view(" \0", 2));
-  if (first == std::string_view::npos) return {};
-  return std::string(
-      text.substr(first, text.find_last_not_of(std::string_view(" \0", 2)) + 1 - first));
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+  return std::string(text);
 }
 
 std::string shortest(double value) {

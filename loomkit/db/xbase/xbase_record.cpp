@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "loomkit/db/xbase/xbase_directory.h"
+#include "loomkit/text/char_class.h"
 #include "loomkit/text/number.h"
 #include "loomkit/text/number32.h"
 #include "loomkit/text/output.h"
@@ -18,18 +19,46 @@
 namespace loomkit {
 namespace {
 
-// A number's text, NUL-terminated for the readers; zero bytes are blanks.
+constexpr bool isBlank(char c) { return c == ' ' || c == '\0'; }
+
+std::string_view withoutBlanks(std::string_view text) {
+  while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
+// Copies a text; a zero byte within it would end it, and becomes a blank.
+void copyText(std::string_view text, char* out) {
+  if (text.empty()) return;
+  std::memcpy(out, text.data(), text.size());
+  if (std::memchr(out, '\0', text.size()) != nullptr)
+    std::replace(out, out + text.size(), '\0', ' ');
+}
+
+// A number's text, NUL-terminated for the readers.
 constexpr std::size_t longestNumberText = 256;
 
 const char* terminated(std::string_view text, char (&buffer)[longestNumberText]) {
   const std::size_t size = std::min(text.size(), longestNumberText - 1);
-  std::replace_copy(text.begin(), text.begin() + static_cast<long>(size), buffer, '\0', ' ');
+  copyText(text.substr(0, size), buffer);
   buffer[size] = '\0';
   return buffer;
 }
 
-std::string_view withoutBlanks(std::string_view text) {
-  return text.substr(0, text.find_last_not_of(std::string_view(" \0", 2)) + 1);
+// Reads what most fields hold, blanks and a number of few digits, as the readers
+// of the C library do. False for all else.
+bool readShortInteger(std::string_view text, std::int32_t* value) {
+  constexpr std::size_t mostDigits = 9;
+  const char* at = text.data();
+  const char* end = at + text.size();
+  while (at != end && isBlank(*at)) ++at;
+  const bool negative = at != end && *at == '-';
+  if (negative) ++at;
+  if (at == end || static_cast<std::size_t>(end - at) > mostDigits) return false;
+  std::int32_t number = 0;
+  for (; at != end && isAsciiDigit(*at); ++at) number = number * 10 + (*at - '0');
+  if (at != end) return false;
+  *value = negative ? -number : number;
+  return true;
 }
 
 // A memo that cannot be read is an empty one here, so that the record with its
@@ -59,23 +88,26 @@ void putLogical(const xbase::DataFile& data, std::size_t field, void* out) {
 }
 
 void putNumber(const xbase::DataFile& data, std::size_t field, GDbFieldType type, void* out) {
+  const std::string_view bytes = xbase::fieldText(data, field);
   char buffer[longestNumberText];
-  const char* text = terminated(xbase::fieldText(data, field), buffer);
   constexpr int base = 10;
+  std::int32_t number = 0;
   if (type == GDbFieldFloat) {
-    new (out) double(gParseCDouble(text, static_cast<const char**>(nullptr)));
+    new (out) double(gParseCDouble(terminated(bytes, buffer), static_cast<const char**>(nullptr)));
+  } else if (readShortInteger(bytes, &number)) {
+    // The same bits for both kinds: a sign negates an unsigned number too.
+    new (out) std::int32_t(number);
   } else if (type == GDbFieldUInt) {
-    new (out) std::uint32_t(parseUnsignedLong32(text, nullptr, base));
+    new (out) std::uint32_t(parseUnsignedLong32(terminated(bytes, buffer), nullptr, base));
   } else {
-    new (out) std::int32_t(parseLong32(text, nullptr, base));
+    new (out) std::int32_t(parseLong32(terminated(bytes, buffer), nullptr, base));
   }
 }
 
-// Copies a text with its end; within it, a zero byte would end it.
 char* putText(std::string_view text, char* out) {
-  out = std::replace_copy(text.begin(), text.end(), out, '\0', ' ');
-  *out++ = '\0';
-  return out;
+  copyText(text, out);
+  out[text.size()] = '\0';
+  return out + text.size() + 1;
 }
 
 }  // namespace
