@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 // GDbDatabase: a database of any type, opened by its locator.
 //
-//   GDbDatabase* database = nullptr;
-//   if (GDbDatabase::openDatabase("sqlite3:/data/parts.db", &database) == GDbNoError) {
-//     GDbTable* table = nullptr;
-//     database->openTable("parts", nullptr, &table);
-//     ...
-//     delete table;      // tables go before their database
-//     delete database;
-//   }
+//   loomkit::Database database = loomkit::open("sqlite3:/data/parts.db");
+//   loomkit::Table table = database.openTable("parts");
+//   if (table) ...
+//
+// These two (open.h) close what they hold in the right order. Underneath are
+// GDbDatabase::openDatabase() and openTable(), whose results the caller deletes,
+// tables before their database.
 //
 // A locator is a type id, a colon and the backend's part, by convention a path
 // with URI escapes, and behind a "?" options separated by ";". docs/databases.md

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Owners of records and of the memory that records are made of. Private to the
-// library.
+// Extension: owners of records and of the memory that records are made of.
+//
+//   loomkit::RecordOwner record(rows.releaseRecord(0));
 #ifndef LOOMKIT_DB_RECORD_OWNER_H
 #define LOOMKIT_DB_RECORD_OWNER_H
 
@@ -11,12 +12,14 @@
 
 namespace loomkit {
 
+/// Releases a record as it wants to be released.
 struct RecordDelete {
   void operator()(GDbRecord* record) const { record->deleteRecord(); }
 };
 /// Owns a record until a record set or a caller takes it.
 using RecordOwner = std::unique_ptr<GDbRecord, RecordDelete>;
 
+/// Gives a block back to operator delete.
 struct BlockDelete {
   void operator()(void* block) const { ::operator delete(block); }
 };

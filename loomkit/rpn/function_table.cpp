@@ -1,23 +1,51 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/rpn/function_table.h"
 
+#include <algorithm>
 #include <string_view>
 
 #include "loomkit/rpn/creator_ref.h"
 
 namespace loomkit::rpn {
-namespace {
 
-bool refuse(unsigned index, const char* type, GRpnErrMsg* err) {
+bool refuse(unsigned index, const std::string& type, GRpnErrMsg* err) {
   err->append("stack[" + std::to_string(index) + "] is not a " + type);
   return false;
 }
 
-}  // namespace
+bool popOperands(GRpnEval* eval, GRpnValue* values, std::size_t count, std::size_t required,
+                 std::size_t* given, GRpnErrMsg* err) {
+  GRpnErrMsg ignored;  // that an optional operand is missing is no failure
+  std::size_t popped = 0;
+  while (popped < count) {
+    const bool needed = popped < required;
+    if (!eval->pop(&values[count - 1 - popped], needed ? err : &ignored)) {
+      if (needed) return false;
+      break;
+    }
+    ++popped;
+  }
+  std::rotate(values, values + (count - popped), values + count);
+  *given = popped;
+  return true;
+}
 
 bool operand(const GRpnValue& value, unsigned index, double* result, GRpnErrMsg* err) {
   if (value.getType() != GRpnValue::Number) return refuse(index, "number", err);
   *result = value.getNumber();
+  return true;
+}
+
+bool operand(const GRpnValue& value, unsigned index, bool* result, GRpnErrMsg* err) {
+  if (value.getType() != GRpnValue::Number) return refuse(index, "number", err);
+  const double number = value.getNumber();
+  *result = number < 0 || number > 0;
+  return true;
+}
+
+bool operand(const GRpnValue& value, unsigned index, std::string_view* result, GRpnErrMsg* err) {
+  if (value.getType() != GRpnValue::String) return refuse(index, "string", err);
+  *result = *value.getString();
   return true;
 }
 
@@ -41,8 +69,8 @@ bool operand(const GRpnValue& value, unsigned index, std::vector<GRpnValue>* res
 
 GRpnValue result(double number) { return {number}; }
 
-GRpnValue result(const std::string& text) {
-  const CreatorRef<GRpnString> string(new GRpnString(text, false));
+GRpnValue result(std::string_view text) {
+  const CreatorRef<GRpnString> string(new GRpnString(std::string(text), false));
   return {string.get()};
 }
 

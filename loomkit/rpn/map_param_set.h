@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Extension: GRpnMapParamSet, a ready-made parameter set over a map.
 //
-//   GRpnMapParamSet* params = new GRpnMapParamSet;
+//   auto params = loomkit::make<GRpnMapParamSet>();
 //   params->set("width", 12.5);
 //   params->set("unit", "mm");
 //   eval.setParamSet(params);
-//   params->decRef();             // the evaluator keeps its own reference
 //   eval.evalFloat("$width 2 *", &result);
 #ifndef LOOMKIT_RPN_MAP_PARAM_SET_H
 #define LOOMKIT_RPN_MAP_PARAM_SET_H
@@ -17,6 +16,7 @@
 
 #include "loomkit/platform/export.h"
 #include "loomkit/rpn/param_set.h"
+#include "loomkit/rpn/ref.h"
 
 /// Parameters with values that the host sets by name, as in the example above. An
 /// expression that asks for a name that is not there fails with "unknown

@@ -2,9 +2,8 @@
 // GRpnValue, the tagged value of the expression engine, and the two counted
 // heap objects that it can hold, GRpnString and GRpnVector.
 //
-//   GRpnString* text = new GRpnString("abc", false);  // one reference, ours
-//   GRpnValue value(text);                            // takes its own
-//   text->decRef();                                   // ours goes
+//   auto text = loomkit::make<GRpnString>("abc", false);  // ref.h: one reference, ours
+//   GRpnValue value(text);                                // takes its own
 //
 // Reference counts and pools are not locked: all values and evaluators of a
 // process are used from one thread at a time.
@@ -187,10 +186,9 @@ class LOOMKIT_API GRpnValue {
 /// A vector on the stack of an evaluator: a std::vector of values that counts its
 /// references.
 ///
-///     GRpnVector* vector = new GRpnVector;     // one reference, ours
+///     auto vector = loomkit::make<GRpnVector>();   // one reference, ours (ref.h)
 ///     vector->push_back(1.5);
-///     eval.push(vector);                       // the stack takes its own
-///     vector->decRef();                        // ours goes
+///     eval.push(vector.get());                     // the stack takes its own
 ///
 /// Ownership, the pool and sharing are as for GRpnString. Elements may be vectors
 /// themselves; a vector that is nested to any depth ends without recursion. A

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <optional>
 
 #include "loomkit/rpn/function_table.h"
@@ -16,14 +17,12 @@ namespace {
 using loomkit::testing::Evaluator;
 
 struct Host : Evaluator {
-  Host() : params(new GRpnMapParamSet), functions(new GRpnFunctionTable) {
+  Host() {
     eval.setParamSet(params);
     eval.setExternFuncs(functions);
-    params->decRef();
-    functions->decRef();
   }
-  GRpnMapParamSet* params;
-  GRpnFunctionTable* functions;
+  loomkit::Ref<GRpnMapParamSet> params = loomkit::make<GRpnMapParamSet>();
+  loomkit::Ref<GRpnFunctionTable> functions = loomkit::make<GRpnFunctionTable>();
 };
 
 TEST(RpnMapParamSet, KeepsNumbersTextsAndValues) {
@@ -97,6 +96,100 @@ TEST(RpnFunctionTable, OperandsThatDoNotFitAreRefusedBeforeTheCall) {
   EXPECT_EQ(calls, 0);
   EXPECT_EQ(host.run("1 @b f"), "");
   EXPECT_EQ(calls, 1);
+}
+
+TEST(RpnFunctionTable, IntegersAreWholeNumbersWithinTheirRange) {
+  Host host;
+  host.functions->add("int", [](int n) { return n; });
+  host.functions->add("unsigned", [](unsigned n) { return n; });
+  host.functions->add("short", [](short n) { return n; });
+  host.functions->add("int64", [](std::int64_t n) { return n; });
+  host.functions->add("uint64", [](const std::uint64_t& n) { return n; });
+  host.functions->add("single", [](float x) { return x; });
+  const struct {
+    const char* expression;
+    const char* result;
+  } rows[] = {
+      {"-2147483648 int 2147483647 int", "-2147483648 2147483647"},
+      {"-0 int 7.0 unsigned", "0 7"},
+      {"4294967295 unsigned", "4294967295"},
+      {"32767 short", "32767"},
+      {"-9223372036854775808 int64", "-9.2233720368547758e+18"},
+      {"18446744073709549568 uint64", "1.844674407370955e+19"},
+      {"0.5 single", "0.5"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(host.run(row.expression), row.result) << row.expression;
+  const struct {
+    const char* expression;
+    const char* range;
+  } refused[] = {
+      {"2147483648 int", "-2147483648 to 2147483647"},
+      {"-2147483649 int", "-2147483648 to 2147483647"},
+      {"1.5 int", "-2147483648 to 2147483647"},
+      {"-1 unsigned", "0 to 4294967295"},
+      {"4294967296 unsigned", "0 to 4294967295"},
+      {"32768 short", "-32768 to 32767"},
+      {"9223372036854775808 int64", "-9223372036854775808 to 9223372036854775807"},
+      {"18446744073709551616 uint64", "0 to 18446744073709551615"},
+  };
+  for (const auto& row : refused) {
+    EXPECT_EQ(host.run(row.expression),
+              std::string("rpn error: stack[0] is not a whole number from ") + row.range + ":\n" +
+                  row.expression + " >!< ");
+  }
+  const double nan = std::nan("");
+  host.params->set("nan", nan);
+  EXPECT_EQ(host.run("$nan int"),
+            "rpn error: stack[0] is not a whole number from -2147483648 to "
+            "2147483647:\n$nan int >!< ");
+  EXPECT_EQ(host.run("@a int"), "rpn error: stack[0] is not a number:\n@a int >!< ");
+}
+
+TEST(RpnFunctionTable, BoolsAreNumbersThatAreNotZero) {
+  Host host;
+  host.functions->add("not", [](bool b) { return !b; });
+  host.params->set("nan", std::nan(""));
+  EXPECT_EQ(host.run("0 not 2 not -0.1 not $nan not"), "1 0 0 1");
+  EXPECT_EQ(host.run("@a not"), "rpn error: stack[0] is not a number:\n@a not >!< ");
+}
+
+TEST(RpnFunctionTable, TextsAreViewedWithoutACopy) {
+  Host host;
+  host.functions->add("left", [](std::string_view text, unsigned n) { return text.substr(0, n); });
+  host.functions->add("greet",
+                      [](const std::string_view& name) { return "hello " + std::string(name); });
+  host.functions->add("literal", [] { return "literal"; });
+  EXPECT_EQ(host.run("\"abcdef\" 3 left"), "\"abc\"");
+  EXPECT_EQ(host.run("\"you\" greet literal"), "\"hello you\" \"literal\"");
+  EXPECT_EQ(host.run("1 greet"), "rpn error: stack[0] is not a string:\n1 greet >!< ");
+}
+
+TEST(RpnFunctionTable, OptionalOperandsMayBeMissing) {
+  Host host;
+  host.functions->add("f",
+                      [](double x, std::optional<int> y, const std::optional<std::string_view>& z) {
+                        return std::to_string(static_cast<int>(x)) + "," +
+                               (y ? std::to_string(*y) : "-") + "," + (z ? std::string(*z) : "-");
+                      });
+  host.functions->add("g", [](std::optional<double> x, GRpnErrMsg*) { return x.has_value(); });
+  EXPECT_EQ(host.run("1 2 @c f"), "\"1,2,c\"");
+  EXPECT_EQ(host.run("1 2 f"), "\"1,2,-\"");
+  EXPECT_EQ(host.run("1 f"), "\"1,-,-\"");
+  EXPECT_EQ(host.run("1 NULL NULL f"), "\"1,-,-\"");
+  EXPECT_EQ(host.run("f"), "rpn error: stack underflow:\nf >!< ");
+  EXPECT_EQ(host.run("1 @b f"), "rpn error: stack[0] is not a number:\n1 @b f >!< ");
+  EXPECT_EQ(host.run("@a 2 f"), "rpn error: stack[1] is not a number:\n@a 2 f >!< ");
+  EXPECT_EQ(host.run("1 2 3 f"), "rpn error: stack[0] is not a string:\n1 2 3 f >!< ");
+  EXPECT_EQ(host.run("g 1 g"), "0 1");
+}
+
+double twice(double x) noexcept { return 2 * x; }
+
+TEST(RpnFunctionTable, FunctionsThatThrowNothingFitToo) {
+  Host host;
+  host.functions->add("twice", twice);
+  host.functions->add("half", [](double x) noexcept { return x / 2; });
+  EXPECT_EQ(host.run("4 twice half"), "4");
 }
 
 TEST(RpnFunctionTable, AFunctionCanFailWithAReason) {
