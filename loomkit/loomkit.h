@@ -58,6 +58,8 @@
 #include "loomkit/object/sequence_objects.h"
 #include "loomkit/object/value_objects.h"
 #include "loomkit/platform/export.h"
+#include "loomkit/rows/record_params.h"
+#include "loomkit/rows/row_filter.h"
 #include "loomkit/rpn/err_msg.h"
 #include "loomkit/rpn/eval.h"
 #include "loomkit/rpn/extern_funcs.h"

@@ -8,7 +8,10 @@
 
 #include <cmath>
 #include <cstdio>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -18,7 +21,7 @@ namespace {
 // another table.
 class Statistics : public GRpnExternFuncs {
  public:
-  explicit Statistics(GRpnExternFuncs* otherWords) : others(otherWords->incRef()) {}
+  explicit Statistics(loomkit::Ref<GRpnExternFuncs> otherWords) : others(std::move(otherWords)) {}
 
   bool call(const char* name, unsigned length, GRpnEval* eval, GRpnErrMsg* err) override {
     const std::string word(name, length);
@@ -26,9 +29,6 @@ class Statistics : public GRpnExternFuncs {
     if (word == "average") return average(eval, err);
     return others->call(name, length, eval, err);
   }
-
- protected:
-  ~Statistics() override { others->decRef(); }
 
  private:
   static bool add(const std::vector<GRpnValue>& values, double* total, GRpnErrMsg* err) {
@@ -73,7 +73,7 @@ class Statistics : public GRpnExternFuncs {
     return true;
   }
 
-  GRpnExternFuncs* others;
+  loomkit::Ref<GRpnExternFuncs> others;
 };
 
 void show(GRpnEval* eval, const char* expr) {
@@ -86,24 +86,23 @@ void show(GRpnEval* eval, const char* expr) {
 }  // namespace
 
 int main() {
-  GRpnFunctionTable* table = new GRpnFunctionTable;
+  const auto table = loomkit::make<GRpnFunctionTable>();
   table->add("hypot", [](double x, double y) { return std::hypot(x, y); });
-  table->add("repeat", [](const std::string& text, double times) {
+  table->add("repeat", [](std::string_view text, std::optional<unsigned> times) {
     std::string result;
-    for (int i = 0; i < times && i < 1000; ++i) result += text;
+    for (unsigned i = 0; i < times.value_or(2) && i < 1000; ++i) result += text;
     return result;
   });
   // An expression can be a word, too: a local function with two arguments.
   table->addExpression("area", "2 argc $0 $1 *");
 
-  Statistics* words = new Statistics(table);
-  table->decRef();
   GRpnEval eval;
-  eval.setExternFuncs(words);
-  words->decRef();
+  eval.setExternFuncs(loomkit::make<Statistics>(table));
 
   show(&eval, "3 4 hypot");
   show(&eval, "\"ab\" 3 repeat size");
+  show(&eval, "\"ab\" repeat size");
+  show(&eval, "\"ab\" -1 repeat size");
   show(&eval, "3 4 area 2 *");
   show(&eval, "1 2 3 4 4 sum");
   show(&eval, "1 2 3 4 4 ] average");

@@ -34,9 +34,7 @@ class PartParams : public GRpnParamSet {
     } else if (wanted == "depth") {
       value->setNumber(part.depth);
     } else if (wanted == "material") {
-      GRpnString* text = new GRpnString(part.material, false);
-      value->setString(text);  // takes a reference ...
-      text->decRef();          // ... so that ours can go
+      value->setString(loomkit::make<GRpnString>(part.material, false));
     } else {
       err->append("a part has no ");
       err->append(wanted);
@@ -65,7 +63,7 @@ void show(GRpnEval* eval, const char* expr) {
 int main() {
   GRpnEval eval;
 
-  GRpnMapParamSet* prices = new GRpnMapParamSet;
+  const auto prices = loomkit::make<GRpnMapParamSet>();
   eval.setParamSet(prices);
   prices->set("net", 100.0);
   prices->set("currency", "EUR");
@@ -73,12 +71,9 @@ int main() {
   prices->set("rate", 0.07);
   show(&eval, "$net ${rate:-0.19} 1 + *");
   show(&eval, "$net string \" \" + $currency +");
-  prices->decRef();
 
   const Part plate = {"oak", 40, 2.5, 30};
-  PartParams* params = new PartParams(plate);
-  eval.setParamSet(params);
-  params->decRef();
+  eval.setParamSet(loomkit::make<PartParams>(plate));
   show(&eval, "$width $height * $depth *");
   show(&eval, "$material \" board\" +");
   eval.setExprName("plate");

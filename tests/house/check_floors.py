@@ -22,6 +22,7 @@ FLOORS = {
     "archive/material": TEXT | {"streams", "archive/zip"},
     "config": TEXT | {"streams"},
     "db": TEXT,
+    "rows": TEXT | {"rpn", "db"},
     "db/sql": TEXT | {"db"},
     "db/sqlite": TEXT | {"streams", "db", "db/sql"},
     "db/postgresql": TEXT | {"db", "db/sql"},
