@@ -58,6 +58,7 @@
 #include "loomkit/object/sequence_objects.h"
 #include "loomkit/object/value_objects.h"
 #include "loomkit/platform/export.h"
+#include "loomkit/platform/surprise.h"
 #include "loomkit/rows/record_params.h"
 #include "loomkit/rows/row_filter.h"
 #include "loomkit/rpn/err_msg.h"

@@ -100,6 +100,14 @@ bool GDirectory::create(bool quiet) {
   return false;
 }
 
+bool GDirectory::ensure(bool quiet) {
+  if (platform::makeDirectory(name)) return true;
+  const std::string reason = errnoText();  // before exists() asks the system
+  if (exists()) return true;
+  if (!quiet) report("cannot create directory " + name + " (" + reason + ")");
+  return false;
+}
+
 bool GDirectory::removeListedFiles(bool quiet) {
   bool removed = true;
   for (const char* entry = first(false); entry != nullptr; entry = next(false)) {

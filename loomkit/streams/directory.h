@@ -13,6 +13,7 @@
 #include <string>
 
 #include "loomkit/platform/export.h"
+#include "loomkit/platform/surprise.h"
 
 namespace loomkit::platform {
 class FileSearch;
@@ -69,7 +70,13 @@ class LOOMKIT_API GDirectory {
   /// made anew: callers rely on getting a clean directory. What remove(true,
   /// false) cannot remove makes it fail.
   /// Error: "cannot create directory NAME (REASON)".
+  LOOMKIT_SURPRISING("deletes the files of a directory that is there already; ensure() keeps them")
   bool create(bool quiet);
+
+  /// Extension: makes the directory unless it is there already; nothing in it is
+  /// touched. False when it cannot be made, or when something else has that name.
+  /// Error: "cannot create directory NAME (REASON)".
+  bool ensure(bool quiet);
 
   /// Removes the directory, and with `removeFiles` the files in it before. It does not
   /// go into directories, and leaves files whose names begin with a dot; with any of

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "loomkit/platform/export.h"
+#include "loomkit/platform/surprise.h"
 
 /// Runs one program. Failures are false or -1, and the reason goes through
 /// systemError(). One thread at a time uses an object; reading both output
@@ -53,6 +54,7 @@ class LOOMKIT_API GProcess {
   /// inner block, which nothing fills, into `buffer`. Hosts rely on its being so;
   /// sendStdIn() sends the caller's data. The flag, here and below, has no effect. The
   /// result is the number of bytes, or -1 for a stream that is not in use.
+  LOOMKIT_SURPRISING("sends zero bytes and clears the buffer; sendStdIn() sends the data")
   int writeStdIn(char* buffer, unsigned int size, bool flag);
 
   /// Reads exactly `size` bytes of the child's standard output, waiting for them. A

@@ -47,5 +47,20 @@ refused '[] { return Other(); }' 'returns what cannot be pushed'
 refused '[](auto x) { return x; }' 'a lambda with auto parameters does not tell its operands'
 refused '1' 'takes a function or an object with one operator()'
 
+# Calls that do not do what their names say: a warning that names another call, and
+# none for a host that has switched it off.
+surprises() {
+  local host="#include <loomkit/$1>
+$2"
+  if compile "$host"; then
+    fail "this should be warned of:"
+  elif ! grep -q "deprecated.*$3\|$3.*deprecated" "$work/log"; then
+    fail "the warning should name $3:"
+  fi
+  compile "$host" -DLOOMKIT_NO_SURPRISE_WARNINGS || fail "this should compile when it is meant:"
+}
+surprises streams/directory.h 'bool host() { return GDirectory("x").create(true); }' 'ensure()'
+surprises system/process.h 'int host(GProcess* p, char* b) { return p->writeStdIn(b, 1, true); }' 'sendStdIn()'
+
 [ "$problems" = 0 ] && echo "refusals: done"
 exit "$problems"

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#define LOOMKIT_NO_SURPRISE_WARNINGS  // the surprises are what is tested here
 #include "loomkit/streams/directory.h"
 
 #include <cstdlib>
@@ -157,6 +158,31 @@ TEST(Directory, CreateGivesAnEmptyDirectory) {
   EXPECT_TRUE(directory.create(false));
   EXPECT_EQ(directory.first(false), nullptr);
   EXPECT_THAT(output.lines, IsEmpty());
+}
+
+TEST(Directory, EnsureTouchesNothingThatIsThere) {
+  const ScratchDirectory folder;
+  const CaptureOutput output;
+  GDirectory directory(folder / "d");
+  EXPECT_TRUE(directory.ensure(false));
+  folder.write("d/file", "content");
+  EXPECT_TRUE(directory.ensure(false));
+  EXPECT_EQ(folder.read("d/file"), "content");
+  EXPECT_THAT(output.lines, IsEmpty());
+}
+
+TEST(Directory, EnsureFailsBelowNothingAndOverAFile) {
+  const ScratchDirectory folder;
+  const CaptureOutput output;
+  folder.write("file");
+  EXPECT_FALSE(GDirectory(folder / "file").ensure(true));
+  EXPECT_THAT(output.lines, IsEmpty());
+  EXPECT_FALSE(GDirectory(folder / "file").ensure(false));
+  EXPECT_FALSE(GDirectory(folder / "no/d").ensure(false));
+  EXPECT_THAT(output.texts(),
+              ElementsAre("cannot create directory " + folder.path() + "/file (File exists)",
+                          "cannot create directory " + folder.path() +
+                              "/no/d (No such file or directory)"));
 }
 
 TEST(Directory, CreateOverASubdirectoryFails) {
