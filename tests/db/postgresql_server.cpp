@@ -3,7 +3,6 @@
 
 #include <arpa/inet.h>
 #include <grp.h>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <pwd.h>
 #include <signal.h>
