@@ -167,6 +167,13 @@ Error findBucket(BlockFile* file, const TableInfo& table, const Index& index, st
   return Error::none;
 }
 
+// A row's values lie apart, and each is a miss of the cache: they are better
+// fetched at once than one after the other.
+void prefetchRow(const BlockFile& file, const TableInfo& table, std::uint32_t row) {
+  for (const Column& column : table.columns)
+    file.prefetch(column.values + std::uint64_t{row} * column.width);
+}
+
 Error findByIndex(BlockFile* file, const TableInfo& table, const Index& index, Terms* terms,
                   std::vector<std::uint32_t>* rows) {
   KeyHash hash;
@@ -181,6 +188,7 @@ Error findByIndex(BlockFile* file, const TableInfo& table, const Index& index, T
     error = readEntry(file, table, index, i, &found, &row);
     if (error != Error::none || found > hash.value()) break;
     if (found < hash.value()) continue;
+    prefetchRow(*file, table, row);
     bool match = true;
     for (const Term& term : *terms) {
       error = matches(file, term, row, &match);
