@@ -10,7 +10,9 @@ get_property(store_headers GLOBAL PROPERTY TESSEL_PUBLIC_HEADERS)
 list(APPEND headers ${store_headers})
 list(TRANSFORM headers REPLACE "(.+)" "\"\\1\"")
 list(JOIN headers " \\\n  " LOOMKIT_REFERENCE_INPUT)
-string(PREPEND LOOMKIT_REFERENCE_INPUT "\"${PROJECT_SOURCE_DIR}/docs/reference/main.md\" \\\n  ")
+foreach(page groups.dox main.md)
+  string(PREPEND LOOMKIT_REFERENCE_INPUT "\"${PROJECT_SOURCE_DIR}/docs/reference/${page}\" \\\n  ")
+endforeach()
 configure_file(docs/reference/Doxyfile.in Doxyfile @ONLY)
 add_custom_target(reference
   COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/reference

@@ -26,6 +26,9 @@ template struct Derived<GSystemOutput>;
 template struct Derived<GRpnEval::ErrorHandler>;
 template struct Derived<GRpnParamSet>;
 template struct Derived<GRpnExternFuncs>;
+template struct Derived<GRpnMapParamSet>;
+template struct Derived<GRpnFunctionTable>;
+template struct Derived<GRpnRecordParams>;
 // Streams and files
 template struct Derived<GStreamBuf>;
 template struct Derived<GMemStreamBuf>;
@@ -47,6 +50,7 @@ template struct Derived<GWriteableConfigFile>;
 template struct Derived<GDbDbFactory>;
 template struct Derived<GDbDatabase>;
 template struct Derived<GDbTable>;
+template struct Derived<GDbCatalog>;
 template struct Derived<GSqlDatabase>;
 template struct Derived<GSqlDatabaseImpl>;
 template struct Derived<GSqlQueryData>;
