@@ -34,7 +34,7 @@ int BlockSpace::corrupt() {
               "Corrupt index file");
 }
 
-int BlockSpace::open() {
+int BlockSpace::open(bool torn) {
   endAddress =
       std::min<std::uint64_t>(file->length(), cdx::noBlock) / cdx::blockSize * cdx::blockSize;
   begin();
@@ -43,7 +43,8 @@ int BlockSpace::open() {
   if (result < 0) return result;
   const RecordReader record(first->bytes, cdx::blockSize);
   freeList = record.get(cdx::header::freeList);
-  return record.get(cdx::header::mark) == cdx::header::changing ? corrupt() : ok;
+  const bool changing = record.get(cdx::header::mark) == cdx::header::changing;
+  return changing && !torn ? corrupt() : ok;
 }
 
 int BlockSpace::clear(std::size_t headerBlocks) {

@@ -67,8 +67,9 @@ class BlockSpace {
   BlockSpace& operator=(const BlockSpace&) = delete;
 
   /// Takes over a file that is there. errorNotAnIndex if it is too short, or has
-  /// the mark of a file that was left in the midst of a change.
-  int open();
+  /// the mark of a file that was left in the midst of a change; with `torn`, that
+  /// is passed over, for one who builds the file anew.
+  int open(bool torn = false);
   /// Empties the file, to be filled anew: it begins with `headerBlocks` blocks of
   /// zeros, and counts as changed until the next flush.
   int clear(std::size_t headerBlocks);

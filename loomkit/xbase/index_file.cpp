@@ -81,10 +81,10 @@ int openTags(IndexFile& index, const TagHeader& header) {
   return result == endOfFile ? ok : result;
 }
 
-int openFile(IndexFile& index, const std::string& path) {
+int openFile(IndexFile& index, const std::string& path, bool torn) {
   int result = index.file.open(path);
   if (result != ok) return result;
-  result = index.space.open();
+  result = index.space.open(torn);
   TagHeader header;
   if (result == ok) result = readHeader(index, 0, &header);
   if (result < 0) return result;
@@ -194,20 +194,33 @@ int writeTagHeader(IndexFile& index, std::uint32_t address, const TagHeader& hea
   return ok;
 }
 
-IndexFile* openIndex(DataFile& data, const std::string& name) {
+namespace {
+
+IndexFile* openInState(DataFile& data, const std::string& name, bool torn) {
   Engine& engine = *data.engine;
   if (engine.errorCode < 0) return nullptr;
   try {
     auto index = std::make_shared<IndexFile>(data);
     const std::string path =
         name.empty() ? companionPath(data.file.name(), "CDX") : withExtension(name, "CDX");
-    if (openFile(*index, path) != ok) return nullptr;
+    if (openFile(*index, path, torn) != ok) return nullptr;
+    if (torn && rebuild(*index) != ok) return nullptr;
     data.indexes.push_back(index);
     return index.get();
   } catch (const std::bad_alloc&) {
     fail(engine, errorMemory, engine.report.files, noMemory);
     return nullptr;
   }
+}
+
+}  // namespace
+
+IndexFile* openIndex(DataFile& data, const std::string& name) {
+  return openInState(data, name, false);
+}
+
+IndexFile* mendIndex(DataFile& data, const std::string& name) {
+  return openInState(data, name, true);
 }
 
 int flush(IndexFile& index) {

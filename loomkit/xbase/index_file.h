@@ -70,6 +70,11 @@ struct IndexFile {
 /// that was left in the midst of a change.
 IndexFile* openIndex(DataFile& data, const std::string& name);
 
+/// Extension: the same for a file that may have been left in the midst of a change,
+/// as long as it tells what its tags are; they are built anew. The table is to be
+/// flushed before.
+IndexFile* mendIndex(DataFile& data, const std::string& name);
+
 /// Makes an index file with a tag for each description, over all records of the
 /// table, and adds it to the table's. With an empty path it becomes the table's
 /// production index. A unique tag gets the first of several records with the same

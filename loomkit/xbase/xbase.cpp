@@ -255,6 +255,11 @@ bool GXBaseTable::reindex() {
   if (!isOpen()) return state->refuse("no table is open");
   if (state->data->file.isReadOnly()) return state->refuse("the table is open for reading only");
   int code = xbase::flush(*state->data);
+  const std::string path = xbase::companionPath(state->data->file.name(), "CDX");
+  if (code == xbase::ok && state->data->indexes.empty() && loomkit::platform::examine(path)) {
+    xbase::mendIndex(*state->data, path);
+    return state->finish(state->data->engine->errorCode);
+  }
   for (const auto& index : state->data->indexes) {
     if (code == xbase::ok) code = xbase::rebuild(*index);
     if (code == xbase::ok) code = xbase::flush(*index);

@@ -113,7 +113,9 @@ class LOOMKIT_API GXBaseTable {
   bool check(std::vector<Finding>* findings, std::size_t limit, const Progress& progress);
   /// Removes the records marked deleted, and builds all tags anew.
   bool pack();
-  /// Builds all tags anew.
+  /// Builds all tags anew. An index file that openIndexes() has not opened is opened
+  /// for that, even if it was left in the midst of a change, as long as it tells what
+  /// its tags are.
   bool reindex();
 
   [[nodiscard]] int getErrorCode() const;

@@ -483,6 +483,29 @@ TEST_F(IndexTest, MarksTheFileWhileItIsBeingChanged) {
   EXPECT_EQ(indexBytes(), before) << "nothing that is in the index has changed";
 }
 
+TEST_F(IndexTest, MendsAFileThatWasLeftInTheMidstOfAChange) {
+  TableOwner table = makeTable();
+  ASSERT_NE(createIndex(*table, scratch / "t.cdx", {{"DOWN", "NAME", "AMOUNT>1", false, true}}),
+            nullptr);
+  for (const char* name : {"B", "A", "C"}) ASSERT_EQ(append(*table, name, 5), ok);
+  scratch.write("copy.cdx", indexBytes());
+  ASSERT_EQ(close(*table), ok);
+  table = openDataFile(engine, scratch / "t.dbf");
+  EXPECT_EQ(openIndex(*table, scratch / "copy.cdx"), nullptr);
+  EXPECT_EQ(takeError(), errorNotAnIndex);
+  IndexFile* index = mendIndex(*table, scratch / "copy.cdx");
+  ASSERT_NE(index, nullptr);
+  EXPECT_EQ(walk(*table, findTag(*index, "DOWN")), "C B A");
+  ASSERT_EQ(close(*table), ok);
+  EXPECT_THAT(check("t.dbf", "copy.cdx"), StartsWith("DOWN: 3 keys"));
+  table = openDataFile(engine, scratch / "t.dbf");
+  EXPECT_NE(openIndex(*table, scratch / "copy.cdx"), nullptr);
+  // One that does not tell what its tags are is beyond that.
+  scratch.write("none.cdx", std::string(1024, '\0'));
+  EXPECT_EQ(mendIndex(*table, scratch / "none.cdx"), nullptr);
+  EXPECT_EQ(takeError(), errorNotAnIndex);
+}
+
 TEST_F(IndexTest, CutsKeysAt240Bytes) {
   const TableOwner table = createDataFile(engine, scratch / "t.dbf", {{"WIDE", 'C', 300, 0}});
   ASSERT_NE(table, nullptr);
