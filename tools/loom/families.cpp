@@ -23,6 +23,7 @@ constexpr const Family* list[] = {
     &dbFamily,        //
     &sqlFamily,       //
     &tesselFamily,    //
+    &xbaseFamily,     //
     &aboutFamily,     //
 };
 

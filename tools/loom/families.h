@@ -23,6 +23,7 @@ extern const Family sumFamily;
 extern const Family tesselFamily;
 extern const Family textFamily;
 extern const Family wordsFamily;
+extern const Family xbaseFamily;
 extern const Family zipFamily;
 
 }  // namespace loom
