@@ -35,6 +35,7 @@ struct StartOptions {
   std::string directory;               ///< to run in; empty: this process's
   std::vector<std::string> variables;  ///< "NAME=VALUE", in place of or beside our own
   bool ownGroup = false;               ///< in a process group, which it leads
+  bool inheritAll = false;  ///< with the open handles of this process and the signals it ignores
 };
 
 /// Starts the command line's first argument, looked up along PATH, with these

@@ -38,6 +38,9 @@ struct GProcess::Data {
   ~Data();
 
   bool openPipes(const GProcess& process, PipeEnds* ends);
+  bool startWith(const GProcess& process, int argc, const char** argv, const Settings& settings,
+                 const PipeEnds& ends);
+  void ownOnly(const PipeEnds& ends);
   void endChild();
 };
 
@@ -125,6 +128,31 @@ bool GProcess::Data::openPipes(const GProcess& process, PipeEnds* ends) {
                   &ends->errRead, &stdErrPipe);
 }
 
+bool GProcess::Data::startWith(const GProcess& process, int argc, const char** argv,
+                               const Settings& settings, const PipeEnds& ends) {
+  constexpr int ownStdIn = 0;
+  platform::StartOptions options;
+  options.directory = settings.directory;
+  options.variables = settings.environment;
+  options.ownGroup = settings.ownGroup;
+  options.inheritAll = settings.inheritAll;
+  const std::string line = loomkit::commandLine(process.program, argc, argv);
+  const bool inherits = settings.inheritStdIn && !process.useStdIn;
+  return platform::startProcess(line, inherits ? ownStdIn : ends.in, ends.out, ends.err, options,
+                                &child);
+}
+
+// Closes the child's ends; those of this process close with the object.
+void GProcess::Data::ownOnly(const PipeEnds& ends) {
+  for (const int end : {ends.in, ends.out, ends.err}) {
+    if (end != -1) platform::closeHandle(end);
+  }
+  ownsStdIn = true;
+  for (const int end : {ends.outRead, ends.errRead}) {
+    if (end != -1) ownHandles.push_back(end);
+  }
+}
+
 bool GProcess::run(int argc, const char** argv) {
   const std::string line = loomkit::commandLine(program, argc, argv);
   PipeEnds ends;
@@ -136,21 +164,27 @@ bool GProcess::run(int argc, const char** argv) {
 
 bool GProcess::run(int argc, const char** argv, const std::string& directory,
                    const std::vector<std::string>& environment) {
-  const std::string line = loomkit::commandLine(program, argc, argv);
   PipeEnds ends;
+  Settings settings;
+  settings.directory = directory;
+  settings.environment = environment;
   const bool opened = impl->openPipes(*this, &ends);
-  const bool started = opened && platform::startProcess(line, ends.in, ends.out, ends.err,
-                                                        {directory, environment}, &impl->child);
+  const bool started = opened && impl->startWith(*this, argc, argv, settings, ends);
   if (opened && !started) systemError("Can't create process");
-  for (const int end : {ends.in, ends.out, ends.err}) {
-    if (end != -1) platform::closeHandle(end);
-  }
-  impl->ownsStdIn = true;
-  for (const int end : {ends.outRead, ends.errRead}) {
-    if (end != -1) impl->ownHandles.push_back(end);
-  }
+  impl->ownOnly(ends);
   return started;
 }
+
+bool GProcess::start(int argc, const char** argv, const Settings& settings) {
+  PipeEnds ends;
+  if (settings.inheritAll) return impl->startWith(*this, argc, argv, settings, ends);
+  const bool started =
+      impl->openPipes(*this, &ends) && impl->startWith(*this, argc, argv, settings, ends);
+  impl->ownOnly(ends);
+  return started;
+}
+
+long GProcess::getId() const { return impl->child.id; }
 
 bool GProcess::kill() {
   if (impl->child.id == 0) return false;

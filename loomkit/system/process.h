@@ -73,6 +73,30 @@ class LOOMKIT_API GProcess {
   bool run(int argc, const char** argv, const std::string& directory,
            const std::vector<std::string>& environment);
 
+  /// Extension: how start() is to start the program.
+  struct Settings {
+    std::string directory;                 ///< as of run() above
+    std::vector<std::string> environment;  ///< as of run() above
+    /// The child leads a process group of its own, which the terminal's Ctrl-C
+    /// does not reach. Whoever stops it can then stop all that it has started.
+    bool ownGroup = false;
+    /// A standard input that is not in use is this process's.
+    bool inheritStdIn = false;
+    /// All three streams are this process's, none is in use here, and the child
+    /// gets all other open files, too, and ignores the signals that are ignored
+    /// here: as if it stood in this process's place.
+    bool inheritAll = false;
+  };
+
+  /// Extension: run() as the settings want it. Of a program that cannot be started nothing
+  /// is reported: after a
+  /// failure errno says why, and where that is a path's fault it is the program's.
+  bool start(int argc, const char** argv, const Settings& settings);
+
+  /// Extension: the system's number of the child; 0 when there is none, or when
+  /// its exit code has been seen.
+  [[nodiscard]] long getId() const;
+
   /// Extension: waits for the child's end, at most so many seconds. True once
   /// it has ended, or if there is none; getExitCode() tells how.
   bool waitFor(double seconds);

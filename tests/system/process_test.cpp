@@ -14,6 +14,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <cerrno>
 
 #include "loomkit/platform/process.h"
 #include "loomkit/system/command_line.h"
@@ -278,6 +279,50 @@ TEST(Process, ChildrenInheritTheEnvironment) {
   GProcess child("sh", false, true, false);
   ASSERT_TRUE(runShell(child, "printf $LOOMKIT_PROCESS_TEST"));
   EXPECT_EQ(readOut(child, 5), "woven");
+}
+
+TEST(ProcessStart, ReportsNothingAndLeavesTheReason) {
+  GProcess child("/nowhere/at/all", false, false, false);
+  errno = 0;
+  EXPECT_FALSE(child.start(0, nullptr, {}));
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(child.getId(), 0);
+}
+
+TEST(ProcessStart, TheChildCanLeadAGroup) {
+  GProcess child("sh", false, true, false);
+  GProcess::Settings settings;
+  settings.ownGroup = true;
+  settings.environment = {"GREETING=hello"};
+  settings.directory = "/";
+  const char* arguments[] = {"-c", "echo $GREETING; pwd"};
+  ASSERT_TRUE(child.start(2, arguments, settings));
+  EXPECT_EQ(::getpgid(static_cast<pid_t>(child.getId())), child.getId());
+  int code = -1;
+  EXPECT_EQ(child.getExitCode(true, &code), 1);
+  EXPECT_EQ(code, 0);
+  EXPECT_EQ(child.getId(), 0);
+  char text[8] = {};
+  EXPECT_EQ(child.readAvailableStdOut(text, 8, 1), 8);
+  EXPECT_EQ(std::string(text, 8), "hello\n/\n");
+}
+
+TEST(ProcessStart, TheChildCanHaveTheFilesOfThisProcess) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  GProcess child("sh", false, false, false);
+  GProcess::Settings settings;
+  settings.inheritAll = true;
+  const std::string script = "echo through >&" + std::to_string(ends[1]);
+  const char* arguments[] = {"-c", script.c_str()};
+  ASSERT_TRUE(child.start(2, arguments, settings));
+  int code = -1;
+  EXPECT_EQ(child.getExitCode(true, &code), 1);
+  char text[8] = {};
+  EXPECT_EQ(::read(ends[0], text, sizeof text), 8);
+  EXPECT_EQ(std::string(text, 8), "through\n");
+  ::close(ends[0]);
+  ::close(ends[1]);
 }
 
 }  // namespace

@@ -97,6 +97,13 @@ std::vector<ExitCodeMeaning> exitCodesOf(const Command& command) {
       result.push_back(general);
     }
   }
+  // Codes that only this command has.
+  for (const ExitCodeMeaning& own : command.exits) {
+    const bool listed = std::any_of(result.begin(), result.end(), [&](const ExitCodeMeaning& row) {
+      return row.code == own.code;
+    });
+    if (!listed) result.push_back(own);
+  }
   return result;
 }
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 // loom zip: zip archives.
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -223,7 +225,8 @@ std::vector<Source> sourcesOf(const std::vector<std::string>& operands) {
         if (i->is_regular_file()) sources.push_back({i->path().string(), i->file_size()});
       }
     } else {
-      throw Failure(ExitCode::cannotOpen, "cannot open " + operand);
+      if (!fs::exists(fs::status(operand, error))) requireFile(operand);  // says why
+      throw Failure(ExitCode::cannotOpen, operand + ": neither a file nor a directory");
     }
     if (error) throw Failure(ExitCode::cannotOpen, operand + ": " + error.message());
   }
@@ -252,11 +255,12 @@ class FileInput : public GZipWriter::Input {
  public:
   FileInput(const std::string& path, ProgressBar& progressBar, std::uint64_t& bytesDone)
       : name(path), in(path, std::ios::binary), bar(progressBar), done(bytesDone) {
-    if (!in) throw Failure(ExitCode::cannotOpen, "cannot open " + path);
+    if (!in) throw Failure(ExitCode::cannotOpen, cannotOpen(path, errno));
   }
   unsigned int read(char* buffer, unsigned int size) override {
     in.read(buffer, size);
-    if (in.bad()) throw Failure(ExitCode::cannotOpen, "cannot read " + name);
+    if (in.bad())
+      throw Failure(ExitCode::cannotOpen, "cannot read " + name + ": " + std::strerror(errno));
     done += static_cast<std::uint64_t>(in.gcount());
     bar.show(done);
     return static_cast<unsigned int>(in.gcount());

@@ -21,19 +21,20 @@ namespace {
 // What posix_spawn is told about descriptors and signals.
 class SpawnSettings {
  public:
-  SpawnSettings(int in, int out, int err) {
+  SpawnSettings(int in, int out, int err, bool inheritAll) {
     ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawnattr_init(&attributes);
+    if (inheritAll) return;
     ::posix_spawn_file_actions_adddup2(&actions, in, 0);
     ::posix_spawn_file_actions_adddup2(&actions, out, 1);
     ::posix_spawn_file_actions_adddup2(&actions, err, 2);
     ::posix_spawn_file_actions_addclosefrom_np(&actions, firstOwnHandle);
-    ::posix_spawnattr_init(&attributes);
     sigset_t none, all;
     ::sigemptyset(&none);
     ::sigfillset(&all);
     ::posix_spawnattr_setsigmask(&attributes, &none);
     ::posix_spawnattr_setsigdefault(&attributes, &all);
-    setFlags(0);
+    addFlags(POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
   }
   SpawnSettings(const SpawnSettings&) = delete;
   SpawnSettings& operator=(const SpawnSettings&) = delete;
@@ -48,16 +49,17 @@ class SpawnSettings {
 
   void leadGroup() {
     ::posix_spawnattr_setpgroup(&attributes, 0);
-    setFlags(POSIX_SPAWN_SETPGROUP);
+    addFlags(POSIX_SPAWN_SETPGROUP);
   }
 
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
 
  private:
-  void setFlags(short further) {
-    constexpr short always = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
-    ::posix_spawnattr_setflags(&attributes, static_cast<short>(always | further));
+  void addFlags(int further) {
+    short flags = 0;
+    ::posix_spawnattr_getflags(&attributes, &flags);
+    ::posix_spawnattr_setflags(&attributes, static_cast<short>(flags | further));
   }
 };
 
@@ -141,7 +143,7 @@ bool startProcess(const std::string& commandLine, int in, int out, int err,
   std::vector<std::string> texts = environmentWith(options.variables);
   const std::vector<char*> environment = pointersTo(texts);
   const std::string program = systemPath(arguments[0]);
-  SpawnSettings settings(in, out, err);
+  SpawnSettings settings(in, out, err, options.inheritAll);
   if (!options.directory.empty()) settings.setDirectory(systemPath(options.directory));
   if (options.ownGroup) settings.leadGroup();
   pid_t id = 0;
