@@ -313,7 +313,7 @@ TEST(ProcessStart, TheChildCanHaveTheFilesOfThisProcess) {
   GProcess child("sh", false, false, false);
   GProcess::Settings settings;
   settings.inheritAll = true;
-  const std::string script = "echo through >&" + std::to_string(ends[1]);
+  const std::string script = "echo through >/dev/fd/" + std::to_string(ends[1]);
   const char* arguments[] = {"-c", script.c_str()};
   ASSERT_TRUE(child.start(2, arguments, settings));
   int code = -1;

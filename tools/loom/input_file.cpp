@@ -31,6 +31,7 @@ InputFile::Buffer::Buffer(const std::string& path)
       file(path == "-" ? stdin : std::fopen(path.c_str(), "rbe")),
       block(blockSize) {
   if (file == nullptr) {
+    missing = errno == ENOENT;
     message = cannotOpen(name, errno);
   } else if (path != "-" && ProgressBar::watched()) {
     bar.emplace(path, sizeOf(path));

@@ -30,6 +30,9 @@ class InputFile : public std::istream {
   /// "cannot open PATH: REASON" or "cannot read PATH: REASON"; empty when
   /// nothing has failed.
   [[nodiscard]] const std::string& getErrMsg() const { return buffer.message; }
+  /// Whether there is no such file.
+  [[nodiscard]] bool isMissing() const { return buffer.missing; }
+
   /// The bytes read from the system so far.
   [[nodiscard]] std::uint64_t getSize() const { return buffer.done; }
 
@@ -39,6 +42,7 @@ class InputFile : public std::istream {
     explicit Buffer(const std::string& path);
     std::string message;
     std::uint64_t done = 0;
+    bool missing = false;
 
    protected:
     int_type underflow() override;

@@ -1,152 +1,186 @@
 // SPDX-License-Identifier: MIT
-// loom sum: checksums of files, printed and checked.
-#include <cstdio>
-#include <iostream>
-#include <istream>
-#include <memory>
+// loom sum: checksums of files, printed and checked, by the conventions of
+// md5sum(1).
+#include <algorithm>
 #include <optional>
-#include <vector>
 
+#include "checksum.h"
+#include "checksum_line.h"
 #include "console.h"
 #include "families.h"
+#include "input_file.h"
 #include "json_writer.h"
 #include "line_source.h"
-#include "loomkit/streams/file.h"
-#include "loomkit/system/crc32_stream.h"
-#include "loomkit/system/md5.h"
 
 namespace loom {
 
 namespace {
 
-enum class Kind { md5, crc32 };
-
-constexpr std::size_t md5Digits = 32;
-constexpr std::size_t crcDigits = 8;
-
-std::string nameOf(Kind kind) { return kind == Kind::md5 ? "md5" : "crc32"; }
-
-// The checksum of everything that `in` gives; nothing if it cannot be read to
-// its end.
-std::optional<std::string> sumOf(std::istream& in, Kind kind) {
-  GMD5Checker md5;
-  GCRC32Stream crc;
-  std::vector<char> block(std::size_t{256} * 1024);
-  while (in.good()) {
-    in.read(block.data(), static_cast<std::streamsize>(block.size()));
-    const auto size = static_cast<std::size_t>(in.gcount());
-    if (kind == Kind::md5)
-      md5.update(reinterpret_cast<const unsigned char*>(block.data()), static_cast<unsigned>(size));
-    else
-      crc.update(block.data(), size);
-  }
-  if (in.bad() || !in.eof()) return std::nullopt;
-  if (kind == Kind::md5) {
-    md5.final();
-    return md5.asString();
-  }
-  char hex[crcDigits + 1];
-  std::snprintf(hex, sizeof hex, "%08x", static_cast<unsigned>(crc.get()));
-  return hex;
-}
-
-std::optional<std::string> sumOfFile(const std::string& path, Kind kind) {
-  if (path == "-") return sumOf(std::cin, kind);
-  GFile file(path);
-  const std::unique_ptr<std::istream> in(file.getInStream(true));
-  if (in == nullptr) return std::nullopt;
-  return sumOf(*in, kind);
-}
-
-ExitCode printSums(const Invocation& call, Kind kind) {
+ExitCode printSums(const Invocation& call, const ChecksumKind& kind) {
   std::vector<std::string> paths = call.operands("FILE");
   if (paths.empty()) paths.emplace_back("-");
   ExitCode code = ExitCode::done;
   std::optional<JsonWriter> json;
   if (call.json()) json.emplace().beginArray();
   for (const std::string& path : paths) {
-    const std::optional<std::string> sum = sumOfFile(path, kind);
+    InputFile in(path);
+    const std::optional<std::string> sum = kind.sumOf(in);
     if (!sum) {
-      complain("cannot read " + path);
+      complain(in.getErrMsg());
       code = ExitCode::cannotOpen;
     } else if (json) {
-      json->beginObject().key("file").value(path).key(nameOf(kind)).value(*sum).endObject();
+      json->beginObject().key("file").value(path).key(std::string(kind.name)).value(*sum);
+      json->endObject();
     } else {
-      printLine(*sum + "  " + shown(path));
+      printLine(shown(checksumLine(kind, *sum, path, call.has("--tag"))));
     }
   }
   if (json) json->endArray();
   return code;
 }
 
-struct ListedSum {
-  std::string sum;
-  std::string path;
-  Kind kind;
+std::string counted(unsigned count, const char* one, const char* several) {
+  return std::to_string(count) + " " + (count == 1 ? one : several);
+}
+
+// Reads lists and compares.
+class Check {
+ public:
+  Check(const Invocation& invocation, const ChecksumKind* onlyKind)
+      : call(invocation),
+        only(onlyKind),
+        quiet(call.has("--quiet") || call.has("--status")),
+        silent(call.has("--status")) {
+    if (call.json()) json.emplace().beginArray();
+  }
+
+  void readList(const std::string& list) {
+    LineSource lines(list);
+    unsigned number = 0;
+    found = malformed = matched = 0;
+    for (std::string line; lines.next(&line);) {
+      ++number;
+      if (!line.empty() && line[0] == '#') continue;
+      const std::optional<ListedSum> listed = readChecksumLine(line);
+      if (listed && (only == nullptr || only == listed->kind)) {
+        ++found;
+        compare(*listed);
+      } else {
+        ++malformed;
+        if (call.has("--warn"))
+          complain(list + ":" + std::to_string(number) + ": not a checksum and a file name");
+      }
+    }
+    judge(list);
+  }
+
+  ExitCode finish() {
+    if (json) json->endArray();
+    warn(unreadable, "listed file cannot be read", "listed files cannot be read");
+    warn(mismatched, "computed checksum does not match", "computed checksums do not match");
+    return worst;
+  }
+
+ private:
+  void compare(const ListedSum& listed) {
+    InputFile in(listed.name);
+    if (in.bad() && in.isMissing() && call.has("--ignore-missing")) return;
+    const std::optional<std::string> sum = listed.kind->sumOf(in);
+    if (!sum) {
+      ++unreadable;
+      complain(in.getErrMsg());
+      say(listed.name, "FAILED open or read");
+      worst = std::max(worst, ExitCode::cannotOpen);
+    } else if (*sum != listed.sum) {
+      ++mismatched;
+      say(listed.name, "FAILED");
+      worst = std::max(worst, ExitCode::no);
+    } else {
+      ++matched;
+      if (!quiet || json) say(listed.name, "OK");
+    }
+  }
+
+  void say(const std::string& name, const char* verdict) {
+    if (json) {
+      json->beginObject().key("file").value(name).key("result").value(verdict).endObject();
+    } else if (!silent) {
+      const EscapedName escaped = escapedName(name);
+      // Only a line end needs an escape here, where nothing is read back.
+      const bool plain = name.find('\n') == std::string::npos;
+      printLine(shown((plain ? name : escaped.mark + escaped.name) + ": " + verdict));
+    }
+  }
+
+  // What a list as a whole is worth.
+  void judge(const std::string& list) {
+    if (found == 0) {
+      complain(list + ": no checksum in it");
+      worst = std::max(worst, ExitCode::damaged);
+      return;
+    }
+    warn(malformed, "line is not a checksum and a file name",
+         "lines are not a checksum and a file name");
+    if (malformed > 0 && call.has("--strict")) worst = std::max(worst, ExitCode::damaged);
+    if (call.has("--ignore-missing") && matched == 0 && worst == ExitCode::done) {
+      if (!silent) complain(list + ": no file was checked");
+      worst = ExitCode::no;
+    }
+  }
+
+  void warn(unsigned count, const char* one, const char* several) const {
+    if (count > 0 && !silent) complain("warning: " + counted(count, one, several));
+  }
+
+  const Invocation& call;
+  const ChecksumKind* only;
+  bool quiet;
+  bool silent;
+  std::optional<JsonWriter> json;
+  unsigned found = 0, malformed = 0, matched = 0;  // of one list
+  unsigned unreadable = 0, mismatched = 0;
+  ExitCode worst = ExitCode::done;
 };
 
-// A line "<sum>  <path>" as md5sum writes it; the second blank can be a '*'.
-std::optional<ListedSum> readLine(const std::string& line) {
-  const std::size_t digits = line.find_first_not_of("0123456789abcdefABCDEF");
-  if (digits != md5Digits && digits != crcDigits) return std::nullopt;
-  if (line.size() < digits + 3 || line[digits] != ' ') return std::nullopt;
-  if (line[digits + 1] != ' ' && line[digits + 1] != '*') return std::nullopt;
-  ListedSum listed{line.substr(0, digits), line.substr(digits + 2),
-                   digits == md5Digits ? Kind::md5 : Kind::crc32};
-  for (char& c : listed.sum)
-    if (c >= 'A' && c <= 'F') c = static_cast<char>(c - 'A' + 'a');
-  return listed;
-}
-
-ExitCode checkList(const Invocation& call) {
-  const std::string list = call.value("--check");
-  LineSource lines(list);
-  ExitCode code = ExitCode::done;
-  bool any = false;
-  int number = 0;
-  std::optional<JsonWriter> json;
-  if (call.json()) json.emplace().beginArray();
-  for (std::string line; lines.next(&line);) {
-    ++number;
-    const std::optional<ListedSum> listed = readLine(line);
-    if (!listed) {
-      complain(list + ":" + std::to_string(number) + ": not a checksum and a file name");
-      code = ExitCode::damaged;
-      continue;
-    }
-    any = true;
-    const std::optional<std::string> sum = sumOfFile(listed->path, listed->kind);
-    const char* const verdict = !sum ? "cannot be read" : *sum == listed->sum ? "OK" : "FAILED";
-    if (sum != listed->sum && code != ExitCode::damaged)
-      code = sum || code == ExitCode::no ? ExitCode::no : ExitCode::cannotOpen;
-    if (json)
-      json->beginObject().key("file").value(listed->path).key("result").value(verdict).endObject();
-    else
-      printLine(shown(listed->path) + ": " + verdict);
+// The kind that the options choose; null: none.
+const ChecksumKind* chosenKind(const Invocation& call) {
+  const ChecksumKind* chosen = nullptr;
+  for (const ChecksumKind& kind : checksumKinds()) {
+    if (!call.has(kind.option)) continue;
+    if (chosen != nullptr)
+      throw Failure(ExitCode::usage, "sum: " + std::string(chosen->option) + " and " +
+                                         std::string(kind.option) + " exclude each other");
+    chosen = &kind;
   }
-  if (json) json->endArray();
-  if (!any && code == ExitCode::done)
-    throw Failure(ExitCode::damaged, list + ": no checksum in it");
-  return code;
+  return chosen;
 }
 
 ExitCode sum(const Invocation& call) {
-  if (call.has("--md5") && call.has("--crc32"))
-    throw Failure(ExitCode::usage, "sum: --md5 and --crc32 exclude each other");
-  if (!call.has("--check")) return printSums(call, call.has("--crc32") ? Kind::crc32 : Kind::md5);
-  if (!call.operands("FILE").empty() || call.has("--md5") || call.has("--crc32"))
-    throw Failure(ExitCode::usage, "sum: --check takes its files and their kind from the list");
-  return checkList(call);
+  const ChecksumKind* const kind = chosenKind(call);
+  if (!call.has("--check")) return printSums(call, kind == nullptr ? checksumKinds()[0] : *kind);
+  Check check(call, kind);
+  std::vector<std::string> lists = call.operands("FILE");
+  if (lists.empty()) lists.emplace_back("-");
+  for (const std::string& list : lists) check.readList(list);
+  return check.finish();
 }
 
 constexpr Option sumOptions[] = {
-    {.names = "--md5", .help = "Print MD5 checksums. This is what it does without an option."},
-    {.names = "--crc32", .help = "Print CRC-32 checksums."},
+    {.names = "--md5",
+     .help = "MD5. This is what it does without an option. MD5 is old: it finds damage, but "
+             "whoever wants to can make two files with one sum. Against people use SHA-256."},
+    {.names = "--sha256", .help = "SHA-256."},
+    {.names = "--sha512", .help = "SHA-512."},
+    {.names = "--crc32", .help = "CRC-32, which finds only accidents."},
+    {.names = "--tag", .help = "Print lines in the style of BSD, which name the kind."},
     {.names = "-c,--check",
-     .value = "LIST",
-     .help = "Compute the checksums of the files named in LIST anew and compare; - is standard "
-             "input. The number of digits tells MD5 from CRC-32.",
-     .completes = Completes::files},
+     .help = "Read lists from the FILEs, compute the checksums of the files in them anew and "
+             "compare. The line tells the kind; with an option for a kind only that one counts."},
+    {.names = "--ignore-missing", .help = "Checking, pass over files that are not there."},
+    {.names = "-q,--quiet", .help = "Checking, print no OK."},
+    {.names = "--status", .help = "Checking, print nothing: the exit code tells."},
+    {.names = "-w,--warn", .help = "Checking, name each line that cannot be understood."},
+    {.names = "--strict", .help = "Checking, such a line is damage."},
 };
 constexpr Operand sumOperands[] = {{.name = "FILE",
                                     .help = "A file; - or none is standard input.",
@@ -155,14 +189,15 @@ constexpr Operand sumOperands[] = {{.name = "FILE",
                                     .completes = Completes::files}};
 constexpr ExitCodeMeaning sumExits[] = {
     {ExitCode::no, "a checksum of the list is another one today"},
-    {ExitCode::cannotOpen, "a file cannot be read; the others are printed all the same"},
-    {ExitCode::damaged, "a line of the list is no checksum with a file name"}};
+    {ExitCode::cannotOpen, "a file cannot be read; the others are done all the same"},
+    {ExitCode::damaged, "there is no checksum in a list, or with --strict a bad line"}};
 
 constexpr Command commands[] = {
     {.name = "sum",
      .summary = "print or check the checksums of files",
-     .description = "Prints the checksum and the name of each file, in the form that md5sum "
-                    "writes and reads.",
+     .description = "Prints the checksum and the name of each file, in the form that md5sum, "
+                    "sha256sum and sha512sum write and read: in names with a line end or a "
+                    "backslash these are escaped, and the line begins with a backslash.",
      .options = sumOptions,
      .operands = sumOperands,
      .example = "$ printf 123456789 | loom sum --crc32\ncbf43926  -\n$ printf abc >abc.txt; loom "
