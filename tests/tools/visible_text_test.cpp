@@ -79,7 +79,7 @@ TEST(VisibleText, NoMessageCarriesTheControlCharactersOfAName) {
 
 TEST(VisibleText, AMessageIsOneLineWhateverNameItHas) {
   const Ended ended = shell("loom sum \"$(printf 'a\\nloom: b')\"");
-  EXPECT_EQ(ended.err, "loom: cannot read a\\nloom: b\n");
+  EXPECT_EQ(ended.err, "loom: cannot open a\\nloom: b: No such file or directory\n");
 }
 
 TEST(VisibleText, ATableOfNamesIsEscapedEverywhere) {
