@@ -128,7 +128,7 @@ timed() {
   same "$1" exactly "timeout $2 $3 $4" "$loom run $2 -t $3 -- $4"
 }
 timed 'the exit code' '' 9 'sh -c "exit 7"'
-timed 'standard input' '' 9 'cat' 
+timed 'standard input' '' 9 'cat'
 timed 'the time is up' '' 0.2 'sleep 9'
 timed 'another signal' '-s INT' 0.2 'sleep 9'
 timed 'killed' '-s KILL' 0.2 'sleep 9'
