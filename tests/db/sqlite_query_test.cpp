@@ -138,6 +138,42 @@ TEST_F(SqliteQuery, HasTheFixedAnswersOfItsDriver) {
   EXPECT_EQ(sql->getDriverVersion() >> 20, 3U);
 }
 
+TEST_F(SqliteQuery, TellsTheNamesOfItsColumns) {
+  GSqlQuery query(sql, "SELECT 1 AS \"the one\", 'x' AS x;");
+  int count = -1;
+  std::string name;
+  EXPECT_EQ(query.getNumColumns(&count), GDbNoError);
+  EXPECT_EQ(count, 2);
+  EXPECT_EQ(query.getColumnName(0, &name), GDbNoError);
+  EXPECT_EQ(name, "the one");
+  EXPECT_EQ(query.getColumnName(1, &name), GDbNoError);
+  EXPECT_EQ(name, "x");
+  EXPECT_EQ(query.getColumnName(2, &name), GDbInvalidArgument);
+  EXPECT_EQ(name, "");
+  EXPECT_EQ(query.getColumnName(-1, &name), GDbInvalidArgument);
+  EXPECT_EQ(query.getColumnName(0, nullptr), GDbInvalidArgument);
+  EXPECT_EQ(query.getNumColumns(nullptr), GDbInvalidArgument);
+  GSqlQuery change(sql, "CREATE TABLE named (a);");
+  EXPECT_EQ(change.getNumColumns(&count), GDbNoError);
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(GSqlQuery().getNumColumns(&count), GDbNotOpen);
+}
+
+TEST_F(SqliteQuery, TellsAllBytesOfAText) {
+  GSqlQuery query = exec("SELECT 'a' || char(0) || 'b' || char(0), '', 5, NULL;");
+  ASSERT_EQ(query.next(), GDbNoError);
+  std::string text;
+  EXPECT_EQ(query.getText(0, &text), GDbNoError);
+  EXPECT_EQ(text, "a");
+  EXPECT_EQ(query.getWholeText(0, &text), GDbNoError);
+  EXPECT_EQ(text, std::string("a\0b\0", 4));
+  EXPECT_EQ(query.getWholeText(1, &text), GDbNoError);
+  EXPECT_EQ(text, "");
+  EXPECT_EQ(query.getWholeText(2, &text), GDbFieldTypeMismatch);
+  EXPECT_EQ(query.getWholeText(3, &text), GDbColumnIsNull);
+  EXPECT_EQ(query.getWholeText(0, nullptr), GDbInvalidArgument);
+}
+
 TEST_F(SqliteQuery, GettersDoNotConvert) {
   GSqlQuery query = exec("SELECT 7, 2.5, 'text', x'0102', NULL, 5000000000;");
   ASSERT_EQ(query.next(), GDbNoError);

@@ -93,6 +93,8 @@ class LOOMKIT_API GPostgresqlDatabase : public GSqlDatabaseImpl {
   GDbStatus getDouble(GSqlQueryData* query, int column, double* value) override;
   GDbStatus getText(GSqlQueryData* query, int column, std::string* value) override;
   GDbStatus getBlob(GSqlQueryData* query, int column, const void** data, unsigned* size) override;
+  GDbStatus getNumColumns(GSqlQueryData* query, int* count) override;
+  GDbStatus getColumnName(GSqlQueryData* query, int column, std::string* result) override;
   GDbStatus setForwardOnly(GSqlQueryData* query, bool forward) override;
   GDbStatus getNumRowsAffected(GSqlQueryData* query, int* count) override;
   GDbStatus getSize(GSqlQueryData* query, int* count) override;

@@ -82,8 +82,11 @@ GDbStatus GPostgresqlQueryData::prepareReady() {
 
 void GPostgresqlQueryData::describe(const pg_result* description) {
   columnTypes.clear();
-  for (int column = 0; column < libpq().nfields(description); ++column)
+  columnNames.clear();
+  for (int column = 0; column < libpq().nfields(description); ++column) {
     columnTypes.push_back(libpq().ftype(description, column));
+    columnNames.emplace_back(libpq().fname(description, column));
+  }
   binaryResults = std::all_of(columnTypes.begin(), columnTypes.end(), loomkit::pgReadsBinary);
   parameters.resize(static_cast<std::size_t>(libpq().nparams(description)));
 }

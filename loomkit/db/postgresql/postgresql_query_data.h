@@ -62,6 +62,8 @@ class GPostgresqlQueryData : public GSqlQueryData, private loomkit::PgRowReader 
   GDbStatus getRecord(GDbRecord** made);
   GDbStatus getNumRowsAffected(int* count);
   GDbStatus getSize();
+  /// The names of the result's columns in UTF-8. Requires: the statement is prepared.
+  [[nodiscard]] const std::vector<std::string>& getColumnNames() const { return columnNames; }
 
  private:
   enum class State {
@@ -112,6 +114,7 @@ class GPostgresqlQueryData : public GSqlQueryData, private loomkit::PgRowReader 
   bool prepared = false;
   bool binaryResults = false;
   std::vector<loomkit::PgOid> columnTypes;
+  std::vector<std::string> columnNames;  // in UTF-8
   std::vector<Parameter> parameters;
   // What libpq takes them as; kept, as a statement is executed again and again.
   std::vector<const char*> values;

@@ -158,6 +158,19 @@ std::string GSqlDatabaseImpl::quoteTable(const std::string& itsName) const {
   return '"' + itsName + '"';
 }
 
+GDbStatus GSqlDatabaseImpl::getNumColumns(GSqlQueryData* /*query*/, int* /*count*/) {
+  return setError(GDbNoResult);
+}
+
+GDbStatus GSqlDatabaseImpl::getColumnName(GSqlQueryData* /*query*/, int /*column*/,
+                                          std::string* /*name*/) {
+  return setError(GDbNoResult);
+}
+
+GDbStatus GSqlDatabaseImpl::getWholeText(GSqlQueryData* query, int column, std::string* value) {
+  return getText(query, column, value);
+}
+
 GDbStatus GSqlDatabaseImpl::begin() { return beginTransaction(defaultTransactionMode); }
 GDbStatus GSqlDatabaseImpl::commit() { return commitTransaction(); }
 GDbStatus GSqlDatabaseImpl::rollback() { return rollbackTransaction(); }

@@ -119,6 +119,12 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   [[nodiscard]] virtual std::string quoteName(const std::string& name) const;
   [[nodiscard]] virtual std::string quoteTable(const std::string& name) const;
 
+  /// Extension: the columns of a statement's result, and a text with all its bytes.
+  /// The base cannot tell the columns, GDbNoResult, and takes a text from getText().
+  virtual GDbStatus getNumColumns(GSqlQueryData* query, int* count);
+  virtual GDbStatus getColumnName(GSqlQueryData* query, int column, std::string* name);
+  virtual GDbStatus getWholeText(GSqlQueryData* query, int column, std::string* value);
+
   /// Helpers for drivers, which a driver's own query data may call as well. The
   /// first two are called by the constructor and the destructor of GSqlQueryData.
   void registerQuery(GSqlQueryData* query) { queries.insert(query); }

@@ -229,6 +229,24 @@ GDbStatus GSqlQuery::getBlob(int column, const void** bytes, unsigned* size) {
   return forward([&](auto* database) { return database->getBlob(data, column, bytes, size); });
 }
 
+GDbStatus GSqlQuery::getNumColumns(int* count) {
+  if (count == nullptr) return setSqlError(GDbInvalidArgument);
+  *count = 0;
+  return forward([&](auto* database) { return database->getNumColumns(data, count); });
+}
+
+GDbStatus GSqlQuery::getColumnName(int column, std::string* name) {
+  if (name == nullptr) return setSqlError(GDbInvalidArgument);
+  name->clear();
+  return forward([&](auto* database) { return database->getColumnName(data, column, name); });
+}
+
+GDbStatus GSqlQuery::getWholeText(int column, std::string* value) {
+  if (value == nullptr) return setSqlError(GDbInvalidArgument);
+  value->clear();
+  return forward([&](auto* database) { return database->getWholeText(data, column, value); });
+}
+
 GDbStatus GSqlQuery::setForwardOnly(bool forwardOnly) {
   return forward([&](auto* database) { return database->setForwardOnly(data, forwardOnly); });
 }

@@ -121,6 +121,16 @@ class LOOMKIT_API GSqlQuery {
   /// The bytes are the driver's and valid until the next move.
   GDbStatus getBlob(int column, const void** bytes, unsigned* size);
 
+  /// Extension: how many columns the result has, 0 for a statement without one.
+  /// Asking prepares the statement. GDbNoResult: the driver cannot tell.
+  GDbStatus getNumColumns(int* count);
+  /// Extension: the name of a column of the result, as AS gives it. The failures
+  /// are those of getNumColumns(); GDbInvalidArgument: there is no such column.
+  GDbStatus getColumnName(int column, std::string* name);
+  /// Extension: a text of the current row with all its bytes. getText() ends at
+  /// the first NUL of them. The failures are those of getText().
+  GDbStatus getWholeText(int column, std::string* value);
+
   /// Allows moving backwards with false, where the driver can.
   GDbStatus setForwardOnly(bool forward);
   /// How many rows the executed statement has changed; -1 when that is not known.

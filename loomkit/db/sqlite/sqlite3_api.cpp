@@ -40,6 +40,10 @@ constexpr FunctionEntry<Sqlite3Api> requiredSymbols[] = {
     functionEntry<&Sqlite3Api::libversion_number>("sqlite3_libversion_number"),
 };
 
+// Only an extension of the SQL layer asks for names, so nothing fails without it.
+constexpr FunctionEntry<Sqlite3Api> nameSymbol =
+    functionEntry<&Sqlite3Api::column_name>("sqlite3_column_name");
+
 // Deliberately the two-argument function under a four-argument type: it ignores
 // the flags, so a database opens the same way whatever the locator's options
 // say. Hosts rely on "readonly" locators that create their file.
@@ -52,9 +56,11 @@ bool Sqlite3Library::load(const DsoCalls& dso) {
   if (loaded) return true;
   const std::string name = std::string(hulGetDSOPrefix()) + "sqlite3" + hulGetDSOSuffix();
   if (!loadFunctions(dso, name, requiredSymbols, &api, &handle)) return false;
-  void* address = nullptr;
-  if (dso.symbol(handle, optionalSymbol.name, &address) < 0) address = nullptr;
-  optionalSymbol.store(&api, address);
+  for (const auto& optional : {optionalSymbol, nameSymbol}) {
+    void* address = nullptr;
+    if (dso.symbol(handle, optional.name, &address) < 0) address = nullptr;
+    optional.store(&api, address);
+  }
   loaded = true;
   return true;
 }

@@ -70,6 +70,8 @@ struct Sqlite3Api {
   void (*free)(void*);
   int (*libversion_number)();
 
+  /// Optional: a result column's name; null when there is none.
+  const char* (*column_name)(sqlite3_stmt*, int column);
   /// Optional: an opening function with flags; null when there is none.
   int (*openWithFlags)(const char* path, sqlite3** db, int flags, const char* vfs);
 };

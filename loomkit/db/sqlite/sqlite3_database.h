@@ -89,6 +89,9 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   /// The declared type of a column decides, then the value's own; a NULL is a
   /// placeholder with the NULL bit.
   GDbStatus getRecord(GSqlQueryData* query, GDbRecord** record) override;
+  GDbStatus getNumColumns(GSqlQueryData* query, int* count) override;
+  GDbStatus getColumnName(GSqlQueryData* query, int column, std::string* name) override;
+  GDbStatus getWholeText(GSqlQueryData* query, int column, std::string* value) override;
   GSqlQueryData* createQuery(const std::string& statement) override;
   GSqlQueryData* createQuery() override;
   /// Names and declared types by PRAGMA table_info; keys and indexes are not told.

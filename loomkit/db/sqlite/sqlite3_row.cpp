@@ -91,6 +91,21 @@ void readSqliteText(sqlite3_stmt* stmt, int column, std::string* text) {
   if (utf8 != nullptr) fromUtf8(utf8, sqlite3Library().api.column_bytes(stmt, column), text);
 }
 
+void readWholeSqliteText(sqlite3_stmt* stmt, int column, std::string* text) {
+  text->clear();
+  const char* utf8 = utf8Of(stmt, column);
+  if (utf8 == nullptr) return;
+  const auto size = static_cast<std::size_t>(sqlite3Library().api.column_bytes(stmt, column));
+  std::string piece;
+  for (std::size_t at = 0; at <= size; ++at) {
+    const std::size_t length = strnlen(utf8 + at, size - at);
+    fromUtf8(utf8 + at, static_cast<int>(length), &piece);
+    if (at != 0) *text += '\0';
+    *text += piece;
+    at += length;
+  }
+}
+
 RecordOwner makeSqliteRecord(sqlite3_stmt* stmt, const GDbFieldType* types, int columns) {
   RecordOwner record(new GDbRecord);
   for (int column = 0; column < columns; ++column)

@@ -15,6 +15,9 @@ namespace loomkit {
 /// `*text`. A NULL gives an empty text. Requires: the statement is on a row.
 void readSqliteText(sqlite3_stmt* stmt, int column, std::string* text);
 
+/// The same with all bytes of the text, each piece between two NULs by itself.
+void readWholeSqliteText(sqlite3_stmt* stmt, int column, std::string* text);
+
 /// A new record of the current row. `types` has one entry for each of the
 /// `columns`: SQLite converts a value to that type, and GDbFieldNone leaves a
 /// value the type in which it is stored. A NULL becomes a placeholder with the
