@@ -99,7 +99,8 @@ TEST(Sqlite3Library, NeedsEveryOneOfItsFunctions) {
   symbolCalls = 0;
   Sqlite3Library library;
   EXPECT_TRUE(library.load(countingCalls()));
-  EXPECT_EQ(symbolCalls, 31) << "29 functions, the optional one by a name of those, and the name of a column";
+  EXPECT_EQ(symbolCalls, 31)
+      << "29 functions, the optional one by a name of those, and the name of a column";
   EXPECT_EQ(reinterpret_cast<void*>(library.api.openWithFlags),
             reinterpret_cast<void*>(library.api.open));
 }

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 // loom db: databases of every type from the command line.
+#include <algorithm>
 #include <charconv>
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -9,8 +12,10 @@
 #include "db_host.h"
 #include "families.h"
 #include "json_writer.h"
+#include "loomkit/db/catalog.h"
 #include "loomkit/db/postgresql/postgresql_database.h"
-#include "loomkit/db/table_scan.h"
+#include "loomkit/text/string_util.h"
+#include "progress_bar.h"
 #include "row_filter.h"
 #include "row_printer.h"
 #include "store_copy.h"
@@ -19,22 +24,6 @@
 namespace loom {
 
 namespace {
-
-std::unique_ptr<GDbTable> readableTable(const DbHost& host, const Invocation& call) {
-  return host.readableTable(call.operand("TABLE"), call.value("--columns"));
-}
-
-// Calls `use` with each record that --where admits until it gives false.
-template <typename Use>
-void forEachRow(const Invocation& call, Use use) {
-  const DbHost host(call.operand("LOCATOR"));
-  const std::unique_ptr<GDbTable> table = readableTable(host, call);
-  RowFilter filter(call);
-  GDbTableScan scan(table.get());
-  for (const GDbTypedRow& row : scan)
-    if (filter.admits(row) && !use(row)) return;
-  require(scan.getStatus(), table->getName());
-}
 
 // From major << 20 | minor << 10 | patch.
 std::string versionText(unsigned version) {
@@ -98,47 +87,53 @@ ExitCode tables(const Invocation& call) {
 
 ExitCode schema(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
-  const std::unique_ptr<GDbTable> table =
-      host.table(call.operand("TABLE"), call.value("--columns"));
-  const std::unique_ptr<GDbStructure> structure = structureOf(table.get());
+  const std::vector<Column> columns =
+      host.columnsOf(call.operand("TABLE"), call.value("--columns"));
   std::optional<JsonWriter> json;
   if (call.json()) json.emplace().beginArray();
-  for (const GDbField& field : structure->getFields()) {
-    const std::string_view type = typeName(field.getType());
+  for (const Column& column : columns) {
+    const std::string_view type = typeName(column.type);
     if (json)
-      json->beginObject().key("name").value(field.getName()).key("type").value(type).endObject();
+      json->beginObject().key("name").value(column.name).key("type").value(type).endObject();
     else
-      printLine(shown(field.getName()) + ":" + std::string(type));
+      printLine(shown(column.name) + ":" + std::string(type));
   }
   if (json) json->endArray();
   return ExitCode::done;
 }
 
+// Prints the rows that --where admits, `most` of them at most.
+void printAdmitted(const Invocation& call, RowPrinter& printer, unsigned long most) {
+  const DbHost host(call.operand("LOCATOR"));
+  const auto source = host.rows(call.operand("TABLE"), call.value("--columns"));
+  printer.begin(source->columns());
+  if (most == 0) return;
+  forEachRow(call, *source, [&](const Row& row) {
+    printer.add(row);
+    return --most > 0;
+  });
+}
+
 ExitCode scan(const Invocation& call) {
   printRows(call, [&](RowPrinter& printer) {
-    forEachRow(call, [&](const GDbTypedRow& row) {
-      printer.add(row);
-      return true;
-    });
+    printAdmitted(call, printer, std::numeric_limits<unsigned long>::max());
   });
   return ExitCode::done;
 }
 
 ExitCode head(const Invocation& call) {
-  int left = call.number("--lines", 10, 0, 1000000000);
+  const int most = call.number("--lines", 10, 0, 1000000000);
   printRows(call, [&](RowPrinter& printer) {
-    if (left == 0) return;
-    forEachRow(call, [&](const GDbTypedRow& row) {
-      printer.add(row);
-      return --left > 0;
-    });
+    printAdmitted(call, printer, static_cast<unsigned long>(most));
   });
   return ExitCode::done;
 }
 
 ExitCode count(const Invocation& call) {
   unsigned long rows = 0;
-  forEachRow(call, [&](const GDbTypedRow&) { return ++rows > 0; });
+  const DbHost host(call.operand("LOCATOR"));
+  const auto source = host.rows(call.operand("TABLE"), call.value("--columns"));
+  forEachRow(call, *source, [&](const Row&) { return ++rows > 0; });
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("count").value(rows).endObject();
@@ -148,52 +143,31 @@ ExitCode count(const Invocation& call) {
   return ExitCode::done;
 }
 
-template <typename Number>
-Number numberOf(std::string_view value, const std::string& text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-  if (error == std::errc() && end == value.data() + value.size()) return number;
-  throw Failure(ExitCode::usage, "not a value of the column's type: " + text);
-}
-
-// The key of "COLUMN=VALUE", its value read as the column's type.
-GDbKey keyOf(const std::string& text, const GDbStructure& structure, const std::string& value) {
-  const int field = structure.getFieldId(text.substr(0, text.find('=')));
-  if (field < 0) throw Failure(ExitCode::usage, "no such column: " + text);
-  switch (structure.getField(field).getType()) {
-    case GDbFieldInt:
-      return {field, numberOf<int>(value, text)};
-    case GDbFieldUInt:
-      return {field, numberOf<unsigned>(value, text)};
-    case GDbFieldFloat:
-      return {field, numberOf<double>(value, text)};
-    case GDbFieldString:
-      return {field, value.c_str()};
-    default:
-      throw Failure(ExitCode::usage, "not a column to look up by: " + text);
-  }
-}
-
 ExitCode get(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
-  const std::unique_ptr<GDbTable> table = readableTable(host, call);
-  const std::unique_ptr<GDbStructure> structure = structureOf(table.get());
-  std::vector<GDbKey> keys;
+  std::vector<DbHost::Match> matches;
   for (const std::string& text : call.operands("COLUMN=VALUE")) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos) throw Failure(ExitCode::usage, "not COLUMN=VALUE: " + text);
-    const std::string value = text.substr(equals + 1);
-    GDbKey key = keyOf(text, *structure, value);
-    key.dupString();  // the value goes with this turn of the loop
-    keys.push_back(key);
+    matches.push_back({text.substr(0, equals), text.substr(equals + 1)});
   }
-  GDbRecordSet found;
-  require(table->lookupKeys(keys.data(), static_cast<int>(keys.size()), &found), table->getName());
+  unsigned long found = 0;
   printRows(call, [&](RowPrinter& printer) {
-    for (unsigned i = 0; i < found.getNumRecords(); ++i)
-      printer.add(GDbTypedRow(*found.getRecord(i), *structure));
+    const auto source = host.rows(call.operand("TABLE"), call.value("--columns"), matches);
+    printer.begin(source->columns());
+    for (Row row; source->next(&row); ++found) printer.add(row);
   });
-  return found.getNumRecords() > 0 ? ExitCode::done : ExitCode::no;
+  return found > 0 ? ExitCode::done : ExitCode::no;
+}
+
+// How many rows there are to copy, for the progress bar; 0 where nobody is
+// watching it, since counting reads the whole table.
+std::uint64_t countForBar(const DbHost& host, const Invocation& call) {
+  if (!ProgressBar::watched()) return 0;
+  const auto source = host.rows(call.operand("TABLE"), call.value("--columns"));
+  Row row;
+  while (source->next(&row)) continue;
+  return source->number();
 }
 
 // The records of a transaction; 0: all of them.
@@ -207,18 +181,38 @@ unsigned long batchSize(const Invocation& call) {
   return size;
 }
 
+// The structure of the copy in a store: the columns, and the indexes of the source
+// whose columns are all among them.
+GDbStructure structureWithIndexes(const DbHost& host, const RowSource& source) {
+  GDbStructure structure = structureOf(source);
+  GDbCatalog::Description description;
+  host.check(GDbCatalog::describeTable(host.database(), source.name(), &description),
+             source.name());
+  for (const GDbIndex& index : description.structure.getIndices()) {
+    std::vector<std::string> names;
+    gSplit(index.getColumns(), ",", &names);
+    const bool whole = std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+      return structure.getFieldId(name) >= 0;
+    });
+    if (whole) structure.addIndex(index);
+  }
+  return structure;
+}
+
 ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
-  const std::unique_ptr<GDbTable> source = readableTable(from, call);
-  const std::string name = call.value("--as", source->getName());
+  const auto source = from.rows(call.operand("TABLE"), call.value("--columns"));
+  const std::string name = call.value("--as", source->name());
   const std::string to = call.operand("TO");
   const bool toStore = isStoreLocator(to);
   if (call.has("--index") && !toStore)
     throw Failure(ExitCode::usage, "--index is for tessel: databases");
   if (call.has("--batch") && toStore)
     throw Failure(ExitCode::usage, "--batch is not for tessel: databases, which are written whole");
-  const unsigned long count = toStore ? copyToStore(source.get(), to, name, call.values("--index"))
-                                      : copyTable(source.get(), to, name, batchSize(call));
+  const std::uint64_t total = countForBar(from, call);
+  const unsigned long count = toStore ? copyToStore(*source, structureWithIndexes(from, *source),
+                                                    to, name, call.values("--index"), total)
+                                      : copyRows(*source, to, name, batchSize(call), total);
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("table").value(name).key("records").value(count).endObject();
@@ -243,18 +237,22 @@ constexpr Option columnsOption = {
     .names = "--columns",
     .value = "NAME:TYPE,...",
     .help =
-        "The columns, with the types int, uint, float, string and blob. Without it those of a "
-        "CSV table are inferred and called c1, c2, ..."};
+        "The columns to take, with the types int, uint, float, string and blob. Of a CSV table "
+        "it tells what the columns are; without it they are inferred and called c1, c2, ... Of "
+        "other tables it chooses some, and needs no types."};
 constexpr Option schemaOptions[] = {columnsOption};
-constexpr Option scanOptions[] = {columnsOption, whereOption, csvOption, tableOption};
+constexpr Option scanOptions[] = {columnsOption, whereOption, skipErrorsOption,
+                                  headerOption,  csvOption,   tableOption};
 constexpr Option headOptions[] = {
     {.names = "-n,--lines", .value = "N", .help = "How many records at most; 10 by default."},
     columnsOption,
     whereOption,
+    skipErrorsOption,
+    headerOption,
     csvOption,
     tableOption};
-constexpr Option countOptions[] = {columnsOption, whereOption};
-constexpr Option getOptions[] = {columnsOption, csvOption, tableOption};
+constexpr Option countOptions[] = {columnsOption, whereOption, skipErrorsOption};
+constexpr Option getOptions[] = {columnsOption, headerOption, csvOption, tableOption};
 constexpr Option copyOptions[] = {
     columnsOption,
     {.names = "--as", .value = "NAME", .help = "The name of the new table."},
@@ -289,8 +287,9 @@ constexpr Command dbCommands[] = {
      .run = info},
     {.name = "tables",
      .summary = "list the tables",
-     .description = "Prints the names of the tables, sorted; of a CSV database those in its "
-                    "directory and in its archive.",
+     .description =
+         "Prints the names of the tables and views, sorted; of a CSV database those in its "
+         "directory and in its archive.",
      .operands = databaseOperands,
      .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
                 "$ loom db tables csv:.\nparts\n",
@@ -325,7 +324,11 @@ constexpr Command dbCommands[] = {
      .run = get},
     {.name = "scan",
      .summary = "print all records",
-     .description = "Prints the records of a table, columns separated by tabs.",
+     .description =
+         "Prints the records of a table, columns separated by tabs. A tab, a line feed, a "
+         "carriage return and a backslash in a text are \\t, \\n, \\r and \\\\, and NULL is "
+         "\\N, as in the text format of PostgreSQL's COPY.\n\nIn --where a NULL is a void "
+         "value, with which a comparison fails: --skip-errors passes over such records.",
      .options = scanOptions,
      .operands = tableOperands,
      .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"

@@ -5,9 +5,11 @@
 #include <filesystem>
 
 #include "command.h"
+#include "did_you_mean.h"
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
 #include "loomkit/db/postgresql/postgresql_database.h"
+#include "loomkit/db/sql/sql_database_impl.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
@@ -16,37 +18,45 @@ namespace loom {
 
 namespace {
 
-constexpr std::string_view typeNames[] = {"none", "int", "uint", "float", "string", "blob"};
-
-ExitCode exitCodeOf(GDbStatus status) {
-  switch (status) {
-    case GDbFieldTypeMismatch:
-    case GDbFieldCountMismatch:
-    case GDbInternalError:
-      return ExitCode::damaged;
-    case GDbSqlError:
-    case GDbConstraintViolation:
-      return ExitCode::evaluation;
-    default:
-      return ExitCode::cannotOpen;
-  }
-}
-
 GDbFieldType typeOf(const std::string& name) {
-  const auto* found = std::find(std::begin(typeNames) + 1, std::end(typeNames), name);
-  if (found == std::end(typeNames)) throw Failure(ExitCode::usage, "unknown column type: " + name);
-  return static_cast<GDbFieldType>(found - std::begin(typeNames));
+  for (int type = GDbFieldInt; type <= GDbFieldBlob; ++type)
+    if (typeName(static_cast<GDbFieldType>(type)) == name) return static_cast<GDbFieldType>(type);
+  throw Failure(ExitCode::usage, "unknown column type: " + name);
 }
 
-GDbStructure parseColumns(const std::string& columns) {
-  GDbStructure structure;
+// "name:type,..."; a column without a type is GDbFieldNone.
+std::vector<Column> parseColumns(const std::string& list) {
+  std::vector<Column> columns;
   std::vector<std::string> items;
-  for (const std::string& item : gSplit(columns, ",", &items)) {
+  for (const std::string& item : gSplit(list, ",", &items)) {
     const std::size_t colon = item.rfind(':');
-    const std::string type = colon == std::string::npos ? "string" : item.substr(colon + 1);
-    structure.appendField(GDbField(item.substr(0, colon), typeOf(type), 0, 0, false, false));
+    const bool typed = colon != std::string::npos;
+    columns.push_back(
+        {item.substr(0, colon), typed ? typeOf(item.substr(colon + 1)) : GDbFieldNone});
   }
-  return structure;
+  return columns;
+}
+
+// How SQLite reads a declared type (https://www.sqlite.org/datatype3.html). Its
+// catalog does not tell generated columns, so they are asked for here.
+GDbFieldType affinityOf(const std::string& declared) {
+  static constexpr struct {
+    std::string_view part;
+    GDbFieldType type;
+  } rows[] = {{"int", GDbFieldInt},     {"char", GDbFieldString}, {"clob", GDbFieldString},
+              {"text", GDbFieldString}, {"blob", GDbFieldBlob},   {"real", GDbFieldFloat},
+              {"floa", GDbFieldFloat},  {"doub", GDbFieldFloat}};
+  std::string lower = declared;
+  for (char& c : lower)
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c | 32);
+  for (const auto& row : rows)
+    if (lower.find(row.part) != std::string::npos) return row.type;
+  return GDbFieldNone;
+}
+
+std::string quoted(std::string name) {
+  gReplace(&name, "\"", "\"\"");
+  return '"' + name + '"';
 }
 
 // Takes the place of gOutput for its own lifetime, and keeps the last log line.
@@ -71,90 +81,317 @@ class LogKeeper : public GOutput {
   std::string last;
 };
 
+// A path as a part of a URI, in which these characters have a meaning.
+std::string escaped(const std::string& path) {
+  std::string text;
+  for (const char c : path) {
+    if (c == '%')
+      text += "%25";
+    else if (c == '?')
+      text += "%3F";
+    else if (c == '#')
+      text += "%23";
+    else
+      text += c;
+  }
+  return text;
+}
+
+// The column of that name, as the database tells letters apart.
+std::size_t positionOf(const std::vector<Column>& columns, const std::string& name) {
+  const auto found = std::find_if(columns.begin(), columns.end(),
+                                  [&](const Column& column) { return column.name == name; });
+  if (found != columns.end()) return static_cast<std::size_t>(found - columns.begin());
+  std::vector<std::string> names;
+  for (const Column& column : columns) names.push_back(column.name);
+  throw Failure(ExitCode::usage, "no such column: " + name + didYouMean(name, names));
+}
+
+GDbStructure structureOf(const std::vector<Column>& columns, GDbFieldType type) {
+  GDbStructure structure;
+  for (const Column& column : columns)
+    structure.appendField(GDbField(column.name, type, 0, 0, false, false));
+  return structure;
+}
+
+Cell valueFor(const Column& column, const DbHost::Match& match) {
+  Cell value;
+  if (column.type == GDbFieldNone || column.type == GDbFieldBlob)
+    throw Failure(ExitCode::usage,
+                  "not a column to look up by: " + match.column + "=" + match.value);
+  if (readCell(match.value, column.type, &value)) return value;
+  throw Failure(ExitCode::usage,
+                "not a value of the column's type: " + match.column + "=" + match.value);
+}
+
+// The rows of another source that hold certain values.
+class MatchingRows : public RowSource {
+ public:
+  MatchingRows(std::unique_ptr<RowSource> all, std::vector<std::pair<std::size_t, Cell>> values)
+      : RowSource(all->name(), all->columns()), source(std::move(all)), wanted(std::move(values)) {}
+
+ protected:
+  bool read(Row* row) override {
+    while (source->next(row))
+      if (matches(*row)) return true;
+    return false;
+  }
+
+ private:
+  [[nodiscard]] bool matches(const Row& row) const {
+    return std::all_of(wanted.begin(), wanted.end(), [&](const auto& value) {
+      return row[value.first].index() == value.second.index() &&
+             cellText(row[value.first]) == cellText(value.second);
+    });
+  }
+
+  std::unique_ptr<RowSource> source;
+  std::vector<std::pair<std::size_t, Cell>> wanted;
+};
+
 }  // namespace
 
-void require(GDbStatus status, const std::string& what) {
-  if (status != GDbNoError) throw Failure(exitCodeOf(status), what + ": " + gDbStrError(status));
-}
+// --- Opening ---
 
-std::string_view typeName(GDbFieldType type) {
-  return type >= 0 && type <= GDbFieldBlob ? typeNames[type] : typeNames[0];
-}
-
-std::unique_ptr<GDbStructure> structureOf(GDbTable* table) {
-  GDbStructure* found = nullptr;
-  require(table->getStructure(&found), table->getName());
-  return std::unique_ptr<GDbStructure>(found);
-}
-
-DbHost::DbHost(const std::string& locator, bool create) {
+DbHost::DbHost(const std::string& locator, bool create)
+    : shownName(GPostgresqlDatabaseFactory::getShownLocator(locator)) {
   loomkit::Locator parts;
-  const std::string name = GPostgresqlDatabaseFactory::getShownLocator(locator);
   loomkit::splitLocator(locator, &parts);
   typeId = parts.type;
+  checkOptions(parts.options);
+  checkArchive(parts.path, parts.options);
+  if (!isSqlite()) {
+    open(locator);
+    return;
+  }
   // SQLite would make an empty file of a mistyped name.
-  if (typeId == "sqlite3" && !create && !std::filesystem::exists(parts.path))
-    throw Failure(ExitCode::cannotOpen, name + ": " + gDbStrError(GDbCantOpenFile));
-  GDbDatabase* database = nullptr;
+  if (!create && !std::filesystem::exists(parts.path))
+    throw Failure(ExitCode::cannotOpen, shownName + ": " + gDbStrError(GDbCantOpenFile));
+  if (std::filesystem::is_directory(parts.path))
+    throw Failure(ExitCode::cannotOpen, shownName + ": is a directory");
+  readOnly =
+      std::find(parts.options.begin(), parts.options.end(), "readonly") != parts.options.end();
+  if (readOnly)
+    openReadOnly(locator, parts.path);
+  else
+    open(locator);
+  // A person at the command line would rather be told than wait for a lock.
+  run("PRAGMA busy_timeout = 0;");
+  keepReadOnly();
+}
+
+void DbHost::open(const std::string& locator) {
+  GDbDatabase* made = nullptr;
   const LogKeeper log;
-  const GDbStatus status = GDbDatabase::openDatabase(locator.c_str(), &database);
+  const GDbStatus status = GDbDatabase::openDatabase(locator.c_str(), &made);
   // A server's reason says more than the status, and names the database as well.
   if (status == GDbCantOpenFile && !log.text().empty())
     throw Failure(ExitCode::cannotOpen, log.text());
-  require(status, name);
-  opened.reset(database);
+  require(status, shownName);
+  opened.reset(made);
 }
+
+// The backend has no way to open a file for reading only, but the library behind it
+// takes a URI that does (https://www.sqlite.org/uri.html), where it was built so.
+// keepReadOnly() keeps nearly everything from being written where it was not.
+void DbHost::openReadOnly(const std::string& locator, const std::string& path) {
+  const std::string uri = "sqlite3:" + escaped("file:" + escaped(path) + "?mode=ro");
+  GDbDatabase* made = nullptr;
+  if (GDbDatabase::openDatabase(uri.c_str(), &made) == GDbNoError)
+    opened.reset(made);
+  else
+    open(locator);
+}
+
+// The backends ignore an option that they do not know, such as a mistyped one.
+void DbHost::checkOptions(const std::vector<std::string>& options) {
+  static constexpr struct {
+    std::string_view type;
+    std::string_view option;  // with "=", what it begins with
+  } known[] = {{"sqlite3", "readonly"},
+               {"sqlite3", "readwrite"},
+               {"sqlite3", "create"},
+               {"csv", "zipfile="},
+               {"csv", "order="}};
+  if (!isSqlite() && typeId != "csv") return;
+  for (const std::string& option : options) {
+    const bool fits = std::any_of(std::begin(known), std::end(known), [&](const auto& row) {
+      const bool prefix = row.option.back() == '=';
+      return row.type == typeId && (prefix ? option.starts_with(row.option) : option == row.option);
+    });
+    if (!fits && !option.empty())
+      throw Failure(ExitCode::usage, shownName + ": there is no option '" + option + "'");
+  }
+}
+
+// The backend takes a missing archive for an empty one.
+void DbHost::checkArchive(const std::string& directory, const std::vector<std::string>& options) {
+  constexpr std::string_view prefix = "zipfile=";
+  if (typeId != "csv" || !std::filesystem::is_directory(directory)) return;
+  for (const std::string& option : options) {
+    if (!option.starts_with(prefix)) continue;
+    const std::string file = option.substr(prefix.size());
+    if (!std::filesystem::is_regular_file(std::filesystem::path(directory) / file))
+      throw Failure(ExitCode::cannotOpen, shownName + ": there is no archive '" + file + "'");
+  }
+}
+
+void DbHost::run(const std::string& statement) const {
+  GSqlQuery query(sql(), statement);
+  require(query.exec(), shownName, query.getLastError());
+}
+
+void DbHost::keepReadOnly() const {
+  if (readOnly) run("PRAGMA query_only = 1;");
+}
+
+void DbHost::check(GDbStatus status, const std::string& what) const {
+  if (status == GDbNoError) return;
+  if (sql() != nullptr) require(status, what, sql()->getLastError());
+  require(status, what);
+}
+
+// --- Tables and columns ---
 
 std::vector<std::string> DbHost::tables() const {
   std::vector<GDbCatalog::Table> listed;
-  require(GDbCatalog::listTables(opened.get(), &listed), opened->getName());
+  check(GDbCatalog::listTables(opened.get(), &listed), shownName);
   std::vector<std::string> names;
-  for (const GDbCatalog::Table& table : listed)
-    if (table.kind == GDbCatalog::Kind::table) names.push_back(table.name);
+  names.reserve(listed.size());
+  for (const GDbCatalog::Table& entry : listed) names.push_back(entry.name);
   return names;
 }
 
-GDbStructure DbHost::knownColumns(const std::string& name) const {
+std::vector<Column> DbHost::sqliteColumns(const std::string& name) const {
+  enum TableInfo { columnName = 1, columnType = 2, columnHidden = 6 };
+  const std::string statement = "PRAGMA table_xinfo(" + quoted(name) + ");";
+  GSqlQuery query(sql(), statement);
+  require(query.exec(), name, query.getLastError());
+  std::vector<Column> columns;
+  GDbStatus status = query.next();
+  for (; status == GDbNoError; status = query.next()) {
+    Column column;
+    std::int64_t hidden = 0;
+    query.getText(columnName, &column.name);
+    query.getText(columnType, &column.declared);
+    query.getInt64(columnHidden, &hidden);
+    column.declared = column.declared.substr(0, column.declared.find(" GENERATED ALWAYS"));
+    column.type = affinityOf(column.declared);
+    if (hidden != 1) columns.push_back(column);  // 1: an argument of a virtual table
+  }
+  if (status != GDbNoMoreRecords && status != GDbNoResult)
+    require(status, name, query.getLastError());
+  return columns;
+}
+
+std::vector<Column> DbHost::columnsOf(const std::string& name) const {
+  if (isSqlite()) {
+    std::vector<Column> columns = sqliteColumns(name);
+    if (!columns.empty()) return columns;
+    GSqlQuery query(sql(), "SELECT * FROM " + quoted(name) + ";");
+    const GDbStatus status = query.prepare();
+    const std::string text = query.getLastError().getDatabaseText();
+    throw Failure(ExitCode::cannotOpen,
+                  name + ": " + gDbStrError(GDbInvalidTableName) +
+                      (status != GDbNoError && !text.empty() ? " (" + text + ")" : ""));
+  }
   GDbCatalog::Description description;
   const GDbStatus status = GDbCatalog::describeTable(opened.get(), name, &description);
   if (status == GDbRowTooBig)
     throw Failure(ExitCode::usage, name + ": too many columns to be inferred; use --columns");
-  require(status, name);
-  GDbStructure typed;
-  for (const GDbField& field : description.structure.getFields())
-    if (field.getType() != GDbFieldNone) typed.appendField(field);
-  return typed;
-}
-
-std::unique_ptr<GDbTable> DbHost::table(const std::string& name, const std::string& columns) const {
-  const GDbStructure structure = columns.empty() ? knownColumns(name) : parseColumns(columns);
-  GDbTable* table = nullptr;
-  require(opened->openTable(name, &structure, &table), name);
-  return std::unique_ptr<GDbTable>(table);
-}
-
-std::unique_ptr<GDbTable> DbHost::readableTable(const std::string& name,
-                                                const std::string& columns) const {
-  std::unique_ptr<GDbTable> readable = table(name, columns);
-  if (!hasLargeIntegers(readable.get())) return readable;
-  throw Failure(ExitCode::damaged, name + " holds integers beyond 32 bits; loom sql can read them");
-}
-
-bool DbHost::hasLargeIntegers(GDbTable* table) const {
-  if (typeId != "sqlite3") return false;
-  const std::unique_ptr<GDbStructure> structure = structureOf(table);
-  std::string condition;
-  for (const GDbField& field : structure->getFields()) {
-    if (field.getType() != GDbFieldInt && field.getType() != GDbFieldNone) continue;
-    const std::string column = '"' + field.getName() + '"';
-    condition += (condition.empty() ? "" : " OR ") + ("typeof(" + column) + ") = 'integer' AND " +
-                 column + " NOT BETWEEN -2147483648 AND 2147483647";
+  check(status, name);
+  std::vector<Column> columns;
+  for (std::size_t i = 0; i < description.columns.size(); ++i) {
+    const GDbField& field = description.structure.getField(static_cast<int>(i));
+    columns.push_back({field.getName(), field.getType(), description.columns[i].declaredType});
   }
-  if (condition.empty()) return false;
-  GSqlQuery query(sql(),
-                  "SELECT 1 FROM \"" + table->getName() + "\" WHERE " + condition + " LIMIT 1;");
-  require(query.exec(), table->getName());
-  return query.next() == GDbNoError;
+  return columns;
+}
+
+std::vector<Column> DbHost::columnsOf(const std::string& name, const std::string& list) const {
+  if (list.empty()) return columnsOf(name);
+  std::vector<Column> chosen = parseColumns(list);
+  if (typeId == "csv") {
+    for (Column& column : chosen)
+      if (column.type == GDbFieldNone) column.type = GDbFieldString;
+    return chosen;
+  }
+  const std::vector<Column> all = columnsOf(name);
+  for (Column& column : chosen) {
+    const Column& found = all[positionOf(all, column.name)];
+    if (column.type != GDbFieldNone && column.type != found.type)
+      throw Failure(ExitCode::usage, "column " + column.name + " is " +
+                                         std::string(typeName(found.type)) + ", not " +
+                                         std::string(typeName(column.type)));
+    column = found;
+  }
+  return chosen;
+}
+
+std::string DbHost::quotedColumn(const std::string& name) const {
+  return isSqlite() ? quoted(name) : dynamic_cast<GSqlDatabaseImpl*>(sql())->quoteName(name);
+}
+
+std::string DbHost::quotedTable(const std::string& name) const {
+  return isSqlite() ? quoted(name) : dynamic_cast<GSqlDatabaseImpl*>(sql())->quoteTable(name);
+}
+
+// --- Rows ---
+
+std::unique_ptr<GDbTable> DbHost::table(const std::string& name) const {
+  GDbStructure structure;
+  for (const Column& column : columnsOf(name))
+    if (column.type != GDbFieldNone)
+      structure.appendField(GDbField(column.name, column.type, 0, 0, false, false));
+  GDbTable* made = nullptr;
+  check(opened->openTable(name, &structure, &made), name);
+  return std::unique_ptr<GDbTable>(made);
+}
+
+std::unique_ptr<RowSource> DbHost::rows(const std::string& name, const std::string& list) const {
+  return rows(name, list, {});
+}
+
+std::unique_ptr<RowSource> DbHost::rows(const std::string& name, const std::string& list,
+                                        const std::vector<Match>& matches) const {
+  std::vector<Column> columns = columnsOf(name, list);
+  const std::vector<Column> all = matches.empty() || typeId == "csv" ? columns : columnsOf(name);
+  std::vector<std::pair<std::size_t, Cell>> values;
+  for (const Match& match : matches) {
+    const std::size_t at = positionOf(all, match.column);
+    values.emplace_back(at, valueFor(all[at], match));
+  }
+  if (sql() != nullptr) {
+    std::string names;
+    for (const Column& column : columns)
+      names += (names.empty() ? "" : ", ") + quotedColumn(column.name);
+    std::string where;
+    for (const auto& [at, value] : values)
+      where += (where.empty() ? " WHERE " : " AND ") + quotedColumn(all[at].name) + " = ?";
+    GSqlQuery query(sql(), "SELECT " + names + " FROM " + quotedTable(name) + where + ";");
+    for (std::size_t i = 0; i < values.size(); ++i)
+      require(bindCell(query, static_cast<int>(i), values[i].second), name, query.getLastError());
+    require(query.exec(), name, query.getLastError());
+    return rowsOfQuery(name, query, std::move(columns));
+  }
+  std::unique_ptr<RowSource> source;
+  if (typeId == "csv") {
+    const GDbStructure structure = structureOf(columns, GDbFieldString);
+    GDbTable* made = nullptr;
+    check(opened->openTable(name, &structure, &made), name);
+    source = rowsOfTexts(std::unique_ptr<GDbTable>(made), std::move(columns));
+  } else {
+    std::unique_ptr<GDbTable> whole = table(name);
+    std::vector<int> positions;
+    for (const Column& column : columns) {
+      int id = -1;
+      check(whole->getFieldId(column.name.c_str(), &id), name);
+      positions.push_back(id);
+    }
+    source = rowsOfTable(std::move(whole), std::move(columns), std::move(positions));
+  }
+  if (values.empty()) return source;
+  return std::make_unique<MatchingRows>(std::move(source), std::move(values));
 }
 
 }  // namespace loom

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// DbHost: a database that loom has opened, and its tables with a structure
-// found for them.
+// DbHost: a database that loom has opened, and the rows of its tables.
 #ifndef LOOM_DB_HOST_H
 #define LOOM_DB_HOST_H
 
@@ -11,6 +10,7 @@
 #include "loomkit/db/database.h"
 #include "loomkit/db/sql/sql_database.h"
 #include "loomkit/db/table.h"
+#include "row_source.h"
 
 namespace loom {
 
@@ -19,10 +19,13 @@ inline constexpr std::string_view locatorHelp =
     "The database: csv:DIRECTORY, sqlite3:FILE, tessel:FILE or postgresql://USER@HOST/NAME, with "
     "options behind ?. Passwords are better kept in ~/.pgpass than typed here.";
 
-/// Throws Failure where a database or table cannot be opened.
+/// Throws Failure where a database or table cannot be opened. The database's own
+/// words stand behind ours in it.
 class DbHost {
  public:
-  /// Opens the locator. A SQLite file must exist, unless `create` is set.
+  /// Opens the locator. A SQLite file must exist, unless `create` is set, and its
+  /// option "readonly" means what it says, beyond what the backend makes of it. An
+  /// option that the backend would ignore is a usage Failure.
   explicit DbHost(const std::string& locator, bool create = false);
 
   [[nodiscard]] GDbDatabase* database() const { return opened.get(); }
@@ -30,40 +33,63 @@ class DbHost {
   [[nodiscard]] GSqlDatabase* sql() const { return dynamic_cast<GSqlDatabase*>(opened.get()); }
   /// The locator's type in lower case.
   [[nodiscard]] const std::string& type() const { return typeId; }
+  /// The locator as it may be shown, without a password.
+  [[nodiscard]] const std::string& name() const { return shownName; }
+  /// Whether the database is a SQLite file.
+  [[nodiscard]] bool isSqlite() const { return typeId == "sqlite3"; }
 
-  /// The names of the tables, sorted; views are left out.
+  /// The names of the tables and views, sorted.
   [[nodiscard]] std::vector<std::string> tables() const;
 
-  /// Opens a table. `columns` is "name:type,..." with the types int, uint,
-  /// float, string and blob; without it a CSV table's columns are inferred.
-  [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name,
-                                                const std::string& columns) const;
+  /// The columns of a table or view; those of a CSV table are inferred.
+  [[nodiscard]] std::vector<Column> columnsOf(const std::string& name) const;
 
-  /// The same for a table whose values are to be read. A SQLite table with
-  /// integers beyond 32 bits is a Failure: a record would have only the lower 32
-  /// bits of them.
-  [[nodiscard]] std::unique_ptr<GDbTable> readableTable(const std::string& name,
-                                                        const std::string& columns) const;
+  /// The columns that `list`, "name:type,...", chooses, in its order. Those of a CSV
+  /// table are what the list says; of other tables it names columns, and may leave
+  /// the types out. An empty list chooses all.
+  [[nodiscard]] std::vector<Column> columnsOf(const std::string& name,
+                                              const std::string& list) const;
+
+  /// The rows of a table or view with the columns of columnsOf().
+  [[nodiscard]] std::unique_ptr<RowSource> rows(const std::string& name,
+                                                const std::string& list) const;
+
+  /// The rows whose columns hold the values.
+  struct Match {
+    std::string column;
+    std::string value;
+  };
+  [[nodiscard]] std::unique_ptr<RowSource> rows(const std::string& name, const std::string& list,
+                                                const std::vector<Match>& matches) const;
+
+  /// Opens a table for its own operations, with all columns of a known type.
+  [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name) const;
+
+  /// The name of a column, or of a table, as SQL has it, whatever is in it.
+  /// Requires: sql() is not null.
+  [[nodiscard]] std::string quotedColumn(const std::string& name) const;
+  [[nodiscard]] std::string quotedTable(const std::string& name) const;
+
+  /// Throws a Failure of a status with the database's own words.
+  void check(GDbStatus status, const std::string& what) const;
+
+  /// Keeps a read-only database from being written to, also when the statement
+  /// before has made it writable again.
+  void keepReadOnly() const;
 
  private:
-  [[nodiscard]] bool hasLargeIntegers(GDbTable* table) const;
-  // The columns that the database tells of a table. One whose type is not known,
-  // such as a DATE, is left out: it would keep the table from being opened. An
-  // SQL table has all of its columns all the same.
-  [[nodiscard]] GDbStructure knownColumns(const std::string& name) const;
+  void checkOptions(const std::vector<std::string>& options);
+  void open(const std::string& locator);
+  void checkArchive(const std::string& directory, const std::vector<std::string>& options);
+  void openReadOnly(const std::string& locator, const std::string& path);
+  void run(const std::string& statement) const;
+  [[nodiscard]] std::vector<Column> sqliteColumns(const std::string& name) const;
 
+  std::string shownName;
   std::string typeId;
   std::unique_ptr<GDbDatabase> opened;
+  bool readOnly = false;
 };
-
-/// "int", "uint", "float", "string", "blob"; "none" for what has no type.
-[[nodiscard]] std::string_view typeName(GDbFieldType type);
-
-/// The table's structure, which must be there.
-[[nodiscard]] std::unique_ptr<GDbStructure> structureOf(GDbTable* table);
-
-/// Throws the Failure that fits when `status` is not 0.
-void require(GDbStatus status, const std::string& what);
 
 }  // namespace loom
 

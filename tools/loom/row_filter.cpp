@@ -1,14 +1,55 @@
 // SPDX-License-Identifier: MIT
 #include "row_filter.h"
 
+#include "console.h"
+
 namespace loom {
 
-RowFilter::RowFilter(const Invocation& call) : filter(call.value("--where")) {}
+RowFilter::RowFilter(const Invocation& call) : expression(call.value("--where")) {
+  engine.setParamSet(params);
+}
 
-bool RowFilter::admits(const GDbTypedRow& row) {
-  const std::optional<bool> admitted = filter.admits(row);
-  if (!admitted) throw Failure(ExitCode::evaluation, "--where failed: " + filter.getExpression());
-  return *admitted;
+RowFilter::~RowFilter() { params->decRef(); }
+
+bool RowFilter::admits(const RowSource& source, const Row& row) {
+  if (expression.empty()) return true;
+  if (firstKinds.empty())
+    for (const Cell& cell : row) firstKinds.push_back(kindOf(cell));
+  params->clear();
+  for (std::size_t i = 0; i < row.size(); ++i) setColumn(source.columns()[i].name, row[i]);
+  bool result = false;
+  if (engine.evalBool(expression.c_str(), &result)) return result;
+  throw RowFailure(ExitCode::evaluation,
+                   source.name() + ": row " + std::to_string(source.number()) +
+                       ": --where failed: " + expression + changedColumn(source, row));
+}
+
+void RowFilter::setColumn(const std::string& name, const Cell& cell) {
+  if (isNull(cell))
+    params->set(name, GRpnValue());
+  else if (const auto* integer = std::get_if<std::int64_t>(&cell))
+    params->set(name, static_cast<double>(*integer));
+  else if (const auto* real = std::get_if<double>(&cell))
+    params->set(name, *real);
+  else
+    params->set(name, cellText(cell));
+}
+
+std::string RowFilter::changedColumn(const RowSource& source, const Row& row) const {
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const std::string& name = source.columns()[i].name;
+    if (kindOf(row[i]) == firstKinds[i] || expression.find('$' + name) == std::string::npos)
+      continue;
+    return "; $" + name + " is " + std::string(kindOf(row[i])) + " here and was " +
+           std::string(firstKinds[i]) + " in the first row";
+  }
+  return {};
+}
+
+void reportSkipped(const RowSource& source, unsigned long skipped) {
+  if (skipped == 0) return;
+  complain(source.name() + ": " + std::to_string(skipped) +
+           (skipped == 1 ? " record was skipped" : " records were skipped"));
 }
 
 }  // namespace loom

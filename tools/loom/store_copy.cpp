@@ -7,9 +7,9 @@
 #include "db_host.h"
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
-#include "loomkit/db/table_scan.h"
 #include "loomkit/streams/file.h"
 #include "progress_bar.h"
+#include "table_copy.h"
 #include "tessel/writer.h"
 
 namespace loom {
@@ -46,7 +46,7 @@ void keepTables(const std::string& locator, const std::string& path, GTesselWrit
   if (!GFile(path).exists()) return;
   const DbHost old(locator);
   for (const std::string& name : old.tables()) {
-    const std::unique_ptr<GDbTable> table = old.table(name, "");
+    const std::unique_ptr<GDbTable> table = old.table(name);
     writer->setPatternFields(patternFields(old.database(), name));
     requireWritten(*writer, writer->addTable(name, table.get()));
   }
@@ -63,42 +63,29 @@ void addIndexes(const std::vector<std::string>& indexes, GDbStructure* structure
 
 }  // namespace
 
-std::uint64_t countForBar(GDbTable* table) {
-  if (!ProgressBar::watched()) return 0;
-  std::uint64_t count = 0;
-  GDbTableScan scan(table);
-  for (auto row = scan.begin(); row != scan.end(); ++row) ++count;
-  return count;
-}
-
 bool isStoreLocator(const std::string& locator) {
   return loomkit::locatorType(locator) == "tessel";
 }
 
-unsigned long copyToStore(GDbTable* source, const std::string& locator, const std::string& name,
-                          const std::vector<std::string>& indexes) {
+unsigned long copyToStore(RowSource& source, GDbStructure structure, const std::string& locator,
+                          const std::string& name, const std::vector<std::string>& indexes,
+                          std::uint64_t total) {
   const std::string path = storePath(locator);
-  GDbStructure structure = *structureOf(source);
   addIndexes(indexes, &structure);
   GTesselWriter writer(path);
   keepTables(locator, path, &writer);
   requireWritten(writer, writer.beginTable(name, structure));
-  unsigned long count = 0;
   {
-    ProgressBar progress(source->getName(), countForBar(source));
-    GDbRecordSet one;
-    GDbStatus status = source->getFirstRecord(&one);
-    while (status == GDbNoError && one.getNumRecords() > 0) {
-      requireWritten(writer, writer.addRecord(*one.getRecord(0)));
-      one.clear();
-      progress.show(++count);
-      status = source->getNextRecord(&one);
+    ProgressBar progress(source.name(), total);
+    Row row;
+    while (source.next(&row)) {
+      requireWritten(writer, writer.addRecord(*recordOf(source, row, name)));
+      progress.show(source.number());
     }
-    require(status, source->getName());
   }
   requireWritten(writer, writer.endTable());
   requireWritten(writer, writer.commit());
-  return count;
+  return source.number();
 }
 
 }  // namespace loom

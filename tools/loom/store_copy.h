@@ -7,23 +7,23 @@
 #include <string>
 #include <vector>
 
-#include "loomkit/db/table.h"
+#include "loomkit/db/structure.h"
+#include "row_source.h"
 
 namespace loom {
-
-/// How many records there are to copy, for the progress bar; 0 where nobody is
-/// watching it, since counting reads the whole table.
-std::uint64_t countForBar(GDbTable* table);
 
 /// True for a locator of the type "tessel".
 bool isStoreLocator(const std::string& locator);
 
 /// Writes the store of `locator` anew, with the tables that it has and with the
-/// table `name`, a copy of `source`. Each of `indexes` is "COLUMN,..." or
-/// "COLUMN,...:unique", beside the indexes that the source tells of. Returns the
-/// number of records. Throws a Failure; then the store is as it was.
-unsigned long copyToStore(GDbTable* source, const std::string& locator, const std::string& name,
-                          const std::vector<std::string>& indexes);
+/// table `name`, a copy of `source` with the columns and indexes of `structure`. Each
+/// of `indexes` is "COLUMN,..." or "COLUMN,...:unique", beside those. `total` is the
+/// number of rows for the progress bar, 0 where it is not known. Returns the number of
+/// records. Throws a Failure, which names row and column where the store cannot hold a
+/// value; then the store is as it was.
+unsigned long copyToStore(RowSource& source, GDbStructure structure, const std::string& locator,
+                          const std::string& name, const std::vector<std::string>& indexes,
+                          std::uint64_t total);
 
 }  // namespace loom
 

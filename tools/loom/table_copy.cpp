@@ -1,147 +1,227 @@
 // SPDX-License-Identifier: MIT
 #include "table_copy.h"
 
-#include <cstdint>
+#include <limits>
+#include <memory>
 
 #include "command.h"
 #include "db_host.h"
-#include "loomkit/db/sql/sql_database_impl.h"
+#include "loomkit/db/record_owner.h"
 #include "loomkit/db/sql/sql_query.h"
-#include "loomkit/db/table_scan.h"
+#include "loomkit/db/table.h"
 #include "progress_bar.h"
-#include "store_copy.h"
 
 namespace loom {
 
 namespace {
 
-// Inserts records in portions that fit into memory. insertRecords() stores a
-// NULL as the placeholder behind it, so a record with a NULL is inserted by a
-// statement of its own where the database knows SQL.
-class Inserter {
- public:
-  /// `commitEvery`: so many records, where the database has transactions; 0: never.
-  Inserter(GDbTable* table, const DbHost& host, const GDbStructure& columns,
-           unsigned long commitEvery)
-      : target(table),
-        sql(host.sql()),
-        transaction(host.database()->getTransactionHandler()),
-        structure(columns),
-        batchSize(commitEvery) {}
+template <typename Number>
+bool fits(std::int64_t value) {
+  return value >= std::numeric_limits<Number>::min() && value <= std::numeric_limits<Number>::max();
+}
 
-  /// Takes the set's first record.
-  void add(GDbRecordSet& set) {
-    const GDbTypedRow row(*set.getRecord(0), structure);
-    if (sql != nullptr && hasNull(row)) {
-      flush();
-      insertByStatement(row);
-    } else {
-      batch.addRecord(set.releaseRecord(0));
-      if (batch.getNumRecords() == portion) flush();
+bool addField(GDbRecord* record, GDbFieldType type, const Cell& cell) {
+  if (const auto* integer = std::get_if<std::int64_t>(&cell)) {
+    if (type == GDbFieldInt && fits<int>(*integer))
+      record->addIntField(static_cast<int>(*integer));
+    else if (type == GDbFieldUInt && fits<unsigned>(*integer))
+      record->addUIntField(static_cast<unsigned>(*integer));
+    else
+      return false;
+    return true;
+  }
+  if (const auto* real = std::get_if<double>(&cell)) {
+    if (type != GDbFieldFloat) return false;
+    record->addFloatField(*real);
+    return true;
+  }
+  if (const auto* text = std::get_if<std::string>(&cell)) {
+    if (type != GDbFieldString || text->find('\0') != std::string::npos) return false;
+    record->addStringField(*text);
+    return true;
+  }
+  const auto* blob = std::get_if<Blob>(&cell);
+  if (blob == nullptr || type != GDbFieldBlob) return false;
+  record->addBlobField(blob->bytes.data(), static_cast<unsigned>(blob->bytes.size()));
+  return true;
+}
+
+/// Takes rows into a table that it has made.
+class Target {
+ public:
+  Target(const RowSource& itsSource, std::string itsName)
+      : source(itsSource), name(std::move(itsName)) {}
+  Target(const Target&) = delete;
+  Target& operator=(const Target&) = delete;
+  virtual ~Target() = default;
+
+  virtual void add(const Row& row) = 0;
+  virtual void flush() = 0;
+
+ protected:
+  const RowSource& source;
+  const std::string name;
+};
+
+// Inserts by statements, in portions: a server is sent many at once.
+class SqlTarget : public Target {
+ public:
+  SqlTarget(const RowSource& itsSource, const std::string& itsName, const DbHost& host)
+      : Target(itsSource, itsName), sqlite(host.isSqlite()) {
+    std::string columns;
+    std::string marks;
+    for (const Column& column : source.columns()) {
+      columns += (columns.empty() ? "" : ", ") + host.quotedColumn(column.name);
+      marks += marks.empty() ? "?" : ", ?";
     }
-    ++count;
-    if (batchSize != 0 && count % batchSize == 0) commit();
+    statement = GSqlQuery(host.sql(), "INSERT INTO " + host.quotedTable(name) + " (" + columns +
+                                          ") VALUES (" + marks + ");");
   }
 
-  void flush() {
-    require(target->insertRecords(batch), target->getName());
+  void add(const Row& row) override {
+    held.push_back(row);
+    if (held.size() == portion) flush();
+  }
+
+  void flush() override {
+    unsigned long bound = 0;
+    const GDbStatus status =
+        statement.execMany(static_cast<unsigned>(held.size()), [&](unsigned i) {
+          bound = i + 1;
+          return bindRow(held[i]);
+        });
+    if (status != GDbNoError) {
+      const unsigned long before = source.number() - held.size();
+      std::string place = name + ": row " + std::to_string(before + bound);
+      // A server tells only that one of those that it was sent has failed.
+      if (!sqlite) place += " or one before it";
+      require(status, place, statement.getLastError());
+    }
+    held.clear();
+  }
+
+ private:
+  static constexpr std::size_t portion = 1000;
+
+  GDbStatus bindRow(const Row& row) {
+    GDbStatus status = statement.reset();
+    for (std::size_t i = 0; i < row.size() && status == GDbNoError; ++i)
+      status = bindCell(statement, static_cast<int>(i), row[i]);
+    return status;
+  }
+
+  bool sqlite;
+  GSqlQuery statement;
+  std::vector<Row> held;
+};
+
+// Inserts records, which have 32 bits for an integer, texts without NUL and no NULL.
+class RecordTarget : public Target {
+ public:
+  RecordTarget(const RowSource& itsSource, const std::string& itsName,
+               std::unique_ptr<GDbTable> itsTable)
+      : Target(itsSource, itsName), table(std::move(itsTable)) {}
+
+  void add(const Row& row) override {
+    batch.addRecord(recordOf(source, row, name).release());
+    if (batch.getNumRecords() == portion) flush();
+  }
+
+  void flush() override {
+    require(table->insertRecords(batch), name);
     batch.clear();
   }
-
-  [[nodiscard]] unsigned long getCount() const { return count; }
 
  private:
   static constexpr unsigned portion = 1000;
 
-  void commit() {
-    flush();
-    if (transaction == nullptr) return;
-    require(transaction->commit(), target->getName());
-    require(transaction->begin(), target->getName());
-  }
-
-  static bool hasNull(const GDbTypedRow& row) {
-    for (int field = 0; field < row.getNumFields(); ++field) {
-      if (row.isNull(field)) return true;
-    }
-    return false;
-  }
-
-  void insertByStatement(const GDbTypedRow& row) {
-    if (statement.isNull()) {
-      std::string marks = "?";
-      for (int field = 1; field < row.getNumFields(); ++field) marks += ", ?";
-      const std::string table = dynamic_cast<GSqlDatabaseImpl&>(*sql).quoteTable(target->getName());
-      statement = GSqlQuery(sql, "INSERT INTO " + table + " VALUES (" + marks + ");");
-    }
-    for (int field = 0; field < row.getNumFields(); ++field)
-      require(bind(row, field), target->getName());
-    require(statement.exec(), target->getName());
-    require(statement.reset(), target->getName());
-  }
-
-  GDbStatus bind(const GDbTypedRow& row, int field) {
-    if (const auto number = row.getInt(field)) return statement.bindInt(field, *number);
-    if (const auto number = row.getUInt(field))
-      return statement.bindInt(field, static_cast<int>(*number));
-    if (const auto number = row.getFloat(field)) return statement.bindDouble(field, *number);
-    if (const auto text = row.getString(field))
-      return statement.bindText(field, std::string(*text), 0, GSqlQuery::npos);
-    if (const auto blob = row.getBlob(field))
-      return statement.bindBlob(field, const_cast<char*>(blob->data()),
-                                static_cast<unsigned>(blob->size()), true);
-    return statement.bindNull(field);
-  }
-
-  GDbTable* target;
-  GSqlDatabase* sql;
-  GDbTransactionHandler* transaction;
-  const GDbStructure& structure;
-  unsigned long batchSize;
-  GSqlQuery statement;
+  std::unique_ptr<GDbTable> table;
   GDbRecordSet batch;
-  unsigned long count = 0;
 };
 
-void copyRecords(GDbTable* from, Inserter& inserter) {
-  ProgressBar progress(from->getName(), countForBar(from));
-  GDbRecordSet one;
-  GDbStatus status = from->getFirstRecord(&one);
-  while (status == GDbNoError && one.getNumRecords() > 0) {
-    inserter.add(one);
-    one.clear();
-    progress.show(inserter.getCount());
-    status = from->getNextRecord(&one);
-  }
-  require(status, from->getName());
-  inserter.flush();
+std::string_view sqliteType(const Column& column) {
+  constexpr std::string_view types[] = {"", "INTEGER", "INTEGER", "FLOAT", "TEXT", "BLOB"};
+  return types[column.type];
 }
 
-// A column without a type, such as a DATE of SQLite, has no counterpart.
-void requireTypes(const std::string& table, const GDbStructure& structure) {
-  for (const GDbField& field : structure.getFields())
-    if (field.getType() == GDbFieldNone)
-      throw Failure(ExitCode::damaged, table + ": column " + field.getName() +
-                                           " has no type that other databases know");
+// SQLite's own words for the columns are kept, so that a DATE stays one.
+void createSqliteTable(const DbHost& to, const std::string& name,
+                       const std::vector<Column>& columns) {
+  std::string list;
+  for (const Column& column : columns) {
+    list += (list.empty() ? "" : ", ") + to.quotedColumn(column.name) + " ";
+    list += column.declared.empty() ? sqliteType(column) : std::string_view(column.declared);
+  }
+  GSqlQuery query(to.sql(), "CREATE TABLE " + to.quotedTable(name) + " (" + list + ");");
+  if (query.exec() == GDbNoError) return;
+  throw Failure(ExitCode::cannotWrite, name + ": " + query.getLastError().getText());
+}
+
+std::unique_ptr<Target> makeTarget(const RowSource& source, const DbHost& to,
+                                   const std::string& name) {
+  if (to.isSqlite()) {
+    createSqliteTable(to, name, source.columns());
+    return std::make_unique<SqlTarget>(source, name, to);
+  }
+  const GDbStructure structure = structureOf(source);
+  GDbTable* made = nullptr;
+  const GDbStatus status = to.database()->createTable(name, &structure, &made);
+  if (status != GDbNoError) {
+    const std::string words =
+        to.sql() != nullptr ? to.sql()->getLastError().getText() : gDbStrError(status);
+    throw Failure(ExitCode::cannotWrite, name + ": " + words);
+  }
+  std::unique_ptr<GDbTable> table(made);
+  if (to.sql() != nullptr) return std::make_unique<SqlTarget>(source, name, to);
+  return std::make_unique<RecordTarget>(source, name, std::move(table));
 }
 
 }  // namespace
 
-unsigned long copyTable(GDbTable* source, const std::string& locator, const std::string& name,
-                        unsigned long batch) {
-  const std::unique_ptr<GDbStructure> structure = structureOf(source);
-  requireTypes(source->getName(), *structure);
+GDbStructure structureOf(const RowSource& source) {
+  GDbStructure structure;
+  for (const Column& column : source.columns()) {
+    if (column.type == GDbFieldNone)
+      throw Failure(ExitCode::damaged, source.name() + ": column " + column.name +
+                                           " has no type that other databases know");
+    structure.appendField(GDbField(column.name, column.type, 0, 0, false, false));
+  }
+  return structure;
+}
+
+loomkit::RecordOwner recordOf(const RowSource& source, const Row& row, const std::string& target) {
+  loomkit::RecordOwner record(new GDbRecord);
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    const Column& column = source.columns()[i];
+    if (addField(record.get(), column.type, row[i])) continue;
+    throw Failure(ExitCode::cannotWrite, target + ": row " + std::to_string(source.number()) +
+                                             ", column " + column.name + ": cannot hold " +
+                                             std::string(kindOf(row[i])) +
+                                             (isNull(row[i]) ? "" : ", " + cellText(row[i])));
+  }
+  return record;
+}
+
+unsigned long copyRows(RowSource& source, const std::string& locator, const std::string& name,
+                       unsigned long batch, std::uint64_t total) {
   const DbHost to(locator, true);
   GDbTransactionHandler* transaction = to.database()->getTransactionHandler();
-  if (transaction != nullptr) require(transaction->begin(), to.database()->getName());
-  GDbTable* made = nullptr;
-  const GDbStatus status = to.database()->createTable(name, structure.get(), &made);
-  if (status != GDbNoError) throw Failure(ExitCode::cannotWrite, name + ": " + gDbStrError(status));
-  const std::unique_ptr<GDbTable> target(made);
-  Inserter inserter(target.get(), to, *structure, batch);
-  copyRecords(source, inserter);
-  if (transaction != nullptr) require(transaction->commit(), to.database()->getName());
-  return inserter.getCount();
+  if (transaction != nullptr) to.check(transaction->begin(), to.name());
+  const std::unique_ptr<Target> target = makeTarget(source, to, name);
+  ProgressBar progress(source.name(), total);
+  Row row;
+  while (source.next(&row)) {
+    target->add(row);
+    if (batch != 0 && transaction != nullptr && source.number() % batch == 0) {
+      target->flush();
+      to.check(transaction->commit(), to.name());
+      to.check(transaction->begin(), to.name());
+    }
+    progress.show(source.number());
+  }
+  target->flush();
+  if (transaction != nullptr) to.check(transaction->commit(), to.name());
+  return source.number();
 }
 
 }  // namespace loom

@@ -14,6 +14,10 @@ enum class StandardStream { input = 0, output = 1, error = 2 };
 /// True when a person sits at the other end of the stream.
 [[nodiscard]] bool isTerminal(StandardStream stream);
 
+/// How many columns the terminal at the other end of the stream has; 0 when there is
+/// no terminal, or when it does not tell.
+[[nodiscard]] std::size_t terminalWidth(StandardStream stream);
+
 /// Reads what is there, at least one byte, waiting only for the first; past
 /// the file's own buffer, so do not mix with other reads. 0 at the end; below
 /// 0 after an error, which errno then holds.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "../terminal.h"
 
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -26,6 +27,12 @@ void showAgain() {
 }  // namespace
 
 bool isTerminal(StandardStream stream) { return isatty(static_cast<int>(stream)) == 1; }
+
+std::size_t terminalWidth(StandardStream stream) {
+  winsize size{};
+  if (ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) != 0) return 0;
+  return size.ws_col;
+}
 
 long readSome(std::FILE* file, char* buffer, std::size_t size) {
   for (;;) {

@@ -1,0 +1,234 @@
+// SPDX-License-Identifier: MIT
+#include "row_source.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "loomkit/db/record_set.h"
+#include "loomkit/db/structure.h"
+
+namespace loom {
+
+namespace {
+
+constexpr std::string_view typeNames[] = {"none", "int", "uint", "float", "string", "blob"};
+
+ExitCode exitCodeOf(GDbStatus status) {
+  switch (status) {
+    case GDbFieldTypeMismatch:
+    case GDbFieldCountMismatch:
+    case GDbInternalError:
+      return ExitCode::damaged;
+    case GDbSqlError:
+    case GDbConstraintViolation:
+    case GDbTableReadOnly:
+      return ExitCode::evaluation;
+    default:
+      return ExitCode::cannotOpen;
+  }
+}
+
+// Reads the columns of a query's current row. Nearly always a column holds what it
+// held in the row before, so that is tried first: a getter that does not fit has
+// to make an error of it.
+class QueryRows : public RowSource {
+ public:
+  QueryRows(std::string itsName, const GSqlQuery& itsQuery, std::vector<Column> itsColumns)
+      : RowSource(std::move(itsName), std::move(itsColumns)),
+        query(itsQuery),
+        expected(fields.size(), 0) {}
+
+ protected:
+  bool read(Row* row) override {
+    const GDbStatus status = query.next();
+    if (status == GDbNoMoreRecords || status == GDbNoResult) return false;
+    require(status, name(), query.getLastError());
+    row->resize(fields.size());
+    for (std::size_t i = 0; i < fields.size(); ++i) readColumn(i, &(*row)[i]);
+    return true;
+  }
+
+ private:
+  using Reader = GDbStatus (QueryRows::*)(int column, Cell* cell);
+
+  GDbStatus readInteger(int column, Cell* cell) {
+    return query.getInt64(column, &cell->emplace<std::int64_t>());
+  }
+  GDbStatus readReal(int column, Cell* cell) {
+    return query.getDouble(column, &cell->emplace<double>());
+  }
+  GDbStatus readText(int column, Cell* cell) {
+    return query.getWholeText(column, &cell->emplace<std::string>());
+  }
+  GDbStatus readBlob(int column, Cell* cell) {
+    const void* bytes = nullptr;
+    unsigned size = 0;
+    const GDbStatus status = query.getBlob(column, &bytes, &size);
+    cell->emplace<Blob>().bytes.assign(static_cast<const char*>(bytes), size);
+    return status;
+  }
+  // A type that no getter knows, such as a decimal number of a server.
+  GDbStatus readRecord(int column, Cell* cell) {
+    const GDbRecord* record = query.getRecord();
+    if (record == nullptr) return query.getLastError().getStatus();
+    const GDbStructure nameless;
+    *cell = cellOf(GDbTypedRow(*record, nameless), column);
+    return GDbNoError;
+  }
+
+  void readColumn(std::size_t index, Cell* cell) {
+    constexpr Reader readers[] = {&QueryRows::readInteger, &QueryRows::readReal,
+                                  &QueryRows::readText, &QueryRows::readBlob,
+                                  &QueryRows::readRecord};
+    const int column = static_cast<int>(index);
+    std::size_t reader = expected[index];
+    GDbStatus status = (this->*readers[reader])(column, cell);
+    for (std::size_t i = 0; status == GDbFieldTypeMismatch && i < std::size(readers); ++i)
+      status = (this->*readers[reader = i])(column, cell);
+    if (status == GDbColumnIsNull) {
+      *cell = {};
+      return;
+    }
+    require(status, place(fields[index].name), query.getLastError());
+    expected[index] = reader;
+  }
+
+  GSqlQuery query;
+  std::vector<std::size_t> expected;  // the reader of each column
+};
+
+// Walks over the records of a table.
+class TableRows : public RowSource {
+ public:
+  TableRows(std::unique_ptr<GDbTable> itsTable, std::vector<Column> itsColumns,
+            std::vector<int> itsPositions)
+      : RowSource(itsTable->getName(), std::move(itsColumns)),
+        table(std::move(itsTable)),
+        positions(std::move(itsPositions)) {}
+
+ protected:
+  bool read(Row* row) override {
+    if (!readRecord()) return false;
+    const GDbTypedRow record(*one.getRecord(0), nameless);
+    row->resize(fields.size());
+    for (std::size_t i = 0; i < fields.size(); ++i)
+      (*row)[i] = convert(cellOf(record, positions[i]), fields[i]);
+    return true;
+  }
+
+  virtual Cell convert(Cell cell, const Column& /*column*/) { return cell; }
+
+ private:
+  // A record that is not what it must be ends nothing: the table has moved behind it.
+  bool readRecord() {
+    one.clear();
+    const GDbStatus status =
+        std::exchange(started, true) ? table->getNextRecord(&one) : table->getFirstRecord(&one);
+    if (status == GDbFieldTypeMismatch || status == GDbFieldCountMismatch)
+      throw RowFailure(ExitCode::damaged, place({}) + ": " + gDbStrError(status));
+    require(status, name());
+    return one.getNumRecords() > 0;
+  }
+
+  std::unique_ptr<GDbTable> table;
+  std::vector<int> positions;
+  GDbRecordSet one;
+  const GDbStructure nameless;
+  bool started = false;
+};
+
+// The backend of CSV files keeps 32 bits of an integer, so the texts are read here.
+class TextRows : public TableRows {
+ public:
+  using TableRows::TableRows;
+
+ protected:
+  Cell convert(Cell cell, const Column& column) override {
+    const std::string& text = std::get<std::string>(cell);
+    Cell value;
+    if (readCell(text, column.type, &value)) return value;
+    throw RowFailure(ExitCode::damaged, place(column.name) + ": '" + text + "' is no " +
+                                            std::string(typeName(column.type)));
+  }
+};
+
+std::vector<int> allPositions(std::size_t count) {
+  std::vector<int> positions;
+  for (std::size_t i = 0; i < count; ++i) positions.push_back(static_cast<int>(i));
+  return positions;
+}
+
+}  // namespace
+
+bool RowSource::next(Row* row) {
+  ++count;
+  if (read(row)) return true;
+  --count;
+  return false;
+}
+
+std::string RowSource::place(const std::string& column) const {
+  const std::string row = title + ": row " + std::to_string(count);
+  return column.empty() ? row : row + ", column " + column;
+}
+
+std::unique_ptr<RowSource> rowsOfQuery(const std::string& name, const GSqlQuery& query,
+                                       std::vector<Column> columns) {
+  return std::make_unique<QueryRows>(name, query, std::move(columns));
+}
+
+std::unique_ptr<RowSource> rowsOfTable(std::unique_ptr<GDbTable> table, std::vector<Column> columns,
+                                       std::vector<int> positions) {
+  return std::make_unique<TableRows>(std::move(table), std::move(columns), std::move(positions));
+}
+
+std::unique_ptr<RowSource> rowsOfTexts(std::unique_ptr<GDbTable> table,
+                                       std::vector<Column> columns) {
+  std::vector<int> positions = allPositions(columns.size());
+  return std::make_unique<TextRows>(std::move(table), std::move(columns), std::move(positions));
+}
+
+bool readCell(const std::string& text, GDbFieldType type, Cell* cell) {
+  if (type == GDbFieldString) {
+    *cell = text;
+    return true;
+  }
+  std::string number = text.substr(std::min(text.size(), text.find_first_not_of(" \t")));
+  number.erase(number.find_last_not_of(" \t") + 1);
+  if (number.size() > 1 && number[0] == '+' && number[1] != '-') number.erase(0, 1);
+  if (type == GDbFieldFloat) return readReal(number, &cell->emplace<double>());
+  std::int64_t value = 0;
+  if (!readInteger(number, &value) || (type == GDbFieldUInt && value < 0)) return false;
+  *cell = value;
+  return type == GDbFieldInt || type == GDbFieldUInt;
+}
+
+GDbStatus bindCell(GSqlQuery& query, int index, const Cell& cell) {
+  if (const auto* integer = std::get_if<std::int64_t>(&cell))
+    return query.bindInt64(index, *integer);
+  if (const auto* real = std::get_if<double>(&cell)) return query.bindDouble(index, *real);
+  if (const auto* text = std::get_if<std::string>(&cell))
+    return query.bindText(index, text->c_str(), static_cast<int>(text->size()), true);
+  if (const auto* blob = std::get_if<Blob>(&cell))
+    return query.bindBlob(index, const_cast<char*>(blob->bytes.c_str()),
+                          static_cast<unsigned>(blob->bytes.size()), true);
+  return query.bindNull(index);
+}
+
+std::string_view typeName(GDbFieldType type) {
+  return type >= 0 && type <= GDbFieldBlob ? typeNames[type] : typeNames[0];
+}
+
+void require(GDbStatus status, const std::string& what, const GSqlError& error) {
+  if (status == GDbNoError) return;
+  std::string text = what + ": " + gDbStrError(status);
+  if (error.getStatus() == status && !error.getDatabaseText().empty())
+    text += " (" + error.getDatabaseText() + ")";
+  throw Failure(exitCodeOf(status), text);
+}
+
+void require(GDbStatus status, const std::string& what) {
+  require(status, what, GSqlError(GDbNoError));
+}
+
+}  // namespace loom
