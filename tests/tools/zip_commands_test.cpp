@@ -42,6 +42,8 @@ TEST(ZipCommand, SaysWhatIsMissing) {
   writeFile(dir + "/x.zip", zipOf({{"a", "text"}}));
   EXPECT_EQ(runLoom({"zip", "ls", dir + "/none"}),
             (Ended{3, "", "loom: cannot open " + dir + "/none: No such file or directory\n"}));
+  EXPECT_EQ(runLoom({"zip", "ls", dir}),
+            (Ended{3, "", "loom: cannot open " + dir + ": Is a directory\n"}));
   EXPECT_EQ(runLoom({"zip", "cat", dir + "/x.zip", "b", "a"}),
             (Ended{1, "text", "loom: there is no member b\n"}));
   EXPECT_EQ(runLoom({"zip", "x", dir + "/x.zip", "b", "-d", dir}).code, 1);
@@ -137,14 +139,20 @@ TEST(ZipCommand, ReplacesOnlyWhenToldAndOnlyWhenComplete) {
   EXPECT_EQ(shell(cd + "loom zip x --force x.zip"), (Ended{0, "", ""}));
 }
 
-TEST(ZipCommand, MuchOfTheSameIsNoDamageButNeedsAWord) {
+TEST(ZipCommand, MuchOfTheSameNeedsAWordBeyond64MiB) {
   const std::string dir = newFolder();
   const std::string cd = "cd " + dir + " && ";
   EXPECT_EQ(shell(cd + "head -c 20000000 /dev/zero > zeros && loom zip new x.zip zeros &&"
-                       " loom zip test x.zip"),
+                       " loom zip test x.zip && loom zip x x.zip -d out && cmp zeros out/zeros"),
             (Ended{0, "1 good, 0 damaged\n", ""}));
-  EXPECT_EQ(shell(cd + "loom zip x x.zip -d out").code, 4);
-  EXPECT_EQ(shell(cd + "loom zip x --no-limits x.zip -d out && cmp zeros out/zeros"),
+  const std::string refused =
+      "loom: y.zip: many is larger than is allowed\nloom: --no-limits reads it all the same\n";
+  EXPECT_EQ(shell(cd + "head -c 70000000 /dev/zero > many && loom zip new y.zip many &&"
+                       " loom zip x y.zip -d out"),
+            (Ended{4, "", refused}));
+  EXPECT_EQ(shell(cd + "loom zip test y.zip"), (Ended{4, "0 good, 1 damaged\n", refused}));
+  EXPECT_EQ(shell(cd + "ls out").out, "zeros\n");
+  EXPECT_EQ(shell(cd + "loom zip x --no-limits y.zip -d out && cmp many out/many"),
             (Ended{0, "", ""}));
 }
 
@@ -161,6 +169,141 @@ TEST(ZipCommand, IsReproducibleWhenAskedFor) {
                   " && TZ=UTC0 loom zip new --reproducible a.zip d && touch d/1"
                   " && TZ=XXX-9 loom zip new --reproducible b.zip d/2 d/1 && cmp a.zip b.zip"),
             (Ended{0, "", ""}));
+}
+
+TEST(ZipCommand, KeepsTimesRightsAndEmptyDirectories) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && umask 022 && ";
+  const std::string look = "(cd t && find . -printf '%p %m %T@\\n' | sort)";
+  ASSERT_EQ(shell(cd + "mkdir -p t/empty t/sub/deep && echo 1 > t/private && echo 2 > t/sub/run &&"
+                       " chmod 600 t/private && chmod 755 t/sub/run && chmod 500 t/sub/deep &&"
+                       " touch -d '2001-02-03 04:05:07' t/private t/empty t/sub/deep t/sub t &&"
+                       " loom zip new x.zip t"),
+            (Ended{0, "", ""}));
+  const Ended before = shell(cd + look);
+  EXPECT_EQ(shell(cd + "mv t old && loom zip x x.zip"), (Ended{0, "", ""}));
+  EXPECT_EQ(shell(cd + look), Ended({0, before.out, ""})) << "with our extraction";
+  EXPECT_EQ(shell(cd + "chmod 700 t/sub/deep; rm -rf t && unzip -qq x.zip && cd t &&"
+                       " stat -c '%a %Y' private sub/run empty && cd ../old &&"
+                       " stat -c '%a %Y' private sub/run empty | diff - <(cd ../t;"
+                       " stat -c '%a %Y' private sub/run empty) > /dev/null")
+                .code,
+            0)
+      << "and with another";
+}
+
+TEST(ZipCommand, NeverOpensAFileWiderThanItWas) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "echo 1 > a && chmod 6755 a && loom zip new x.zip a && loom zip x x.zip -d "
+                       "plain && loom zip x -K x.zip -d kept && (umask 077; loom zip x x.zip -d "
+                       "narrow) && stat -c %a plain/a kept/a narrow/a"),
+            (Ended{0, "755\n6755\n700\n", ""}));
+  writeFile(dir + "/y.zip", zipOf({{"a", "new"}}));
+  EXPECT_EQ(shell(cd + "mkdir o && echo old > o/a && chmod 600 o/a && loom zip x -f y.zip -d o &&"
+                       " stat -c %a o/a && cat o/a"),
+            (Ended{0, "600\nnew", ""}))
+      << "an archive without rights leaves those of the file that it replaces";
+}
+
+TEST(ZipCommand, SaysWhatItLeavesOut) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  const std::string said =
+      "loom: left out: t/fifo: it is a FIFO\n"
+      "loom: left out: t/link: it is a link (--links stores links)\n";
+  EXPECT_EQ(shell(cd + "mkdir t && echo 1 > t/a && mkfifo t/fifo && ln -s a t/link &&"
+                       " loom zip new x.zip t 2>&1 | sort"),
+            (Ended{0, said, ""}));
+  EXPECT_EQ(shell(cd + "loom zip new --strict -f x.zip t").code, 1);
+  EXPECT_EQ(shell(cd + "loom zip cat x.zip t/a"), (Ended{0, "1\n", ""})) << "the rest is there";
+  EXPECT_EQ(shell(cd + "loom zip new --strict --links -f x.zip t"),
+            (Ended{1, "", "loom: left out: t/fifo: it is a FIFO\n"}));
+  EXPECT_EQ(shell(cd + "loom zip new -f t/a.zip t/a t && cd t && loom zip new -f a.zip a.zip a"),
+            (Ended{0, "",
+                   "loom: left out: t/fifo: it is a FIFO\n"
+                   "loom: left out: t/link: it is a link (--links stores links)\n"
+                   "loom: left out: a.zip: it is the archive itself\n"}));
+}
+
+TEST(ZipCommand, MakesLinksOnlyWhenToldAndNeverOutOfTheDirectory) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  ASSERT_EQ(shell(cd + "mkdir -p t/d && echo 1 > t/a && ln -s ../a t/d/good &&"
+                       " loom zip new --links x.zip t"),
+            (Ended{0, "", ""}));
+  EXPECT_EQ(shell(cd + "loom zip x x.zip -d text && cat text/t/d/good"),
+            (Ended{0, "../a",
+                   "loom: warning: x.zip: t/d/good is a link; its target is written as text\n"}));
+  EXPECT_EQ(shell(cd + "loom zip x --links x.zip -d links && readlink links/t/d/good"),
+            (Ended{0, "../a\n", ""}));
+  EXPECT_EQ(shell(cd + "unzip -qq x.zip -d other && readlink other/t/d/good").out, "../a\n");
+  for (const std::string target : {"/etc", "../../..", "d/../../..", "../.."}) {
+    EXPECT_EQ(
+        shell(cd + "rm -rf t links && mkdir t && ln -s " + target +
+              " t/bad && loom zip new -f --links x.zip t && loom zip x --links x.zip -d links"),
+        (Ended{4, "",
+               "loom: x.zip: t/bad is a link that leads out of the directory: " + target + "\n"}));
+  }
+}
+
+TEST(ZipCommand, MarksNamesInUtf8) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "touch a \u00e9 \"$(printf 'x\\377')\" && loom zip new x.zip ? ?? &&"
+                       " python3 -c \"import zipfile\n"
+                       "print([i.flag_bits for i in zipfile.ZipFile('x.zip').infolist()])\""),
+            (Ended{0, "[0, 0, 2048]\n", ""}));
+}
+
+TEST(ZipCommand, RefusesAnEmptyPassword) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "echo 1 > a && echo > empty && loom zip new --password-file empty x.zip a"),
+            (Ended{2, "", "loom: the password is empty, which would mean no encryption\n"}));
+  EXPECT_EQ(shell(cd + "ls").out, "a\nempty\n");
+  EXPECT_EQ(shell(cd + "echo pw > pw && echo no > no && loom zip new --password-file pw x.zip a &&"
+                       " loom zip cat --password-file no x.zip a"),
+            (Ended{4, "",
+                   "loom: x.zip: a is damaged, or the password is wrong (the check byte is not "
+                   "right)\n"}));
+}
+
+TEST(ZipCommand, TakesDirectoriesAndPatterns) {
+  const std::string dir = newFolder();
+  writeFile(dir + "/x.zip", zipOf({{"a/b/1", "1"}, {"a/2", "2"}, {"ab/3", "3"}, {"x[1]", "4"}}));
+  const auto cat = [&](const std::string& member) {
+    return runLoom({"zip", "cat", dir + "/x.zip", member}).out;
+  };
+  EXPECT_EQ(cat("a"), "12");
+  EXPECT_EQ(cat("a/b/"), "1");
+  EXPECT_EQ(cat("a*"), "123");
+  EXPECT_EQ(cat("*[23]"), "23");
+  EXPECT_EQ(cat("x[1]"), "4") << "a name is a name before it is a pattern";
+  EXPECT_EQ(runLoom({"zip", "cat", dir + "/x.zip", "b*", "a", "a/2"}),
+            (Ended{1, "12", "loom: there is no member b*\n"}));
+}
+
+// Two archives one behind the other, with one directory over both.
+std::string twoOfOneName() {
+  const std::string dir = newFolder();
+  const Ended made = shell("cd " + dir +
+                           " && python3 -W ignore -c \"import zipfile\n"
+                           "z = zipfile.ZipFile('x.zip', 'w')\n"
+                           "z.writestr('a', 'first')\nz.writestr('a', 'last')\nz.close()\"");
+  EXPECT_EQ(made.code, 0) << made;
+  return dir;
+}
+
+TEST(ZipCommand, SaysWhichOfTwoMembersOfOneNameItTook) {
+  const std::string dir = twoOfOneName();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "loom zip ls x.zip | wc -l").out, "2\n");
+  EXPECT_EQ(shell(cd + "loom zip test x.zip"), (Ended{0, "2 good, 0 damaged\n", ""}));
+  EXPECT_EQ(shell(cd + "loom zip x x.zip -d out; cat out/a"),
+            (Ended{0, "last",
+                   "loom: warning: x.zip: a is there more than once; the last one is taken\n"}));
+  EXPECT_EQ(shell(cd + "unzip -oqq x.zip -d other; cat other/a").out, "last") << "as others do";
 }
 
 }  // namespace

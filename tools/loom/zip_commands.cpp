@@ -3,91 +3,105 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
+#include <cstdio>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <memory>
 #include <optional>
+#include <system_error>
 
 #include "console.h"
 #include "extractor_options.h"
 #include "families.h"
 #include "file_content.h"
+#include "file_facts.h"
 #include "json_writer.h"
+#include "loomkit/archive/zip/zip64_reader.h"
 #include "loomkit/archive/zip/zip_extractor.h"
-#include "loomkit/archive/zip/zip_reader.h"
-#include "loomkit/archive/zip/zip_writer.h"
-#include "loomkit/streams/atomic_file.h"
-#include "loomkit/streams/file.h"
+#include "loomkit/text/pattern.h"
 #include "progress_bar.h"
 #include "result_stream.h"
 #include "visible_text.h"
+#include "zip_create.h"
 
 namespace loom {
 
 namespace {
 
-namespace fs = std::filesystem;
+// Throws Failure, with the reason, unless it can be opened as a file.
+void requireArchive(const std::string& path) {
+  FileFacts facts;
+  std::string reason;
+  if (factsOf(path, true, &facts, &reason)) {
+    if (facts.kind == FileKind::directory) {
+      reason = std::generic_category().message(EISDIR);
+    } else if (std::FILE* file = std::fopen(path.c_str(), "rb"); file != nullptr) {
+      std::fclose(file);
+      return;
+    } else {
+      reason = std::generic_category().message(errno);
+    }
+  }
+  throw Failure(ExitCode::cannotOpen, "cannot open " + path + ": " + reason);
+}
 
-// The first line of the file that --password-file names, or what a person at
-// the terminal answers. Never an argument: the process list shows those.
-std::string passwordOf(const Invocation& call, bool confirm) {
-  std::string password;
-  if (call.has("--password-file")) {
-    const std::string path = call.value("--password-file");
-    password = contentOf(path);
-    password.resize(std::min(password.find('\n'), password.size()));
-    if (!password.empty() && password.back() == '\r') password.pop_back();
-    return password;
-  }
-  std::string again;
-  if (!askSecretly("Password: ", &password) || (confirm && !askSecretly("Again: ", &again))) {
-    throw Failure(ExitCode::usage, "there is no terminal to ask for the password at");
-  }
-  if (confirm && again != password) throw Failure(ExitCode::usage, "the two are not the same");
-  return password;
+// True for the member of this name, for what lies below a directory of this name, and
+// for what the pattern matches, where a '*' stands for any text, slashes too.
+bool isMeant(const GZipMember& member, const std::string& operand) {
+  if (member.name == operand) return true;
+  std::string directory = operand;
+  while (!directory.empty() && directory.back() == '/') directory.pop_back();
+  directory += '/';
+  if (directory.size() > 1 && member.name.compare(0, directory.size(), directory) == 0) return true;
+  return operand.find_first_of("*?[") != std::string::npos &&
+         gPatternMatch(operand.c_str(), member.name.c_str(), false, false, false);
 }
 
 // The archive that a command reads.
 class Archive {
  public:
+  using Members = std::vector<const GZipMember*>;
+
   // Throws Failure when there is no file; false when it is no archive, which
   // has been said.
   bool open(const std::string& path) {
-    requireFile(path);
+    requireArchive(path);
     return reader.open(path);
   }
 
-  // The members of these names, all without one; `code` tells of missing ones.
-  std::vector<const GZipEntry*> select(const std::vector<std::string>& names, ExitCode* code) {
-    std::vector<const GZipEntry*> selected;
-    for (const std::string& name : names) {
-      const GZipEntry* entry = reader.getEntry(name);
-      if (entry != nullptr) {
-        selected.push_back(entry);
-      } else {
-        complain("there is no member " + name);
-        *code = ExitCode::no;
-      }
+  // What the operands mean, in their order and each member once; all without one.
+  // `code` tells of operands that mean nothing.
+  Members select(const std::vector<std::string>& operands, ExitCode* code) {
+    const std::vector<GZipMember>& members = reader.getMembers();
+    Members selected;
+    if (operands.empty()) {
+      for (const GZipMember& member : members) selected.push_back(&member);
     }
-    if (!names.empty()) return selected;
-    for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i)
-      selected.push_back(i->second);
+    std::vector<bool> taken(members.size());
+    for (const std::string& operand : operands) {
+      bool found = false;
+      for (std::size_t i = 0; i < members.size(); ++i) {
+        if (!isMeant(members[i], operand)) continue;
+        found = true;
+        if (!taken[i]) selected.push_back(&members[i]);
+        taken[i] = true;
+      }
+      if (found) continue;
+      complain("there is no member " + operand);
+      *code = ExitCode::no;
+    }
     return selected;
   }
 
   // Asks for the password if one of them needs it.
-  void unlock(const Invocation& call, const std::vector<const GZipEntry*>& entries) {
-    const bool needed = std::any_of(entries.begin(), entries.end(),
-                                    [](const GZipEntry* entry) { return entry->isEncrypted(); });
-    if (needed) reader.setPassword(passwordOf(call, false));
+  void unlock(const Invocation& call, const Members& members) {
+    const bool needed = std::any_of(members.begin(), members.end(),
+                                    [](const GZipMember* member) { return member->encrypted; });
+    if (needed) reader.setPassword(zipPasswordOf(call, false));
   }
 
-  GZipReader reader;
+  GZip64Reader reader;
 };
 
-std::string timeText(long seconds) {
+std::string timeText(std::int64_t seconds) {
   const std::time_t time = seconds;
   std::tm parts{};
   char text[32] = "-";
@@ -97,13 +111,13 @@ std::string timeText(long seconds) {
   return text;
 }
 
-void listAsJson(JsonWriter& json, const GZipEntry& entry) {
-  json.beginObject().key("name").value(entry.getFName());
-  json.key("size").value(entry.getUncomprSize()).key("packed").value(entry.getComprSize());
-  json.key("modified").value(timeText(entry.getModTime()));
-  json.key("directory").value(entry.isDirectory());
-  json.key("deflated").value(entry.isCompressed());
-  json.key("encrypted").value(entry.isEncrypted()).endObject();
+void listAsJson(JsonWriter& json, const GZipMember& member) {
+  json.beginObject().key("name").value(member.name);
+  json.key("size").value(member.size).key("packed").value(member.packedSize);
+  json.key("modified").value(timeText(member.modTime));
+  json.key("directory").value(member.directory);
+  json.key("deflated").value(member.isDeflated());
+  json.key("encrypted").value(member.encrypted).endObject();
 }
 
 std::string padded(std::uint64_t number, std::size_t width) {
@@ -114,31 +128,76 @@ std::string padded(std::uint64_t number, std::size_t width) {
 ExitCode list(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
+  ExitCode code = ExitCode::done;
+  auto members = archive.select({}, &code);
+  std::stable_sort(members.begin(), members.end(),
+                   [](const GZipMember* a, const GZipMember* b) { return a->name < b->name; });
   std::optional<JsonWriter> json;
   if (call.json()) json.emplace().beginArray();
-  for (auto i = archive.reader.entriesBegin(); i != archive.reader.entriesEnd(); ++i) {
-    const GZipEntry& entry = *i->second;
+  for (const GZipMember* member : members) {
     if (json) {
-      listAsJson(*json, entry);
+      listAsJson(*json, *member);
       continue;
     }
-    printLine(padded(entry.getUncomprSize(), 10) + " " + padded(entry.getComprSize(), 10) + " " +
-              timeText(entry.getModTime()) + (entry.isEncrypted() ? " * " : "   ") +
-              visible(i->first));
+    printLine(padded(member->size, 10) + " " + padded(member->packedSize, 10) + " " +
+              timeText(member->modTime) + (member->encrypted ? " * " : "   ") +
+              visible(member->name));
   }
   if (json) json->endArray();
-  return ExitCode::done;
+  return code;
+}
+
+// Hands text on with LF for each CR LF. A CR at the end of a block waits for what the
+// next one begins with.
+class LineEnds {
+ public:
+  explicit LineEnds(std::ostream& stream) : out(stream) {}
+  void write(const char* data, std::size_t size) {
+    for (const char* end = data + size; data != end; ++data) {
+      if (pending && *data != '\n') out.put('\r');
+      pending = *data == '\r';
+      if (!pending) out.put(*data);
+    }
+  }
+  void finish() {
+    if (pending) out.put('\r');
+    pending = false;
+  }
+
+ private:
+  std::ostream& out;
+  bool pending = false;
+};
+
+// Says why a member cannot be read.
+void complainOf(const Archive& archive, const GZipMember& member) {
+  complain(archive.reader.getPath() + ": " + member.name + " is damaged" +
+           (member.encrypted ? ", or the password is wrong" : "") + " (" +
+           archive.reader.getErrMsg() + ")");
 }
 
 ExitCode cat(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
   ExitCode code = ExitCode::done;
-  const auto entries = archive.select(call.operands("MEMBER"), &code);
-  archive.unlock(call, entries);
-  for (const GZipEntry* entry : entries) {
-    ResultStream out;
-    if (!archive.reader.readEntry(entry, &out, call.has("--text"))) return ExitCode::damaged;
+  const auto members = archive.select(call.operands("MEMBER"), &code);
+  archive.unlock(call, members);
+  ResultStream out;
+  for (const GZipMember* member : members) {
+    if (member->directory || member->volumeLabel) continue;
+    LineEnds text(out);
+    const bool whole = archive.reader.read(*member, [&](const char* data, std::size_t size) {
+      if (call.has("--text")) {
+        text.write(data, size);
+      } else {
+        out.write(data, static_cast<std::streamsize>(size));
+      }
+      return true;
+    });
+    text.finish();
+    if (whole) continue;
+    complainOf(archive, *member);
+    return ExitCode::damaged;
   }
   return code;
 }
@@ -160,40 +219,57 @@ class LibraryProgress {
   void (*before)(int);
 };
 
+void tellOfLimits(GZipExtractor::Result result) {
+  if (result == GZipExtractor::LimitExceeded) complain("--no-limits reads it all the same");
+}
+
+// What a command that has read the archive returns: a directory that is not what it
+// claims has been warned of, and is damage.
+ExitCode judge(const Archive& archive, GZipExtractor::Result worst, ExitCode otherwise) {
+  tellOfLimits(worst);
+  if (worst != GZipExtractor::Done) return codeOf(worst);
+  return archive.reader.isDirectoryExact() ? otherwise : ExitCode::damaged;
+}
+
 ExitCode extract(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
   ExitCode missing = ExitCode::done;
-  const auto entries = archive.select(call.operands("MEMBER"), &missing);
-  archive.unlock(call, entries);
+  const auto members = archive.select(call.operands("MEMBER"), &missing);
+  archive.unlock(call, members);
   GZipExtractor extractor(&archive.reader, call.value("--directory", "."));
   extractor.setOverwrite(call.has("--force"));
+  extractor.setMakeLinks(call.has("--links"));
+  extractor.setKeepSpecialModes(call.has("--keep-special"));
+  extractor.setSync(call.has("--sync"));
   if (call.has("--no-limits")) extractor.setLimits(noLimits());
   const LibraryProgress progress(call.operand("ARCHIVE"));
-  auto worst = GZipExtractor::Done;
-  if (call.operands("MEMBER").empty()) {
-    worst = extractor.extractAll();
-  } else {
-    for (const GZipEntry* entry : entries) worst = std::max(worst, extractor.extract(entry));
-  }
-  return worst == GZipExtractor::Done ? missing : codeOf(worst);
+  return judge(archive, extractor.extract(members), missing);
 }
 
 ExitCode test(const Invocation& call) {
   Archive archive;
   if (!archive.open(call.operand("ARCHIVE"))) return ExitCode::damaged;
   ExitCode code = ExitCode::done;
-  const auto entries = archive.select({}, &code);
-  archive.unlock(call, entries);
+  const auto members = archive.select({}, &code);
+  archive.unlock(call, members);
   GZipExtractor extractor(&archive.reader, ".");
-  // Nothing is kept, so that no size does harm; much of the same is no damage.
-  extractor.setLimits(noLimits());
+  if (call.has("--no-limits")) extractor.setLimits(noLimits());
   const LibraryProgress progress(call.operand("ARCHIVE"));
+  if (!archive.reader.checkLayout()) {
+    complain(archive.reader.getPath() + ": " + archive.reader.getErrMsg());
+    return ExitCode::damaged;
+  }
   unsigned good = 0;
   unsigned bad = 0;
-  for (const GZipEntry* entry : entries) {
-    if (!entry->isFile() && !entry->extractNotSupported()) continue;
-    ++(extractor.test(entry) == GZipExtractor::Done ? good : bad);
+  auto worst = GZipExtractor::Done;
+  for (const GZipMember* member : members) {
+    const auto result = extractor.test(member);
+    worst = std::max(worst, result);
+    const bool hasData = !member->volumeLabel && (!member->directory || member->size != 0);
+    if (result != GZipExtractor::Done) ++bad;
+    if (result == GZipExtractor::Done && hasData) ++good;
+    if (result >= GZipExtractor::LimitExceeded) break;
   }
   if (call.json()) {
     JsonWriter json;
@@ -201,113 +277,25 @@ ExitCode test(const Invocation& call) {
   } else {
     printLine(std::to_string(good) + " good, " + std::to_string(bad) + " damaged");
   }
-  // The library has warned of a directory that is not what it claims.
-  const bool whole = bad == 0 && archive.reader.isDirectoryExact();
-  return whole ? ExitCode::done : ExitCode::damaged;
-}
-
-// Every file that the operands name or contain, with its size.
-struct Source {
-  std::string path;
-  std::uint64_t size;
-};
-
-std::vector<Source> sourcesOf(const std::vector<std::string>& operands) {
-  std::vector<Source> sources;
-  for (const std::string& operand : operands) {
-    std::error_code error;
-    const auto kind = fs::status(operand, error).type();
-    if (kind == fs::file_type::regular) {
-      sources.push_back({operand, fs::file_size(operand, error)});
-    } else if (kind == fs::file_type::directory) {
-      for (fs::recursive_directory_iterator i(operand, error), end; i != end; i.increment(error)) {
-        if (error) break;
-        if (i->is_regular_file()) sources.push_back({i->path().string(), i->file_size()});
-      }
-    } else {
-      if (!fs::exists(fs::status(operand, error))) requireFile(operand);  // says why
-      throw Failure(ExitCode::cannotOpen, operand + ": neither a file nor a directory");
-    }
-    if (error) throw Failure(ExitCode::cannotOpen, operand + ": " + error.message());
-  }
-  std::sort(sources.begin(), sources.end(),
-            [](const Source& a, const Source& b) { return a.path < b.path; });
-  const auto samePath = [](const Source& a, const Source& b) { return a.path == b.path; };
-  sources.erase(std::unique(sources.begin(), sources.end(), samePath), sources.end());
-  return sources;
-}
-
-// Zip without its later extension ends at 4 GiB and 65,535 members.
-std::uint64_t checkedTotal(const std::vector<Source>& sources) {
-  constexpr std::uint64_t largest = 0xffffffffU - (std::uint64_t{64} << 20);
-  std::uint64_t total = 0;
-  for (const Source& source : sources) total += source.size;
-  if (total > largest)
-    throw Failure(ExitCode::cannotWrite, "more than 4 GiB do not fit a zip file");
-  if (sources.size() > 60000) {
-    throw Failure(ExitCode::cannotWrite, "more than 60000 files do not fit a zip file");
-  }
-  return total;
-}
-
-// A file's bytes, counted for the bar.
-class FileInput : public GZipWriter::Input {
- public:
-  FileInput(const std::string& path, ProgressBar& progressBar, std::uint64_t& bytesDone)
-      : name(path), in(path, std::ios::binary), bar(progressBar), done(bytesDone) {
-    if (!in) throw Failure(ExitCode::cannotOpen, cannotOpen(path, errno));
-  }
-  unsigned int read(char* buffer, unsigned int size) override {
-    in.read(buffer, size);
-    if (in.bad())
-      throw Failure(ExitCode::cannotOpen, "cannot read " + name + ": " + std::strerror(errno));
-    done += static_cast<std::uint64_t>(in.gcount());
-    bar.show(done);
-    return static_cast<unsigned int>(in.gcount());
-  }
-
- private:
-  const std::string& name;
-  std::ifstream in;
-  ProgressBar& bar;
-  std::uint64_t& done;
-};
-
-ExitCode create(const Invocation& call) {
-  const std::string path = call.operand("ARCHIVE");
-  const std::vector<Source> sources = sourcesOf(call.operands("FILE"));
-  const std::uint64_t total = checkedTotal(sources);
-  if (!call.has("--force") && GFile(path).exists()) {
-    throw Failure(ExitCode::cannotWrite, path + " is there already (--force replaces it)");
-  }
-  std::string password;
-  if (call.has("--encrypt") || call.has("--password-file")) password = passwordOf(call, true);
-  GAtomicFile file(path);
-  if (!file.isOpen()) throw Failure(ExitCode::cannotWrite, file.getErrMsg());
-  GZipWriter writer(&file.out(), false);
-  writer.setPath(path);
-  writer.setCompression(!call.has("--store"));
-  writer.setPassword(password);
-  if (call.has("--reproducible")) writer.setReproducible(true);
-  ProgressBar bar(path, total);
-  std::uint64_t done = 0;
-  for (const Source& source : sources) {
-    FileInput input(source.path, bar, done);
-    writer.writeEntry(source.path, &input);
-  }
-  if (!writer.close()) return ExitCode::cannotWrite;
-  if (!file.commit()) throw Failure(ExitCode::cannotWrite, file.getErrMsg());
-  return ExitCode::done;
+  return judge(archive, worst, code);
 }
 
 constexpr Operand archiveOperand = {
     .name = "ARCHIVE", .help = "A zip archive.", .completes = Completes::files};
 constexpr Operand oneArchive[] = {archiveOperand};
 constexpr Operand catOperands[] = {
-    archiveOperand, {.name = "MEMBER", .help = "The name of a member.", .most = many}};
+    archiveOperand,
+    {.name = "MEMBER",
+     .help = "The name of a member, a directory with all that is in it, or a pattern of *, ? and "
+             "[...].",
+     .most = many}};
 constexpr Operand extractOperands[] = {
     archiveOperand,
-    {.name = "MEMBER", .help = "The name of a member; all without one.", .least = 0, .most = many}};
+    {.name = "MEMBER",
+     .help = "The name of a member, a directory with all that is in it, or a pattern of *, ? and "
+             "[...]; all without one.",
+     .least = 0,
+     .most = many}};
 constexpr Operand createOperands[] = {archiveOperand,
                                       {.name = "FILE",
                                        .help = "A file, or a directory with all that is in it.",
@@ -318,19 +306,30 @@ constexpr Option passwordOption = {
     .value = "FILE",
     .help = "Take the password from the file's first line instead of asking for it.",
     .completes = Completes::files};
-constexpr Option passwordOptions[] = {passwordOption};
+constexpr Option limitsOption = {
+    .names = "--no-limits",
+    .help =
+        "Read it whatever its size. Otherwise what lies beyond 64 MiB may be 1,000 times as "
+        "large as its data in the archive, and all of it 64 GiB."};
+constexpr Option testOptions[] = {limitsOption, passwordOption};
 constexpr Option catOptions[] = {passwordOption, {.names = "--text", .help = "Print CR LF as LF."}};
 constexpr Option extractOptions[] = {
     directoryOption,
-    {.names = "--no-limits",
-     .help = "Extract whatever its size. Otherwise a file may be 1,000 times as large as its data "
-             "in the archive, and all of them 64 GiB."},
     forceOption,
-    passwordOption};
+    {.names = "--links",
+     .help = "Make links of members that are links, if they lead to a place below the directory. "
+             "Otherwise their targets are written as text."},
+    {.names = "-K,--keep-special",
+     .help = "Keep the set-user, set-group and sticky bits of files."},
+    limitsOption,
+    passwordOption,
+    {.names = "--sync", .help = "Wait at the end until all is on the disk."}};
 constexpr Option createOptions[] = {
     {.names = "-0,--store", .help = "Store the files without compression."},
     {.names = "-e,--encrypt", .help = "Encrypt the files; asks for a password."},
+    {.names = "--links", .help = "Store links as links. Otherwise they are left out."},
     passwordOption,
+    {.names = "--strict", .help = "Return 1 when anything was left out."},
     {.names = "--reproducible",
      .help = "The same files give the same archive, whenever and wherever."},
     forceOption};
@@ -339,13 +338,14 @@ constexpr ExitCodeMeaning readExits[] = {{ExitCode::cannotOpen, "there is no suc
 constexpr ExitCodeMeaning memberExits[] = {{ExitCode::no, "there is no such member"},
                                            {ExitCode::cannotOpen, "there is no such archive"},
                                            {ExitCode::damaged, "the archive is damaged"}};
-constexpr ExitCodeMeaning createExits[] = {{ExitCode::cannotOpen, "a file cannot be opened"}};
+constexpr ExitCodeMeaning createExits[] = {{ExitCode::no, "something was left out (--strict)"},
+                                           {ExitCode::cannotOpen, "a file cannot be opened"}};
 
 constexpr Command commands[] = {
     {.name = "ls",
      .summary = "list the members of an archive",
      .description = "Prints size, packed size, time and name of each member, in the order of the "
-                    "names. A * marks what is encrypted.",
+                    "names. A * marks what is encrypted. Members that share a name are all listed.",
      .operands = oneArchive,
      .example = "$ printf abc > a; touch -d '2026-01-02 03:04' a\n"
                 "$ loom zip new x.zip a; loom zip ls x.zip --json | grep -o '\"size\":3'\n"
@@ -362,8 +362,10 @@ constexpr Command commands[] = {
      .run = cat},
     {.name = "x",
      .summary = "extract an archive",
-     .description = "Extracts all members, or those that are named, below a directory and never "
-                    "beside it. A file appears whole or not at all.",
+     .description =
+         "Extracts all members, or those that are named, below a directory and never beside it. A "
+         "file appears whole or not at all, with its time and its rights, less the umask. Of "
+         "members that share a name the last is taken, and that is said.",
      .options = extractOptions,
      .operands = extractOperands,
      .example = "$ echo abc > a; loom zip new x.zip a; loom zip x x.zip -d d; cat d/a\nabc\n",
@@ -371,19 +373,23 @@ constexpr Command commands[] = {
      .run = extract},
     {.name = "new",
      .summary = "make an archive",
-     .description = "Makes an archive of the files, under the paths that are given. An archive of "
-                    "that name is replaced only with --force, and when the new one is complete.",
+     .description =
+         "Makes an archive of the files, under the paths that are given, with their times "
+         "and rights. What is left out is said on standard error: sockets, FIFOs, "
+         "devices, links without --links, and what cannot be read. An archive of that "
+         "name is replaced only with --force, and when the new one is complete.",
      .options = createOptions,
      .operands = createOperands,
      .example = "$ echo abc > a; loom zip new --store x.zip a; loom zip test x.zip\n"
                 "1 good, 0 damaged\n",
      .exits = createExits,
-     .run = create},
+     .run = createZip},
     {.name = "test",
      .summary = "check an archive",
-     .description = "Reads every member and compares it with its checksum. An archive that has "
-                    "another number of members than it states is damaged, too.",
-     .options = passwordOptions,
+     .description = "Reads every member as x does and compares it with its checksum. An archive is "
+                    "damaged, too, that has another number of members than it states, or members "
+                    "that share their data.",
+     .options = testOptions,
      .operands = oneArchive,
      .example = "$ echo abc > a; loom zip new x.zip a; loom zip test x.zip\n1 good, 0 damaged\n",
      .exits = readExits,

@@ -17,7 +17,9 @@ DosTime toDosTime(long seconds) {
   return {static_cast<std::uint16_t>(time), static_cast<std::uint16_t>(date)};
 }
 
-long fromDosTime(DosTime dos) {
+namespace {
+
+long toSeconds(DosTime dos, int summerTime) {
   std::tm t{};
   t.tm_sec = (dos.time & 31) * 2;
   t.tm_min = (dos.time >> 5) & 63;
@@ -25,7 +27,14 @@ long fromDosTime(DosTime dos) {
   t.tm_mday = dos.date & 31;
   t.tm_mon = ((dos.date >> 5) & 15) - 1;
   t.tm_year = (dos.date >> 9) + 80;
+  t.tm_isdst = summerTime;
   return static_cast<long>(std::mktime(&t));
 }
+
+}  // namespace
+
+long fromDosTime(DosTime dos) { return toSeconds(dos, 0); }
+
+long localDosTime(DosTime dos) { return toSeconds(dos, -1); }
 
 }  // namespace loomkit::zip

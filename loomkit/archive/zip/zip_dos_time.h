@@ -21,6 +21,10 @@ DosTime toDosTime(long seconds);
 /// with each other rely on the rule being the same for all.
 long fromDosTime(DosTime time);
 
+/// To seconds since 1970, with summer time where the local time has it: the inverse of
+/// toDosTime(), for the readers that restore times.
+long localDosTime(DosTime time);
+
 }  // namespace loomkit::zip
 
 #endif  // LOOMKIT_ARCHIVE_ZIP_ZIP_DOS_TIME_H

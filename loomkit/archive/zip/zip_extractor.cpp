@@ -1,161 +1,359 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/archive/zip/zip_extractor.h"
 
-#include <zlib.h>
-
 #include <algorithm>
+#include <optional>
+#include <utility>
 
-#include "loomkit/archive/zip/zip_name.h"
-#include "loomkit/platform/files.h"
-#include "loomkit/streams/atomic_file.h"
+#include "loomkit/archive/zip/zip_extraction_plan.h"
+#include "loomkit/archive/zip/zip_extraction_tree.h"
+#include "loomkit/archive/zip/zip_member_source.h"
+#include "loomkit/platform/platform.h"
 #include "loomkit/text/output.h"
 
 using namespace loomkit;
 
-/// Passes the bytes of one member on, counts them, and sums them up.
-class GZipExtractor::Target : public GZipReader::Output {
+namespace {
+
+constexpr unsigned allRights = 0777;
+constexpr unsigned specialBits = 07000;
+constexpr unsigned rightsOfFiles = 0666;
+constexpr std::uint64_t longestTarget = 4096;
+
+// The system's words for why the last call has failed, in parentheses.
+std::string reasonText() {
+  std::string reason;
+  return platform::lastErrorText(&reason) ? " (" + reason + ")" : std::string();
+}
+
+}  // namespace
+
+class GZipExtractor::Impl {
  public:
-  Target(GZipExtractor& zipExtractor, const GZipEntry& zipEntry, std::ostream* stream)
-      : Output(false), extractor(zipExtractor), entry(zipEntry), out(stream) {}
+  Impl(std::unique_ptr<zip::MemberSource> memberSource, const std::string& targetDirectory);
 
-  bool write(const char* data, unsigned int size) override {
-    bytes += size;
-    extractor.byteCount += size;
-    if (isTooMuch()) return stop(LimitExceeded);
-    if (extractor.cancelled && extractor.cancelled()) return stop(Cancelled);
-    crc = crc32(crc, reinterpret_cast<const unsigned char*>(data), size);
-    if (out != nullptr && !out->write(data, static_cast<std::streamsize>(size)))
-      return stop(CannotWrite);
-    extractor.showProgress();
-    return true;
-  }
-  bool flush() override { return true; }
+  Result run(const std::vector<std::size_t>& chosen, bool writing);
+  Result runAll(bool writing);
 
-  /// Why write() has refused; Done if it has not.
-  [[nodiscard]] Result getStopped() const { return stopped; }
-  [[nodiscard]] bool isRight() const {
-    return crc == entry.getCRC32() && bytes == entry.getUncomprSize();
-  }
+  Limits limits;
+  bool overwrite = false;
+  bool makeLinks = false;
+  bool keepSpecialModes = false;
+  bool sync = false;
+  std::function<bool()> cancelled;
+  unsigned int fileCount = 0;
+  std::uint64_t byteCount = 0;
+  std::unique_ptr<zip::MemberSource> source;
 
  private:
-  // A small file may be packed as tightly as it likes: it can do no harm.
-  [[nodiscard]] bool isTooMuch() const {
-    constexpr std::uint64_t harmless = 1 << 20;
-    return extractor.byteCount > extractor.limits.totalBytes ||
-           (extractor.limits.ratio != 0 && bytes > harmless &&
-            bytes / extractor.limits.ratio > std::max(entry.getComprSize(), 1U));
-  }
+  struct Link {
+    std::size_t index;
+    std::string target;
+  };
 
-  bool stop(Result why) {
-    stopped = why;
-    return false;
-  }
+  Result process(std::size_t index, bool writing);
+  Result makeDirectory(const std::string& path);
+  Result enter(const std::string& path, const platform::DirectoryHandle** directory);
+  Result extractFile(std::size_t index, const std::string& path);
+  Result extractLink(std::size_t index, const std::string& path);
+  Result placeLink(const Link& link);
+  Result findPlace(const platform::DirectoryHandle& directory, const std::string& path,
+                   unsigned* rights);
+  Result read(std::size_t index, const GZip64Reader::Receiver& receiver);
+  Result readOnly(std::size_t index);
+  bool isTooMuch(const GZipMember& member) const;
+  Result finish();
 
-  GZipExtractor& extractor;
-  const GZipEntry& entry;
-  std::ostream* out;
-  std::uint64_t bytes = 0;
-  uLong crc = 0;
-  Result stopped = Done;
+  Result fail(Result result, const std::string& text);
+  void warn(const std::string& text);
+  std::string shown(const std::string& path) const { return directory + "/" + path; }
+  void showProgress();
+
+  std::string directory;
+  zip::ExtractionPlan plan;
+  zip::ExtractionTree tree;
+  std::vector<Link> links;
+  std::optional<bool> layoutIsGood;
+  std::uint64_t packedCount = 0;  // of the members that were read
+  std::uint64_t expectedBytes = 0;
+  int shownPercent = -1;
 };
 
-GZipExtractor::GZipExtractor(GZipReader* zipReader, const std::string& targetDirectory)
-    : reader(zipReader), directory(targetDirectory.empty() ? "." : targetDirectory) {
-  for (auto i = reader->entriesBegin(); i != reader->entriesEnd(); ++i) {
-    expectedBytes += i->second->getUncomprSize();
-  }
+GZipExtractor::Impl::Impl(std::unique_ptr<zip::MemberSource> memberSource,
+                          const std::string& targetDirectory)
+    : source(std::move(memberSource)),
+      directory(targetDirectory.empty() ? "." : targetDirectory),
+      plan(source->members()),
+      tree(directory, plan) {
+  for (const GZipMember& member : source->members()) expectedBytes += member.size;
 }
 
-GZipExtractor::Result GZipExtractor::extractAll() {
-  if (reader->getEntryCount() > limits.entries) {
+GZipExtractor::Result GZipExtractor::Impl::runAll(bool writing) {
+  std::vector<std::size_t> all(source->members().size());
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = i;
+  return run(all, writing);
+}
+
+GZipExtractor::Result GZipExtractor::Impl::run(const std::vector<std::size_t>& chosen,
+                                               bool writing) {
+  if (source->members().size() > limits.entries) {
     return fail(LimitExceeded, "more than " + std::to_string(limits.entries) + " entries");
   }
+  if (!layoutIsGood) layoutIsGood = source->isLayoutGood();
+  if (!*layoutIsGood) return fail(Damaged, "members overlap");
   Result worst = Done;
-  for (auto i = reader->entriesBegin(); i != reader->entriesEnd(); ++i) {
-    worst = std::max(worst, extract(i->second));
+  for (const std::size_t index : chosen) {
+    worst = std::max(worst, process(index, writing));
     if (worst >= LimitExceeded) break;
   }
-  return worst;
+  return writing ? std::max(worst, finish()) : worst;
 }
 
-GZipExtractor::Result GZipExtractor::extract(const GZipEntry* entry) {
+GZipExtractor::Result GZipExtractor::Impl::process(std::size_t index, bool writing) {
   if (cancelled && cancelled()) return fail(Cancelled, "cancelled");
-  std::string relative;
-  if (!zip::memberPath(entry->getFName(), &relative)) {
-    return fail(Refused, "not a name for a file: " + entry->getFName());
+  const GZipMember& member = source->members()[index];
+  const zip::ExtractionPlan::Step& step = plan.of(index);
+  switch (step.fate) {
+    case zip::Fate::passedOver:
+      return Done;
+    case zip::Fate::badName:
+      return fail(Refused, "not a name for a file: " + member.name);
+    case zip::Fate::conflict:
+      return fail(Damaged, member.name + " is a file, and other members need it as a directory");
+    case zip::Fate::superseded:
+      if (writing) warn(member.name + " is there more than once; the last one is taken");
+      return readOnly(index);
+    case zip::Fate::directory: {
+      // No program puts data into a directory, but they are checked as any others.
+      const bool hasData = member.size != 0 || member.packedSize != 0;
+      const Result result = hasData ? readOnly(index) : Done;
+      if (result != Done || !writing) return result;
+      return makeDirectory(step.path);
+    }
+    case zip::Fate::link:
+      if (writing && makeLinks) return extractLink(index, step.path);
+      if (writing) warn(member.name + " is a link; its target is written as text");
+      break;
+    case zip::Fate::file:
+      break;
   }
-  const std::string path = directory + "/" + relative;
-  if (!isBelowDirectory(relative)) return fail(Refused, path + " leads through a link");
-  // Many programs do not set the attribute of directories and mark them by a slash
-  // at the end of the name alone.
-  const bool namesDirectory = entry->getFName().back() == '/' && entry->getUncomprSize() == 0;
-  if (entry->isDirectory() || namesDirectory) return makeDirectories(path);
-  const Result made = makeDirectories(path.substr(0, path.rfind('/')));
-  return made == Done ? extractFile(entry, path) : made;
+  return writing ? extractFile(index, step.path) : readOnly(index);
 }
 
-GZipExtractor::Result GZipExtractor::test(const GZipEntry* entry) { return read(entry, nullptr); }
+GZipExtractor::Result GZipExtractor::Impl::makeDirectory(const std::string& path) {
+  const platform::DirectoryHandle* entered = nullptr;
+  return enter(path, &entered);
+}
 
-bool GZipExtractor::isBelowDirectory(const std::string& path) {
-  for (std::size_t end = path.find('/');; end = path.find('/', end + 1)) {
-    if (platform::isLink(directory + "/" + path.substr(0, end))) return false;
-    if (end == std::string::npos) return true;
+GZipExtractor::Result GZipExtractor::Impl::enter(const std::string& path,
+                                                 const platform::DirectoryHandle** entered) {
+  std::string trouble;
+  switch (tree.enter(path, entered, &trouble)) {
+    case zip::ExtractionTree::Entered::yes:
+      return Done;
+    case zip::ExtractionTree::Entered::link:
+      return fail(Refused, shown(path) + " leads through a link");
+    default:
+      return fail(CannotWrite, "can't make directory " + trouble + reasonText());
   }
 }
 
-GZipExtractor::Result GZipExtractor::makeDirectories(const std::string& path) {
-  if (platform::isDirectory(path)) return Done;
-  const std::size_t slash = path.find_last_of("/\\");
-  if (slash != std::string::npos && slash > 0) {
-    const Result made = makeDirectories(path.substr(0, slash));
-    if (made != Done) return made;
+// Looks whether a file may be written at a place. `*rights` are narrowed to those of a
+// file that is replaced when the archive tells none.
+GZipExtractor::Result GZipExtractor::Impl::findPlace(const platform::DirectoryHandle& parent,
+                                                     const std::string& path, unsigned* rights) {
+  unsigned present = allRights;
+  switch (parent.kindOf(path.substr(path.rfind('/') + 1), &present)) {
+    case platform::NameKind::nothing:
+      return Done;
+    case platform::NameKind::link:
+      return fail(Refused, shown(path) + " leads through a link");
+    case platform::NameKind::directory:
+      return fail(CannotWrite, shown(path) + " is a directory");
+    default:
+      break;
   }
-  if (platform::makeDirectory(path) || platform::isDirectory(path)) return Done;
-  return fail(CannotWrite, "can't make directory " + path);
+  if (!overwrite) return fail(Exists, shown(path) + " is there already");
+  if (rights != nullptr) *rights &= present;
+  return Done;
 }
 
-GZipExtractor::Result GZipExtractor::extractFile(const GZipEntry* entry, const std::string& path) {
-  if (!overwrite && platform::examine(path)) return fail(Exists, path + " is there already");
-  GAtomicFile file(path);
-  if (!file.isOpen()) return fail(CannotWrite, file.getErrMsg());
-  const Result result = read(entry, &file.out());
-  if (result != Done && result != CannotWrite) return result;
-  if (!file.commit()) return fail(CannotWrite, file.getErrMsg());
-  platform::setModificationTime(path, entry->getModTime());
+GZipExtractor::Result GZipExtractor::Impl::extractFile(std::size_t index, const std::string& path) {
+  const GZipMember& member = source->members()[index];
+  const platform::DirectoryHandle* parent = nullptr;
+  Result result = enter(zip::directoryPart(path), &parent);
+  if (result != Done) return result;
+  const bool knowsMode = member.mode != 0 && !member.isLink();
+  unsigned rights = knowsMode ? member.mode & allRights : rightsOfFiles;
+  result = findPlace(*parent, path, knowsMode ? nullptr : &rights);
+  if (result != Done) return result;
+  platform::NewFile file;
+  if (!file.create(*parent, rights)) {
+    return fail(CannotWrite, shown(path) + " can't be made" + reasonText());
+  }
+  bool written = true;
+  result = read(index, [&](const char* data, std::size_t size) {
+    written = file.write(data, size);
+    return written;
+  });
+  if (!written) return fail(CannotWrite, shown(path) + " can't be written" + reasonText());
+  if (result != Done) return result;
+  const unsigned special = member.mode & specialBits;
+  if (keepSpecialModes && knowsMode && special != 0) static_cast<void>(file.addMode(special));
+  // Where the system refuses a time, the file is there all the same.
+  static_cast<void>(file.setTime(static_cast<long>(member.modTime)));
+  if (!file.place(path.substr(path.rfind('/') + 1), overwrite)) {
+    return fail(CannotWrite, shown(path) + " can't be made" + reasonText());
+  }
   ++fileCount;
   return Done;
 }
 
-GZipExtractor::Result GZipExtractor::read(const GZipEntry* entry, std::ostream* out) {
-  Target target(*this, *entry, out);
-  const bool complete = reader->readEntry(entry, &target);
-  switch (target.getStopped()) {
-    case LimitExceeded:
-      return fail(LimitExceeded, entry->getFName() + " is larger than is allowed");
-    case Cancelled:
-      return fail(Cancelled, "cancelled");
-    case CannotWrite:
-      return CannotWrite;
-    default:
-      break;
+// Links wait until all files are written, so that none can lead a file elsewhere.
+GZipExtractor::Result GZipExtractor::Impl::extractLink(std::size_t index, const std::string& path) {
+  const GZipMember& member = source->members()[index];
+  if (member.size > longestTarget) {
+    return fail(Damaged, member.name + " is a link with a target that is too long");
   }
-  if (!complete) return fail(Damaged, entry->getFName() + " can't be read");
-  if (target.isRight()) return Done;
-  return fail(Damaged,
-              entry->getFName() +
-                  (entry->isEncrypted() ? " is damaged, or the password is wrong" : " is damaged"));
+  std::string target;
+  const Result result = read(index, [&](const char* data, std::size_t size) {
+    target.append(data, size);
+    return true;
+  });
+  if (result != Done) return result;
+  if (!zip::staysBelowTop(path, target)) {
+    return fail(Refused, member.name + " is a link that leads out of the directory: " + target);
+  }
+  links.push_back({index, std::move(target)});
+  return Done;
 }
 
-GZipExtractor::Result GZipExtractor::fail(Result result, const std::string& text) {
-  gOutput->error(gDataSysName, (reader->getPath() + ": " + text).c_str());
+GZipExtractor::Result GZipExtractor::Impl::placeLink(const Link& link) {
+  const std::string& path = plan.of(link.index).path;
+  const platform::DirectoryHandle* parent = nullptr;
+  Result result = enter(zip::directoryPart(path), &parent);
+  const std::string name = path.substr(path.rfind('/') + 1);
+  // A link may take a link's place: it is replaced itself and leads nowhere.
+  const bool replacesLink =
+      result == Done && overwrite && parent->kindOf(name) == platform::NameKind::link;
+  if (result == Done && !replacesLink) result = findPlace(*parent, path, nullptr);
+  if (result != Done) return result;
+  if (!parent->makeLink(link.target, name, overwrite)) {
+    return fail(CannotWrite, shown(path) + " can't be made" + reasonText());
+  }
+  ++fileCount;
+  return Done;
+}
+
+GZipExtractor::Result GZipExtractor::Impl::finish() {
+  Result worst = Done;
+  for (const Link& link : links) worst = std::max(worst, placeLink(link));
+  links.clear();
+  tree.finish();
+  if (sync && !tree.sync()) worst = fail(CannotWrite, directory + reasonText());
+  return worst;
+}
+
+GZipExtractor::Result GZipExtractor::Impl::readOnly(std::size_t index) {
+  return read(index, [](const char*, std::size_t) { return true; });
+}
+
+// Deflate makes at most 1,032 bytes of one, so that much of the same comes near to that in
+// the best of archives; what is small does no harm.
+bool GZipExtractor::Impl::isTooMuch(const GZipMember& member) const {
+  constexpr std::uint64_t harmless = std::uint64_t{64} << 20;
+  return byteCount > limits.totalBytes ||
+         (limits.ratio != 0 && byteCount > harmless &&
+          byteCount / limits.ratio > packedCount + member.packedSize);
+}
+
+GZipExtractor::Result GZipExtractor::Impl::read(std::size_t index,
+                                                const GZip64Reader::Receiver& receiver) {
+  const GZipMember& member = source->members()[index];
+  Result stopped = Done;
+  const auto stop = [&stopped](Result why) {
+    stopped = why;
+    return false;
+  };
+  const auto outcome = source->read(index, [&](const char* data, std::size_t size) {
+    byteCount += size;
+    if (isTooMuch(member)) return stop(LimitExceeded);
+    if (cancelled && cancelled()) return stop(Cancelled);
+    if (!receiver(data, size)) return stop(CannotWrite);
+    showProgress();
+    return true;
+  });
+  packedCount += member.packedSize;
+  if (stopped == LimitExceeded) {
+    return fail(LimitExceeded, member.name + " is larger than is allowed");
+  }
+  if (stopped == Cancelled) return fail(Cancelled, "cancelled");
+  if (stopped == CannotWrite) return CannotWrite;  // the receiver says why
+  if (outcome.right) return Done;
+  if (!outcome.complete && outcome.reason.empty()) {
+    return fail(Damaged, member.name + " can't be read");
+  }
+  std::string text = member.name + " is damaged";
+  if (member.encrypted) text += ", or the password is wrong";
+  if (!outcome.reason.empty()) text += " (" + outcome.reason + ")";
+  return fail(Damaged, text);
+}
+
+GZipExtractor::Result GZipExtractor::Impl::fail(Result result, const std::string& text) {
+  gOutput->error(gDataSysName, (source->path() + ": " + text).c_str());
   return result;
 }
 
-void GZipExtractor::showProgress() {
+void GZipExtractor::Impl::warn(const std::string& text) {
+  gOutput->warning(gDataSysName, (source->path() + ": " + text).c_str());
+}
+
+void GZipExtractor::Impl::showProgress() {
   if (expectedBytes == 0) return;
-  const int percent =
-      static_cast<int>(std::min<std::uint64_t>(100, byteCount * 100 / expectedBytes));
+  const auto percent = static_cast<int>(
+      std::min(100.0, 100.0 * static_cast<double>(byteCount) / static_cast<double>(expectedBytes)));
   if (percent == shownPercent) return;
   shownPercent = percent;
   gProgress(percent);
 }
+
+GZipExtractor::GZipExtractor(GZipReader* reader, const std::string& directory)
+    : impl(std::make_unique<Impl>(std::make_unique<zip::EntrySource>(*reader), directory)) {}
+GZipExtractor::GZipExtractor(GZip64Reader* reader, const std::string& directory)
+    : impl(std::make_unique<Impl>(zip::sourceOf(*reader), directory)) {}
+GZipExtractor::~GZipExtractor() = default;
+
+void GZipExtractor::setLimits(const Limits& newLimits) { impl->limits = newLimits; }
+void GZipExtractor::setOverwrite(bool on) { impl->overwrite = on; }
+void GZipExtractor::setCancel(std::function<bool()> asked) { impl->cancelled = std::move(asked); }
+void GZipExtractor::setMakeLinks(bool on) { impl->makeLinks = on; }
+void GZipExtractor::setKeepSpecialModes(bool on) { impl->keepSpecialModes = on; }
+void GZipExtractor::setSync(bool on) { impl->sync = on; }
+
+GZipExtractor::Result GZipExtractor::extractAll() { return impl->runAll(true); }
+GZipExtractor::Result GZipExtractor::testAll() { return impl->runAll(false); }
+
+GZipExtractor::Result GZipExtractor::extract(const std::vector<const GZipMember*>& members) {
+  std::vector<std::size_t> chosen;
+  chosen.reserve(members.size());
+  const GZipMember* first = impl->source->members().data();
+  for (const GZipMember* member : members) {
+    chosen.push_back(static_cast<std::size_t>(member - first));
+  }
+  return impl->run(chosen, true);
+}
+
+GZipExtractor::Result GZipExtractor::extract(const GZipEntry* entry) {
+  return impl->run({static_cast<zip::EntrySource&>(*impl->source).indexOf(entry)}, true);
+}
+
+GZipExtractor::Result GZipExtractor::test(const GZipMember* member) {
+  return impl->run({static_cast<std::size_t>(member - impl->source->members().data())}, false);
+}
+
+GZipExtractor::Result GZipExtractor::test(const GZipEntry* entry) {
+  return impl->run({static_cast<zip::EntrySource&>(*impl->source).indexOf(entry)}, false);
+}
+
+unsigned int GZipExtractor::getFileCount() const { return impl->fileCount; }
+std::uint64_t GZipExtractor::getByteCount() const { return impl->byteCount; }

@@ -169,7 +169,7 @@ TEST_F(Extractor, NoticesAWrongPasswordOfAStoredMember) {
 }
 
 TEST_F(Extractor, KeepsToItsLimits) {
-  open({{"a", std::string(3 << 20, 'a'), true}, {"b", "b"}});
+  open({{"a", std::string(65 << 20, 'a'), true}, {"b", "b"}});
   GZipExtractor::Limits limits;
   limits.ratio = 100;
   GZipExtractor ratio(&reader, scratch / "out");
@@ -193,8 +193,23 @@ TEST_F(Extractor, KeepsToItsLimits) {
                    scratch / "a.zip" + ": more than 1 entries"}));
 }
 
+TEST_F(Extractor, CountsTheRatioOnlyBeyond64MiBOfAllOutput) {
+  open({{"a", std::string(20 << 20, 'a'), true}, {"b", std::string(40 << 20, 'b'), true}});
+  GZipExtractor small(&reader, scratch / "out");
+  EXPECT_EQ(small.extractAll(), GZipExtractor::Done);
+  reader.close();
+  open({{"a", std::string(33 << 20, 'a'), true}, {"b", std::string(33 << 20, 'b'), true}});
+  GZipExtractor::Limits limits;
+  limits.ratio = 500;
+  GZipExtractor large(&reader, scratch / "out");
+  large.setOverwrite(true);
+  large.setLimits(limits);
+  EXPECT_EQ(large.extractAll(), GZipExtractor::LimitExceeded);
+  EXPECT_EQ(large.testAll(), GZipExtractor::LimitExceeded);
+}
+
 TEST_F(Extractor, ARatioOfZeroAllowsAny) {
-  open({{"a", std::string(3 << 20, 'a'), true}});
+  open({{"a", std::string(65 << 20, 'a'), true}});
   GZipExtractor::Limits limits;
   limits.ratio = 0;
   GZipExtractor extractor(&reader, scratch / "out");
@@ -237,8 +252,8 @@ TEST_F(Extractor, SaysWhereItCannotWrite) {
   open({{"a", "1"}});
   GZipExtractor extractor(&reader, scratch / "file");
   EXPECT_EQ(extractor.extractAll(), GZipExtractor::CannotWrite);
-  EXPECT_EQ(output.texts(),
-            Texts{scratch / "a.zip" + ": can't make directory " + scratch / "file"});
+  EXPECT_EQ(output.texts(), Texts{scratch / "a.zip" + ": can't make directory " + scratch / "file" +
+                                  " (Not a directory)"});
 }
 
 TEST_F(Extractor, KnowsDirectoriesByTheirNamesToo) {
