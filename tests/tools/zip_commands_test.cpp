@@ -174,7 +174,7 @@ TEST(ZipCommand, IsReproducibleWhenAskedFor) {
 TEST(ZipCommand, KeepsTimesRightsAndEmptyDirectories) {
   const std::string dir = newFolder();
   const std::string cd = "cd " + dir + " && umask 022 && ";
-  const std::string look = "(cd t && find . -printf '%p %m %T@\\n' | sort)";
+  const std::string look = "(cd t && find . -printf '%p %m %Ts\\n' | sort)";
   ASSERT_EQ(shell(cd + "mkdir -p t/empty t/sub/deep && echo 1 > t/private && echo 2 > t/sub/run &&"
                        " chmod 600 t/private && chmod 755 t/sub/run && chmod 500 t/sub/deep &&"
                        " touch -d '2001-02-03 04:05:07' t/private t/empty t/sub/deep t/sub t &&"
@@ -183,12 +183,7 @@ TEST(ZipCommand, KeepsTimesRightsAndEmptyDirectories) {
   const Ended before = shell(cd + look);
   EXPECT_EQ(shell(cd + "mv t old && loom zip x x.zip"), (Ended{0, "", ""}));
   EXPECT_EQ(shell(cd + look), Ended({0, before.out, ""})) << "with our extraction";
-  EXPECT_EQ(shell(cd + "chmod 700 t/sub/deep; rm -rf t && unzip -qq x.zip && cd t &&"
-                       " stat -c '%a %Y' private sub/run empty && cd ../old &&"
-                       " stat -c '%a %Y' private sub/run empty | diff - <(cd ../t;"
-                       " stat -c '%a %Y' private sub/run empty) > /dev/null")
-                .code,
-            0)
+  EXPECT_EQ(shell(cd + "rm -rf t && unzip -qq x.zip && " + look), Ended({0, before.out, ""}))
       << "and with another";
 }
 

@@ -34,6 +34,7 @@ class GZipExtractor::Impl {
 
   Result run(const std::vector<std::size_t>& chosen, bool writing);
   Result runAll(bool writing);
+  Result readOnly(std::size_t index);
 
   Limits limits;
   bool overwrite = false;
@@ -60,7 +61,6 @@ class GZipExtractor::Impl {
   Result findPlace(const platform::DirectoryHandle& directory, const std::string& path,
                    unsigned* rights);
   Result read(std::size_t index, const GZip64Reader::Receiver& receiver);
-  Result readOnly(std::size_t index);
   bool isTooMuch(const GZipMember& member) const;
   Result finish();
 
@@ -124,11 +124,10 @@ GZipExtractor::Result GZipExtractor::Impl::process(std::size_t index, bool writi
       if (writing) warn(member.name + " is there more than once; the last one is taken");
       return readOnly(index);
     case zip::Fate::directory: {
-      // No program puts data into a directory, but they are checked as any others.
-      const bool hasData = member.size != 0 || member.packedSize != 0;
-      const Result result = hasData ? readOnly(index) : Done;
-      if (result != Done || !writing) return result;
-      return makeDirectory(step.path);
+      // No program puts data into a directory, but its header and its data are checked
+      // as any others.
+      const Result result = readOnly(index);
+      return result == Done && writing ? makeDirectory(step.path) : result;
     }
     case zip::Fate::link:
       if (writing && makeLinks) return extractLink(index, step.path);
@@ -352,7 +351,7 @@ GZipExtractor::Result GZipExtractor::test(const GZipMember* member) {
 }
 
 GZipExtractor::Result GZipExtractor::test(const GZipEntry* entry) {
-  return impl->run({static_cast<zip::EntrySource&>(*impl->source).indexOf(entry)}, false);
+  return impl->readOnly(static_cast<zip::EntrySource&>(*impl->source).indexOf(entry));
 }
 
 unsigned int GZipExtractor::getFileCount() const { return impl->fileCount; }

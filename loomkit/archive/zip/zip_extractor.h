@@ -97,7 +97,7 @@ class LOOMKIT_API GZipExtractor {
   Result testAll();
   /// Reads one member of a GZip64Reader: Done, or what is wrong with it.
   Result test(const GZipMember* member);
-  /// Reads one member of a GZipReader.
+  /// Reads one member of a GZipReader, whatever its name is.
   Result test(const GZipEntry* entry);
 
   /// The number of files and links that were written so far.

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: MIT
+// Opens any bytes as an archive of any size, reads every member, and compares the
+// verdict of the test with that of an extraction.
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "loomkit/archive/zip/zip64_reader.h"
+#include "loomkit/archive/zip/zip_extractor.h"
+#include "loomkit/text/output.h"
+
+namespace {
+
+class Silent : public GOutput {
+ public:
+  using GOutput::output;
+  void output(GOutputLevel, const std::string&, const char*) override {}
+};
+
+// One directory a process, since several processes fuzz at the same time.
+const std::filesystem::path& folder() {
+  static const std::filesystem::path path = [] {
+    auto made = std::filesystem::temp_directory_path() / ("fuzz_zip64." + std::to_string(getpid()));
+    std::filesystem::create_directories(made);
+    std::atexit([] {
+      std::error_code ignored;
+      std::filesystem::remove_all(folder(), ignored);
+    });
+    return made;
+  }();
+  return path;
+}
+
+void store(const std::string& path, const std::uint8_t* data, std::size_t size) {
+  std::FILE* file = std::fopen(path.c_str(), "wb");
+  if (file == nullptr || std::fwrite(data, 1, size, file) != size) std::abort();
+  std::fclose(file);
+}
+
+GZipExtractor::Limits smallLimits() {
+  GZipExtractor::Limits limits;
+  limits.totalBytes = 1 << 20;
+  return limits;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static Silent silent;
+  gOutput = &silent;
+  const std::string path = folder() / "a.zip";
+  store(path, data, size);
+  GZip64Reader reader;
+  if (!reader.open(path)) return 0;
+  reader.setPassword("pw");
+  const std::string out = folder() / "out";
+  GZipExtractor tested(&reader, out);
+  tested.setLimits(smallLimits());
+  const auto verdict = tested.testAll();
+  GZipExtractor extractor(&reader, out);
+  extractor.setLimits(smallLimits());
+  const auto result = extractor.extractAll();
+  // The file system has limits of its own, for the length of names above all.
+  const bool agrees = result == verdict || result == GZipExtractor::CannotWrite;
+  const bool leftOutside = std::filesystem::exists(folder() / "up");
+  std::error_code ignored;
+  std::filesystem::remove_all(out, ignored);
+  if (!agrees || leftOutside) std::abort();
+  return 0;
+}
