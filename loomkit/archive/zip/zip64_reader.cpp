@@ -16,7 +16,7 @@
 
 using namespace loomkit;
 
-class GZip64Reader::Impl {
+class LOOMKIT_LOCAL GZip64Reader::Impl {
  public:
   explicit Impl(GZip64Reader& zipReader) : reader(zipReader) {}
   Impl(const Impl&) = delete;

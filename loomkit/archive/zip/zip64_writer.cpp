@@ -28,7 +28,7 @@ constexpr zip::DosTime firstDosTime{0, 1 << 5 | 1};
 
 }  // namespace
 
-class GZip64Writer::Impl {
+class LOOMKIT_LOCAL GZip64Writer::Impl {
  public:
   Impl(GZip64Writer& zipWriter, std::ostream& stream) : writer(zipWriter), out(stream) {}
   Impl(const Impl&) = delete;

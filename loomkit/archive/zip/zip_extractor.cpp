@@ -28,7 +28,7 @@ std::string reasonText() {
 
 }  // namespace
 
-class GZipExtractor::Impl {
+class LOOMKIT_LOCAL GZipExtractor::Impl {
  public:
   Impl(std::unique_ptr<zip::MemberSource> memberSource, const std::string& targetDirectory);
 
