@@ -71,9 +71,8 @@ TEST_F(DbOpen, TheCatalogTellsTheColumnsWhereTheHostDoesNot) {
   ASSERT_EQ(table.getStructure().getFields().size(), 2U);
   EXPECT_EQ(table.getStructure().getFields()[0].getType(), GDbFieldInt);
   const GDbStructure texts = structureOf({{"a", GDbFieldString}, {"b", GDbFieldString}});
-  EXPECT_EQ(
-      loomkit::open(csv).openTable("parts", &texts).getStructure().getFields()[0].getType(),
-      GDbFieldString);
+  EXPECT_EQ(loomkit::open(csv).openTable("parts", &texts).getStructure().getFields()[0].getType(),
+            GDbFieldString);
   EXPECT_TRUE(loomkit::Table().getStructure().getFields().empty());
 }
 
