@@ -28,8 +28,8 @@ inline constexpr std::size_t size = reserved2.end();
 static_assert(recordCount.offset == 4 && flags.offset == 28 && size == 32);
 }  // namespace header
 
-inline constexpr unsigned versionPlain = 0x03;
-inline constexpr unsigned versionWithMemo = 0xF5;
+inline constexpr std::uint8_t versionPlain = 0x03;
+inline constexpr std::uint8_t versionWithMemo = 0xF5;
 /// A bit of the version: a memo file belongs to the table.
 inline constexpr unsigned memoBit = 0x80;
 

@@ -60,7 +60,7 @@ bool Directory64::findEndRecord(std::uint64_t* offset) {
   const unsigned char* tail = window.at(first, count);
   if (tail == nullptr) return false;
   const RecordReader bytes(tail, count);
-  for (std::uint64_t i = last - first + 1; i > 0; --i) {
+  for (auto i = static_cast<std::size_t>(last - first + 1); i > 0; --i) {
     if (bytes.get(end::signature.behind(i - 1)) != end::signatureValue) continue;
     *offset = first + i - 1;
     return true;

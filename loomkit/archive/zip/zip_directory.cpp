@@ -62,7 +62,7 @@ const char* Directory::readEndRecord() {
   if (size < 0) return "can't seek to end of file";
   endRecord.archiveSize = low32(size);
   if (size < std::streamoff{end::size}) return "not a valid zip file";
-  const std::streamoff tailSize = std::min<std::streamoff>(size, searchedTail);
+  const auto tailSize = static_cast<std::streamsize>(std::min<std::streamoff>(size, searchedTail));
   std::string tail(static_cast<std::size_t>(tailSize), '\0');
   if (!stream.seekg(size - tailSize)) return "seek error";
   if (!stream.read(tail.data(), tailSize)) return "read error";
