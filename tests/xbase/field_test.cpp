@@ -123,7 +123,7 @@ TEST(XBaseNumber, IsTheNearestOne) {
   for (int i = 0; i < 20000; ++i) {
     const auto digits = static_cast<long long>(random() >> (random() % 64));
     std::string text = std::to_string(digits);
-    text.insert(random() % (text.size() + 1), ".");
+    text.insert(static_cast<std::size_t>(random()) % (text.size() + 1), ".");
     if (random() % 2 == 0) text.insert(0, "-");
     EXPECT_EQ(parseNumber(text), std::strtod(text.c_str(), nullptr)) << text;
   }
