@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
-// Opens any bytes as an archive of any size, reads every member, and compares the
-// verdict of the test with that of an extraction.
+// Opens any bytes as an archive of any size and reads every member. Of every hundredth
+// input the verdict is compared with that of an extraction, which costs a hundred times
+// as much.
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -36,10 +37,13 @@ const std::filesystem::path& folder() {
   return path;
 }
 
-void store(const std::string& path, const std::uint8_t* data, std::size_t size) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  if (file == nullptr || std::fwrite(data, 1, size, file) != size) std::abort();
-  std::fclose(file);
+// A file in memory, by its path.
+std::string store(const std::uint8_t* data, std::size_t size) {
+  static const int file = ::memfd_create("a.zip", 0);
+  const bool stored =
+      ::ftruncate(file, 0) == 0 && ::pwrite(file, data, size, 0) == static_cast<ssize_t>(size);
+  if (!stored) std::abort();
+  return "/proc/self/fd/" + std::to_string(file);
 }
 
 GZipExtractor::Limits smallLimits() {
@@ -53,15 +57,15 @@ GZipExtractor::Limits smallLimits() {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static Silent silent;
   gOutput = &silent;
-  const std::string path = folder() / "a.zip";
-  store(path, data, size);
   GZip64Reader reader;
-  if (!reader.open(path)) return 0;
+  if (!reader.open(store(data, size))) return 0;
   reader.setPassword("pw");
   const std::string out = folder() / "out";
   GZipExtractor tested(&reader, out);
   tested.setLimits(smallLimits());
   const auto verdict = tested.testAll();
+  static unsigned count = 0;
+  if (++count % 100 != 0) return 0;
   GZipExtractor extractor(&reader, out);
   extractor.setLimits(smallLimits());
   const auto result = extractor.extractAll();
