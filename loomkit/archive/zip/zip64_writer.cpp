@@ -4,7 +4,6 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 #include <vector>
 
@@ -106,8 +105,7 @@ GZip64Writer::Result GZip64Writer::writeLink(const std::string& name, const std:
   ofLink.mode = static_cast<std::uint16_t>(zip::unixLink | 0777);
   ofLink.expectedSize = target.size();
   return impl->write(std::move(member), ofLink, [&](char* buffer, std::size_t size) {
-    const std::size_t count = std::min(size, target.size() - given);
-    std::memcpy(buffer, target.data() + given, count);
+    const std::size_t count = target.copy(buffer, size, given);
     given += count;
     return static_cast<std::int64_t>(count);
   });

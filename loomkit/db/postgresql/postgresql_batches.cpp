@@ -110,7 +110,7 @@ GDbStatus GPostgresqlQueryData::openCursor() {
 }
 
 PgFailure GPostgresqlQueryData::fetchRows() {
-  const PgFailure failure = connection().ready();
+  PgFailure failure = connection().ready();
   if (failure) return failure;
   const std::string text = "FETCH FORWARD " + std::to_string(rowsToFetch) + " FROM " + cursor;
   libpq().sendQueryParams(connection().get(), text.c_str(), 0, nullptr, nullptr, nullptr, nullptr,

@@ -103,7 +103,7 @@ GDbStatus GPostgresqlQueryData::bindAt(int index, Parameter** parameter) {
 GDbStatus GPostgresqlQueryData::bind(int index, std::string_view value, bool binary) {
   Parameter* parameter = nullptr;
   const GDbStatus status = bindAt(index, &parameter);
-  if (status != GDbNoError) return status;
+  if (status != GDbNoError || parameter == nullptr) return status;
   parameter->value = value;
   parameter->binary = binary;
   parameter->null = false;
@@ -113,7 +113,7 @@ GDbStatus GPostgresqlQueryData::bind(int index, std::string_view value, bool bin
 GDbStatus GPostgresqlQueryData::bindNull(int index) {
   Parameter* parameter = nullptr;
   const GDbStatus status = bindAt(index, &parameter);
-  if (status == GDbNoError) parameter->null = true;
+  if (parameter != nullptr) parameter->null = true;
   return status;
 }
 

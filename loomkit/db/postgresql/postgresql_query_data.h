@@ -30,7 +30,7 @@ class GPostgresqlQueryData : public GSqlQueryData, private loomkit::PgRowReader 
   /// `scan`: within a transaction the rows come through a cursor. Such a
   /// statement has no parameters.
   GPostgresqlQueryData(GPostgresqlDatabase* database, const std::string& statement, bool scan);
-  ~GPostgresqlQueryData();
+  ~GPostgresqlQueryData() override;
 
   [[nodiscard]] bool isActive() const override { return state != State::inactive; }
   [[nodiscard]] bool isValid() const override { return valid; }
