@@ -87,6 +87,7 @@ GProcess::GProcess(const GProcess& other)
 }
 
 GProcess& GProcess::operator=(const GProcess& other) {
+  if (this == &other) return *this;
   ++other.impl->owners;
   release();
   impl = other.impl;

@@ -29,9 +29,9 @@ BlockSpace::BlockSpace(Engine& owner, File& blockFile, std::size_t blockLimit)
   buckets.resize(fewestBlocks);
 }
 
-int BlockSpace::corrupt() {
-  return fail(*engine, errorNotAnIndex, engine->report.files, fileNameLine(file->name()).c_str(),
-              "Corrupt index file");
+void BlockSpace::noteCorruption() {
+  noteFailure(*engine, errorNotAnIndex, engine->report.files, fileNameLine(file->name()).c_str(),
+              "Corrupt index file", nullptr);
 }
 
 int BlockSpace::open(bool torn) {
@@ -40,7 +40,7 @@ int BlockSpace::open(bool torn) {
   begin();
   Block* first = nullptr;
   const int result = read(0, &first);
-  if (result < 0) return result;
+  if (result != ok) return result;
   const RecordReader record(first->bytes, cdx::blockSize);
   freeList = record.get(cdx::header::freeList);
   const bool changing = record.get(cdx::header::mark) == cdx::header::changing;
@@ -111,7 +111,7 @@ int BlockSpace::obtain(std::uint32_t address, Block** block) {
   Block* made = blocks.size() < limit ? nullptr : victim();
   if (made != nullptr) {
     const int result = made->changed ? write(made) : ok;
-    if (result < 0) return result;
+    if (result != ok) return result;
     takeFromBucket(made);
   } else {
     auto added = std::make_unique<Block>();
@@ -141,7 +141,7 @@ int BlockSpace::read(std::uint32_t address, Block** block) {
   unsigned char bytes[cdx::blockSize];
   int result = file->readAll(address, bytes, sizeof bytes);
   if (result == ok) result = obtain(address, &found);
-  if (result < 0) return result;
+  if (result != ok) return result;
   std::memcpy(found->bytes, bytes, sizeof bytes);
   *block = found;
   return ok;
@@ -156,7 +156,7 @@ int BlockSpace::write(Block* block) {
 int BlockSpace::setMark(bool changing) {
   Block* first = nullptr;
   int result = read(0, &first);
-  if (result < 0) return result;
+  if (result != ok || first == nullptr) return result;
   RecordWriter record(first->bytes, cdx::blockSize);
   constexpr char none[cdx::header::mark.size] = {};
   record.put(cdx::header::mark,
@@ -182,7 +182,7 @@ int BlockSpace::extend(std::size_t count, std::uint32_t* address) {
   for (std::size_t i = 0; i < count; ++i) {
     Block* made = nullptr;
     const int result = obtain(static_cast<std::uint32_t>(endAddress), &made);
-    if (result < 0) return result;
+    if (result != ok) return result;
     std::memset(made->bytes, 0, sizeof made->bytes);
     made->changed = true;
     endAddress += cdx::blockSize;
@@ -201,7 +201,7 @@ int BlockSpace::takeFree(Block** block) {
     return ok;
   Block* first = nullptr;
   const int result = read(address, &first);
-  if (result < 0 || !looksFree(*first)) return result;
+  if (result != ok || first == nullptr || !looksFree(*first)) return result;
   freeList = RecordReader(first->bytes, cdx::blockSize).get(cdx::node::left);
   *block = first;
   return ok;
@@ -209,7 +209,7 @@ int BlockSpace::takeFree(Block** block) {
 
 int BlockSpace::allocate(Block** block) {
   int result = takeFree(block);
-  if (result < 0) return result;
+  if (result != ok) return result;
   if (*block == nullptr) {
     std::uint32_t address = 0;
     result = extend(1, &address);
@@ -241,7 +241,7 @@ int BlockSpace::writeChanged() {
             [](const Block* a, const Block* b) { return a->address < b->address; });
   for (Block* block : changed) {
     const int result = write(block);
-    if (result < 0) return result;
+    if (result != ok) return result;
   }
   return ok;
 }
@@ -252,7 +252,7 @@ int BlockSpace::flush() {
   begin();
   Block* first = nullptr;
   int result = read(0, &first);
-  if (result < 0) return result;
+  if (result != ok || first == nullptr) return result;
   RecordWriter(first->bytes, cdx::blockSize).put(cdx::header::freeList, freeList);
   first->changed = true;
   result = writeChanged();

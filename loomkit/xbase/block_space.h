@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "loomkit/xbase/cdx_layout.h"
+#include "loomkit/xbase/codes.h"
 #include "loomkit/xbase/leaf_node.h"
 
 namespace loomkit::xbase {
@@ -96,13 +97,18 @@ class BlockSpace {
   [[nodiscard]] bool isBroken() const noexcept { return broken; }
 
   /// What is to be said of a file whose blocks make no tree: errorNotAnIndex.
-  int corrupt();
+  int corrupt() {
+    noteCorruption();
+    return errorNotAnIndex;
+  }
 
   /// The first address behind the last block.
   [[nodiscard]] std::uint64_t end() const noexcept { return endAddress; }
   [[nodiscard]] std::uint32_t firstFree() const noexcept { return freeList; }
 
  private:
+  void noteCorruption();
+
   Block** bucketOf(std::uint32_t address) noexcept;
   Block* find(std::uint32_t address) noexcept;
   int obtain(std::uint32_t address, Block** block);

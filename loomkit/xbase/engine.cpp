@@ -51,11 +51,10 @@ Engine& theEngine() {
   return *engine;
 }
 
-int fail(Engine& engine, int code, bool reported, const char* text1, const char* text2,
-         const char* text3) {
+void noteFailure(Engine& engine, int code, bool reported, const char* text1, const char* text2,
+                 const char* text3) {
   engine.errorCode = code;
   if (reported) reportError(engine, reportTitle, "Error", code, {text1, text2, text3});
-  return code;
 }
 
 int failSeverely(Engine& engine, int code, const char* text1, const char* text2,

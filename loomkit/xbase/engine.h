@@ -80,10 +80,17 @@ struct Engine {
 Engine& theEngine();
 
 /// Keeps `code` as the engine's error code, tells the user about it if
-/// `reported`, and returns it. The texts, as far as they are not null, are
-/// further lines of the report.
-int fail(Engine& engine, int code, bool reported, const char* text1 = nullptr,
-         const char* text2 = nullptr, const char* text3 = nullptr);
+/// `reported`. The texts, as far as they are not null, are further lines of the
+/// report.
+void noteFailure(Engine& engine, int code, bool reported, const char* text1, const char* text2,
+                 const char* text3);
+
+/// The same for the end of an operation: returns the code.
+inline int fail(Engine& engine, int code, bool reported, const char* text1 = nullptr,
+                const char* text2 = nullptr, const char* text3 = nullptr) {
+  noteFailure(engine, code, reported, text1, text2, text3);
+  return code;
+}
 
 /// The same for an error after which the engine's structures cannot be trusted;
 /// always reported.

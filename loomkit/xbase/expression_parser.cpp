@@ -115,7 +115,7 @@ void Parser::reduceTo(int priority, const FunctionRow* incoming) {
          stack.back().row->priority >= priority) {
     const Pending& top = stack.back();
     // A chain of .AND. or of .OR. stays one step.
-    if (top.row == incoming && top.row->operands < 0) return;
+    if (incoming != nullptr && top.row == incoming && incoming->operands < 0) return;
     emit(top.row, top.position).operands = top.operands;
     stack.pop_back();
   }

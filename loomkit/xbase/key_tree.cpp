@@ -119,7 +119,7 @@ int KeyTree::seek(const unsigned char* key, std::size_t length, std::uint64_t re
   cursor->valid = false;
   Block* leaf = nullptr;
   int result = descendTo(key, length, record, &leaf);
-  if (result < 0) return result;
+  if (result < 0 || leaf == nullptr) return result;
   const LeafPlace place = leafOf(leaf).find(key, length, record);
   if (place.index < leafOf(leaf).count()) {
     standAt(leaf, place, length == keySize ? key : nullptr, cursor);
@@ -137,7 +137,7 @@ int KeyTree::first(TreeCursor* cursor) {
   cursor->valid = false;
   Block* leaf = nullptr;
   const int result = descend([](const BranchNode&) { return 0U; }, &leaf);
-  if (result < 0) return result;
+  if (result < 0 || leaf == nullptr) return result;
   if (leafOf(leaf).count() == 0) return endOfFile;
   stand(leaf, 0, cursor);
   return ok;
@@ -148,7 +148,7 @@ int KeyTree::last(TreeCursor* cursor) {
   cursor->valid = false;
   Block* leaf = nullptr;
   const int result = descend([](const BranchNode& branch) { return branch.count() - 1; }, &leaf);
-  if (result < 0) return result;
+  if (result < 0 || leaf == nullptr) return result;
   const unsigned count = leafOf(leaf).count();
   if (count == 0) return endOfFile;
   stand(leaf, count - 1, cursor);
@@ -163,7 +163,7 @@ int KeyTree::standInNeighbour(std::uint32_t address, bool atEnd, TreeCursor* cur
   int result = readNode(cursor->leaf, &from);
   Block* leaf = nullptr;
   if (result == ok) result = readSameKind(address, *from, &leaf);
-  if (result < 0) return result;
+  if (result < 0 || leaf == nullptr) return result;
   TreeCursor found;
   stand(leaf, atEnd ? leafOf(leaf).count() - 1 : 0, &found);
   const bool ordered = atEnd ? ascends(found.key, found.record, cursor->key, cursor->record)
@@ -212,7 +212,7 @@ int KeyTree::previous(TreeCursor* cursor) {
   bool gone = false;
   int result = relocate(cursor, &leaf, &gone);
   if (result == endOfFile) return last(cursor);
-  if (result < 0) return result;
+  if (result < 0 || leaf == nullptr) return result;
   if (cursor->index == 0) return standInNeighbour(leaf->neighbour(node::left), true, cursor);
   before = cursor->key;
   const std::uint32_t recordBefore = cursor->record;

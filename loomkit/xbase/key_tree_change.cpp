@@ -346,7 +346,7 @@ int KeyTree::raise(const Division& division) {
   int result = readNode(root, &old);
   if (result == ok) result = readNode(division.right, &right);
   if (result == ok) result = space->allocate(&added);
-  if (result < 0) return result;
+  if (result < 0 || old == nullptr || added == nullptr) return result;
   old->put(node::attributes, static_cast<std::uint16_t>(old->attributes() & ~node::isRoot));
   BranchNode::create(added->bytes);
   added->put(node::attributes, static_cast<std::uint16_t>(node::isRoot));

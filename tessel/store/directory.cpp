@@ -220,6 +220,7 @@ class DirectoryReader {
   template <class Named>
   static bool namesDiffer(const std::vector<Named>& all) {
     std::vector<std::string_view> names;
+    names.reserve(all.size());
     for (const Named& one : all) names.emplace_back(one.name);
     std::sort(names.begin(), names.end());
     return std::adjacent_find(names.begin(), names.end()) == names.end();

@@ -2,6 +2,7 @@
 #include "tessel/store/lookup.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <limits>
 
@@ -204,7 +205,11 @@ Error findByIndex(BlockFile* file, const TableInfo& table, const Index& index, T
 int orderOf(double a, double b) {
   if (a < b) return -1;
   if (a > b) return 1;
-  return a == b ? 0 : std::memcmp(&a, &b, sizeof a);
+  if (a == b) return 0;
+  const auto bitsOfA = std::bit_cast<std::uint64_t>(a);
+  const auto bitsOfB = std::bit_cast<std::uint64_t>(b);
+  if (bitsOfA == bitsOfB) return 0;
+  return bitsOfA < bitsOfB ? -1 : 1;
 }
 
 Error compareTexts(BlockFile* file, const Column& column, std::uint32_t a, std::uint32_t b,

@@ -70,7 +70,7 @@ Error readNumber(BlockFile* file, const Column& column, std::uint32_t row, TslCo
   if (bytes == nullptr) return file->error();
   switch (column.storage) {
     case TslStorageInt8:
-      value->signedValue = static_cast<std::int8_t>(*bytes);
+      value->signedValue = static_cast<std::int32_t>(*bytes ^ 0x80U) - 0x80;
       break;
     case TslStorageUInt8:
       value->unsignedValue = *bytes;

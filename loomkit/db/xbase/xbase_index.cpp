@@ -93,6 +93,7 @@ bool GDbXBaseIndex::serves(const GDbKey* keys, int count) const {
   if (count < 1 || fieldIds.size() != static_cast<std::size_t>(count)) return false;
   std::vector<int> own = fieldIds;
   std::vector<int> asked;
+  asked.reserve(own.size());
   for (int i = 0; i < count; ++i) asked.push_back(keys[i].field);
   std::sort(own.begin(), own.end());
   std::sort(asked.begin(), asked.end());
