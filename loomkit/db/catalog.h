@@ -64,7 +64,8 @@ class LOOMKIT_API GDbCatalog {
     /// a GDbIndex can tell. A column whose type has no GDbFieldType is
     /// GDbFieldNone: leave it out of a structure that is to open the table.
     GDbStructure structure;
-    /// By field number, as many as the structure has fields.
+    /// What goes beyond each field, by field number: as many entries as the structure
+    /// has fields.
     std::vector<Column> columns;
     /// True when the table says nothing of its columns, and names and types were
     /// inferred from its data. Inferring reads the whole table.
@@ -74,7 +75,7 @@ class LOOMKIT_API GDbCatalog {
   /// Stores the tables and views of `database`, sorted by name, in `*tables`.
   /// GDbInvalidTypeId: nobody has registered a catalog for such a database;
   /// GDbInvalidArgument: a pointer is null; otherwise what the backend says. On
-  /// failure `*tables` is empty.
+  /// failure `*tables` is empty. What it held before is gone in any case.
   static GDbStatus listTables(GDbDatabase* database, std::vector<Table>* tables);
 
   /// Stores what is known of the table or view `name` in `*description`. The
@@ -85,7 +86,8 @@ class LOOMKIT_API GDbCatalog {
                                  Description* description);
 
   /// Adds a catalog. Of several that serve a database, the first is asked.
-  /// Requires: `catalog` lives to the end of the process.
+  /// It stays the caller's. Requires: `catalog` is not null and lives to the end of the
+  /// process.
   static void registerCatalog(GDbCatalog* catalog);
 
  protected:
@@ -97,11 +99,14 @@ class LOOMKIT_API GDbCatalog {
   /// Whether `database` is of the backend's kind, usually a dynamic_cast.
   [[nodiscard]] virtual bool serves(const GDbDatabase& database) const = 0;
 
-  /// Appends the tables and views in any order. `database` is one that the
-  /// catalog serves, open or closed.
+  /// Appends the tables and views in any order; listTables() sorts them, and drops them
+  /// when this fails. `database` is one that the catalog serves, open or closed: a
+  /// closed one is to give GDbNotOpen.
   virtual GDbStatus appendTables(GDbDatabase* database, std::vector<Table>* tables) const = 0;
 
   /// Fills an empty description of the table `name` of such a database.
+  /// GDbInvalidTableName: there is none. describeTable() empties the description
+  /// again when this fails.
   virtual GDbStatus describe(GDbDatabase* database, const std::string& name,
                              Description* description) const = 0;
 

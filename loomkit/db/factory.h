@@ -22,19 +22,23 @@ class GDbDatabase;
 /// process. Failures are statuses. For one thread at a time, as the registry is.
 class LOOMKIT_API GDbDbFactory {
  public:
-  /// `typeId` is what stands before a locator's colon, in lower case.
+  /// `typeId` is what stands before a locator's colon: ASCII letters and digits, the
+  /// letters in lower case, since a locator with any other is never found. Two
+  /// factories of one type id do no harm: the one registered first opens all.
   GDbDbFactory(const std::string& typeId);
   GDbDbFactory(const GDbDbFactory&);
   GDbDbFactory& operator=(const GDbDbFactory&);
   virtual ~GDbDbFactory();
 
-  /// Opens the database of a whole locator and stores it in `*database`; the
-  /// caller owns it. GDbInvalidLocator when the locator has no colon; on every
+  /// Opens the database of a whole locator, type id included, and stores it in
+  /// `*database`; the caller owns it. `locator` is NUL-terminated, stays the caller's
+  /// and is not needed after the call. GDbDatabase::openDatabase() gives neither
+  /// pointer as null. GDbInvalidLocator when the locator has no colon; on every
   /// failure `*database` stays as it is. loomkit::splitLocator() takes a locator
   /// apart.
   virtual GDbStatus openDatabase(const char* locator, GDbDatabase** database) = 0;
 
-  /// The type id that was given.
+  /// The type id that the constructor was given; the text stays the factory's.
   [[nodiscard]] const std::string& getDbTypeId() const { return typeId; }
 
  private:

@@ -20,29 +20,36 @@
 /// at a time.
 class LOOMKIT_API GDbKey {
  public:
-  /// Field 0 and GDbFieldNone, which matches nothing.
+  /// Field 0 and GDbFieldNone, which matches nothing. It makes room in an array
+  /// whose terms are assigned later.
   GDbKey();
+  /// Throws std::bad_alloc when an owned text cannot be copied.
   GDbKey(const GDbKey& other);
-  /// Terms of each type: the field of that zero-based number must hold `value`.
+  /// A term of each type: the field of that zero-based number must hold `value`.
+  /// The constructor chosen decides the type of the term, and an SQL table refuses
+  /// another type than the column's with GDbFieldTypeMismatch; it makes no
+  /// difference between the two integer types.
   GDbKey(int field, int value);
   GDbKey(int field, unsigned value);
   GDbKey(int field, double value);
-  /// Requires: `value` stays valid while the key borrows it.
+  /// A term whose text is NUL-terminated and stays the caller's. Requires: `value`
+  /// stays valid while the key, or a copy of it, borrows it.
   GDbKey(int field, const char* value);
   /// Releases an owned text first. Assigning a key to itself does nothing.
   GDbKey& operator=(const GDbKey& other);
   ~GDbKey();
 
   /// Makes a borrowing string key own a copy of its text. Other keys, and a
-  /// key that owns already, stay as they are.
+  /// key that owns already, stay as they are. Call it when the key is to outlive
+  /// the text that it was made from.
   void dupString();
 
   /// The value; `type` says which member counts.
   union Value {
-    std::int32_t intValue;
-    std::uint32_t uintValue;
-    double floatValue;
-    const char* stringValue;
+    std::int32_t intValue;    ///< for GDbFieldInt
+    std::uint32_t uintValue;  ///< for GDbFieldUInt
+    double floatValue;        ///< for GDbFieldFloat
+    const char* stringValue;  ///< for GDbFieldString; NUL-terminated
   };
 
   std::int32_t field = 0;   ///< zero-based field number

@@ -14,7 +14,8 @@
 
 namespace loomkit {
 
-/// The parts of a locator, "type:path?option;option". A plain value.
+/// The parts of a locator, "type:path?option;option". A plain value, which owns its
+/// texts.
 struct Locator {
   /// What stands before the first colon, its ASCII letters in lower case.
   std::string type;
@@ -27,14 +28,15 @@ struct Locator {
 };
 
 /// Takes `text` apart into `*locator`. Returns false, and leaves `*locator` as
-/// it is, when there is no colon. The factory of a backend calls it: nothing
-/// else is checked, since each backend knows by itself which paths and options
-/// it takes.
+/// it is, when there is no colon. Both arguments stay the caller's; `locator` is not
+/// null. It keeps no state, so that any thread may call it. The factory of a backend calls it:
+/// nothing else is checked, since each backend knows by itself which paths and options it takes.
 LOOMKIT_API bool splitLocator(const std::string& text, Locator* locator);
 
 /// The lower-cased type of a locator as GDbDatabase::openDatabase() reads it.
 /// Empty when the locator is malformed: no colon, nothing behind it, or a type
-/// that is empty or has another character than ASCII letters and digits.
+/// that is empty or has another character than ASCII letters and digits. Any thread
+/// may call it.
 LOOMKIT_API std::string locatorType(const std::string& text);
 
 }  // namespace loomkit

@@ -30,8 +30,8 @@ class LOOMKIT_API Database {
  public:
   /// No database: GDbNotOpen.
   Database() = default;
-  /// Takes over a database that the caller owns. Null: no database, and `status`
-  /// says why.
+  /// Takes over a database that the caller owns, and deletes it in the end. Null: no
+  /// database, and `status` says why. `status` does not count for a database.
   explicit Database(std::unique_ptr<GDbDatabase> opened, GDbStatus status = GDbNoError);
 
   /// Whether there is a database.
@@ -39,7 +39,8 @@ class LOOMKIT_API Database {
   /// 0, or why there is no database.
   [[nodiscard]] GDbStatus getStatus() const noexcept { return status; }
 
-  /// The database; it stays the handle's. Null when there is none.
+  /// The database, null when there is none. It stays the handle's: it is not deleted,
+  /// and is valid while a copy of this object or a Table of it lives.
   [[nodiscard]] GDbDatabase* get() const noexcept { return database.get(); }
   operator GDbDatabase*() const noexcept { return database.get(); }
   /// Requires: there is a database.
@@ -57,7 +58,8 @@ class LOOMKIT_API Database {
   /// GDbDatabase::openTable(); without a database it is its own.
   [[nodiscard]] Table openTable(const std::string& name,
                                 const GDbStructure* structure = nullptr) const;
-  /// Creates a table and opens it, see GDbDatabase::createTable().
+  /// Creates a table and opens it, see GDbDatabase::createTable(). The status of a
+  /// failure is in the result; the structure stays the caller's.
   [[nodiscard]] Table createTable(const std::string& name, const GDbStructure& structure) const;
 
  private:
@@ -66,7 +68,9 @@ class LOOMKIT_API Database {
 };
 
 /// An opened table, or the status of a failure. It keeps its database open, and is
-/// closed when it goes.
+/// closed when it goes. It can be moved and not copied, since one table has one scan
+/// position; the object that it was moved from has no table any more, whatever its
+/// getStatus() says. For one thread at a time, together with its database.
 class LOOMKIT_API Table {
  public:
   /// No table: GDbNotOpen.
@@ -81,13 +85,15 @@ class LOOMKIT_API Table {
   /// 0, or why there is no table.
   [[nodiscard]] GDbStatus getStatus() const noexcept { return status; }
 
-  /// The table; it stays the handle's. Null when there is none.
+  /// The table, null when there is none. It stays the handle's: it is not deleted, and
+  /// is valid while this object holds it.
   [[nodiscard]] GDbTable* get() const noexcept { return table.get(); }
   operator GDbTable*() const noexcept { return table.get(); }
   /// Requires: there is a table.
   GDbTable* operator->() const noexcept { return table.get(); }
 
-  /// A copy of the table's structure; an empty one when the table has none to tell.
+  /// A copy of the table's structure, whose field numbers are those of the records; an
+  /// empty one when there is no table, or when it cannot tell.
   [[nodiscard]] GDbStructure getStructure() const;
 
  private:
@@ -99,11 +105,13 @@ class LOOMKIT_API Table {
 };
 
 /// Opens the database of a locator, see GDbDatabase::openDatabase(). The status of
-/// a failure is in the result.
+/// a failure is in the result, which is false then.
 [[nodiscard]] LOOMKIT_API Database open(const std::string& locator);
 
-/// A record without fields that ends with its owner. GDbRecordSet::addRecord()
-/// takes what release() of the owner gives.
+/// A record without fields, to be filled by GDbRecord::addIntField() and its likes. It
+/// ends with its owner, unless a set takes it over:
+///
+///   rows.addRecord(record.release());
 [[nodiscard]] LOOMKIT_API RecordOwner makeRecord();
 
 }  // namespace loomkit

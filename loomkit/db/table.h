@@ -30,47 +30,73 @@ class GDbDatabase;
 /// the database. It may be closed earlier and never opens again; after that
 /// every operation gives GDbTableNotOpen. For one thread at a time.
 ///
-/// (getTableIdx(), getSeqNo()) is a safe handle, as with GDbDatabase.
+/// Records that a table hands out are copies: they belong to the caller's
+/// GDbRecordSet, and stay valid when the table is closed or deleted.
+///
+/// A host may keep the pair (getTableIdx(), getSeqNo()) in place of the pointer
+/// and ask getTable() for it: the pair of a deleted table gives null.
 class LOOMKIT_API GDbTable {
  public:
+  /// A copy is not registered with the database, and takes the handle of its original
+  /// along, so that getTable() never gives the copy.
   GDbTable(const GDbTable&);
   GDbTable& operator=(const GDbTable&);
 
-  /// Leaves the database's list and frees the slot.
+  /// Takes the table out of its database, so that its handle gives null from now on.
+  /// Requires: the database has not been deleted.
   virtual ~GDbTable();
 
-  /// Gives back what the table holds open. Repeatable; the destructor calls it.
+  /// Gives back what the table holds open. Repeatable; the destructor of a backend's
+  /// table calls it.
   virtual GDbStatus closeTable();
 
-  /// Stores the number of a field in `*id`. GDbInvalidFieldName: there is none of that name.
+  /// Stores the zero-based number of a field in `*id`. An SQL table wants the name
+  /// spelled exactly. GDbInvalidFieldName: there is none of that name;
+  /// GDbInvalidArgument: a pointer is null. On failure `*id` stays as it is.
   virtual GDbStatus getFieldId(const char* name, int* id) = 0;
 
-  /// Stores a new structure in `*structure`, which the caller deletes.
+  /// Stores a new structure in `*structure`, which the caller deletes and which may
+  /// outlive the table. Its field numbers are those of the records. Start with a
+  /// null `*structure`, since some backends leave it as it is on failure.
   virtual GDbStatus getStructure(GDbStructure** structure) = 0;
 
-  /// lookupKeys() with one key.
+  /// Appends to `result` the records that match `key`: lookupKeys() with one key.
   virtual GDbStatus lookupKey(const GDbKey& key, GDbRecordSet* result);
 
   /// Appends to `result` the records that match all of the `count` keys. No match
-  /// is success. GDbInvalidArgument: a key's field is not in the table, its text
-  /// is null, or there is no array of keys.
+  /// is success. The keys stay the caller's, and are not needed after the call.
+  /// GDbInvalidArgument: a key's field is not in the table, its text is null,
+  /// `result` is null, or there is no array of keys; GDbFieldTypeMismatch: an SQL or
+  /// xBase column is of another type than its key; GDbNoIndex: an xBase table has
+  /// no index over these fields. After a failure `result` may hold some records.
+  ///
+  /// The first lookup in certain fields of a CSV table reads the whole file, to
+  /// build an index for the next ones. A CSV lookup also moves the scan position:
+  /// a CSV table must not be looked up in the middle of a scan.
   virtual GDbStatus lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) = 0;
 
-  /// Scan in the table's own order, one record a call. At the end nothing is
-  /// appended and the status is 0. A SQL table clears `result` first; the
-  /// others append.
+  /// Scan in the table's own order, one record a call: getFirstRecord() starts anew,
+  /// getNextRecord() goes on. At the end nothing is appended and the status is 0. An
+  /// SQL table clears `result` first; the others append. A table has one scan
+  /// position. GDbInvalidArgument: `result` is null; GDbNoRecordNumber: an xBase
+  /// scan has not begun, or is over.
   virtual GDbStatus getFirstRecord(GDbRecordSet* result) = 0;
   virtual GDbStatus getNextRecord(GDbRecordSet* result) = 0;
 
-  /// Inserts copies of all records in order, up to the first failure.
-  /// GDbInsertNotSupported where the backend only reads.
+  /// Inserts copies of all records in order, up to the first failure. The records
+  /// stay the set's; each has the table's fields in the order of its structure.
+  /// GDbFieldCountMismatch: a record has more or fewer fields;
+  /// GDbFieldTypeMismatch: a field is of another type than its column;
+  /// GDbInsertNotSupported where the backend only reads; GDbTableReadOnly where
+  /// only this table cannot be changed.
   virtual GDbStatus insertRecords(const GDbRecordSet& records) = 0;
 
-  /// deleteKeys() with one key.
+  /// Deletes the records that match `key`: deleteKeys() with one key.
   virtual GDbStatus deleteKey(const GDbKey& key);
 
-  /// Deletes the records that match all of the keys. GDbDeleteNotSupported
-  /// where the backend only reads.
+  /// Deletes the records that match all of the `count` keys. No match is success.
+  /// GDbDeleteNotSupported where the backend only reads; GDbTableReadOnly where only
+  /// this table cannot be changed; the keys fail as with lookupKeys().
   virtual GDbStatus deleteKeys(const GDbKey* keys, int count) = 0;
 
   /// The table of a handle; null when there is none or it is another by now.
@@ -84,9 +110,11 @@ class LOOMKIT_API GDbTable {
   [[nodiscard]] bool isTableOpen() const { return open; }
 
  protected:
-  /// Registers the table with `database`, which must outlive it.
+  /// Registers the table with `database`, which stays the caller's. Requires:
+  /// `database` outlives the table.
   GDbTable(GDbDatabase* database, const std::string& name);
 
+  /// The database that was given to the constructor.
   [[nodiscard]] GDbDatabase* getDatabase() const { return database; }
 
  private:

@@ -3,7 +3,11 @@
 //
 //   GDbTransactionHandler* handler = nullptr;
 //   GDbTransactionHandler::getHandler(database, &handler);
-//   if (handler != nullptr) handler->begin();
+//   if (handler != nullptr && handler->begin() == GDbNoError) {
+//     const GDbStatus status = table->insertRecords(rows);
+//     if (status == GDbNoError) handler->commit();
+//     else handler->rollback();
+//   }
 #ifndef LOOMKIT_DB_TRANSACTION_HANDLER_H
 #define LOOMKIT_DB_TRANSACTION_HANDLER_H
 
@@ -25,9 +29,11 @@ class LOOMKIT_API GDbTransactionHandler {
   virtual ~GDbTransactionHandler();
 
  public:
-  /// Begins a transaction; the failures are the backend's.
+  /// Begins a transaction on all tables of the database. It lasts until commit() or
+  /// rollback(). The failures are the backend's.
   virtual GDbStatus begin() = 0;
-  /// Makes what happened since begin() lasting.
+  /// Makes what happened since begin() lasting. What a failure leaves behind depends
+  /// on the backend; a caller that gives up calls rollback().
   virtual GDbStatus commit() = 0;
   /// Undoes what happened since begin(). GDbRollbackNotSupported where a backend
   /// cannot.
@@ -35,7 +41,8 @@ class LOOMKIT_API GDbTransactionHandler {
 
   /// Stores the database's handler in `*handler`; null, with the status 0, for a
   /// database without transactions. A null database stores null and gives
-  /// GDbInvalidArgument, and so does a null `handler`.
+  /// GDbInvalidArgument, and so does a null `handler`. The handler stays the
+  /// database's, and is valid until that is deleted.
   static GDbStatus getHandler(GDbDatabase* database, GDbTransactionHandler** handler);
 };
 

@@ -15,38 +15,47 @@
 #include "loomkit/db/structure.h"
 #include "loomkit/platform/export.h"
 
-/// A view of one record with the column names of its table. Owns neither:
+/// A view of one record with the column names of its table. It owns neither:
 /// both must outlive it. A getter gives nothing for a field that does not exist,
-/// that is NULL, or that is of another type. Nothing else fails. For one thread at
-/// a time.
+/// that is NULL, or that is of another type; a caller that must tell these apart
+/// asks getFieldType() and isNull(). Nothing else fails. Copies are views of the
+/// same record. For one thread at a time.
 class LOOMKIT_API GDbTypedRow {
  public:
-  /// Requires: both outlive the view.
+  /// A view of `record`, whose fields have the names of the columns of `structure`
+  /// with the same numbers. Requires: both outlive the view.
   GDbTypedRow(const GDbRecord& record, const GDbStructure& structure);
 
   /// How many fields the record has.
   [[nodiscard]] int getNumFields() const;
-  /// The number of the field of that name by the structure's rules, or -1.
+  /// The number of the field of that name, or -1. The structure decides whether the
+  /// case of letters counts. A loop over many rows asks once and then reads by
+  /// number, since each reading by name searches the columns.
   [[nodiscard]] int getFieldId(const std::string& name) const;
-  /// GDbFieldNone when there is no such field.
+  /// The type of a field, also when it is NULL; GDbFieldNone when there is no such
+  /// field.
   [[nodiscard]] GDbFieldType getFieldType(int field) const;
   /// The column's name; empty when there is no such field.
   [[nodiscard]] std::string getFieldName(int field) const;
-  /// True for NULL, and for a field that does not exist.
+  /// True for NULL, for a field that does not exist, and for one whose value found no
+  /// memory.
   [[nodiscard]] bool isNull(int field) const;
   [[nodiscard]] bool isNull(const std::string& name) const { return isNull(getFieldId(name)); }
 
-  /// The value of a field of exactly that type.
+  /// The value of a field of exactly that type: getInt() gives nothing for an
+  /// unsigned field.
   [[nodiscard]] std::optional<int> getInt(int field) const;
   [[nodiscard]] std::optional<unsigned> getUInt(int field) const;
   [[nodiscard]] std::optional<double> getFloat(int field) const;
-  /// A text or a blob; the bytes stay the record's.
+  /// A text, up to its first NUL byte, or the bytes of a blob. They stay the record's,
+  /// and are valid until it is released.
   [[nodiscard]] std::optional<std::string_view> getString(int field) const;
   [[nodiscard]] std::optional<std::string_view> getBlob(int field) const;
-  /// Any integer or floating value.
+  /// The value of a signed, unsigned or floating field. A double holds each of them
+  /// exactly.
   [[nodiscard]] std::optional<double> getNumber(int field) const;
 
-  /// The same for the field of a name.
+  /// The same for the field of a name; nothing when there is none of that name.
   [[nodiscard]] std::optional<int> getInt(const std::string& name) const {
     return getInt(getFieldId(name));
   }
