@@ -30,14 +30,30 @@ class LOOMKIT_API GVectorObj : public GSequenceObj {
  public:
   /// An empty vector.
   GVectorObj() = default;
+  /// Lets the elements go. Whoever holds a reference to one keeps it.
   ~GVectorObj() override;
+  /// A new vector without a reference, which belongs to the caller. It shares the
+  /// elements with this one: a change of an element shows in both.
   [[nodiscard]] GObject* clone() const override;
+  /// The text of the vector with all its elements, such as `[1, NULL]`.
   [[nodiscard]] std::string toString() const override;
+  /// Whether there is no element.
   [[nodiscard]] bool empty() const override;
+  /// The number of elements, those that are null included.
   [[nodiscard]] int size() const override;
+  /// The element at `index`, which may be null. It stays the vector's: a caller
+  /// that keeps it beyond a change of the vector takes a reference, as by a GRef2.
+  /// Requires: `index` is at least 0 and below size(), which is not checked in a
+  /// release build.
   [[nodiscard]] GObject* get(int index) const override;
+  /// Puts `item`, which may be null, in the place of the element at `index`. The
+  /// vector takes a reference to it and lets the old element go, which may delete
+  /// it. The index is as for get().
   void set(int index, GObject* item) override;
+  /// Adds `item`, which may be null, behind the last element and takes a reference
+  /// to it. A new object therefore belongs to the vector from now on.
   void pushBack(GObject* item) override;
+  /// Removes the last element and lets it go. Requires: the vector is not empty.
   void popBack() override;
 
  private:
@@ -60,21 +76,32 @@ class LOOMKIT_API GListObj : public GSequenceObj {
  public:
   /// An empty list.
   GListObj();
+  /// Lets the elements go, as the vector does.
   ~GListObj() override;
+  /// A new list without a reference, which belongs to the caller and shares the
+  /// elements with this one.
   [[nodiscard]] GObject* clone() const override;
+  /// The text of the list with all its elements, such as `@(1, NULL)`.
   [[nodiscard]] std::string toString() const override;
   [[nodiscard]] bool empty() const override;
   [[nodiscard]] int size() const override;
+  /// The element at `index`, which may be null and stays the list's. Requires:
+  /// `index` is at least 0 and below size().
   [[nodiscard]] GObject* get(int index) const override;
+  /// Replaces the element at `index`, as in a vector.
   void set(int index, GObject* item) override;
+  /// Adds `item`, which may be null, behind the last element, with a reference to
+  /// it.
   void pushBack(GObject* item) override;
+  /// Removes the last element and lets it go. Requires: the list is not empty.
   void popBack() override;
-  /// Puts `item` in front of the element at `index`, or at the end when `index`
-  /// is size(), and adds a reference to it.
+  /// Puts `item`, which may be null, in front of the element at `index`, or at the
+  /// end when `index` is size(), and takes a reference to it. The elements from
+  /// `index` on move up by one.
   virtual void insert(int index, GObject* item);
   /// Puts `item` in front of the first element and adds a reference to it.
   virtual void pushFront(GObject* item);
-  /// Removes the first element. Requires: the list is not empty.
+  /// Removes the first element and lets it go. Requires: the list is not empty.
   virtual void popFront();
 
  private:

@@ -39,7 +39,8 @@
 /// @cond what GRpnFunctionTable is made of
 namespace loomkit::rpn {
 
-/// Appends the reason why the value `index` from the top is no operand; false.
+/// Appends "stack[`index`] is not a `type`" to `*err`, where `index` counts from
+/// the top of the stack. Returns false, for the caller to pass on.
 LOOMKIT_API bool refuse(unsigned index, const std::string& type, GRpnErrMsg* err);
 
 /// Stores a value of the stack in a parameter of a callable. False, with the
@@ -67,6 +68,8 @@ struct IsInteger
 
 /// A whole number that the type can hold.
 template <typename Integer>
+/// Stores a number in an integer type. False when it has a fraction or is beyond
+/// the range of the type, as nothing is rounded or cut off silently.
 std::enable_if_t<IsInteger<Integer>::value, bool> operand(const GRpnValue& value, unsigned index,
                                                           Integer* result, GRpnErrMsg* err) {
   using Limits = std::numeric_limits<Integer>;
@@ -85,6 +88,7 @@ std::enable_if_t<IsInteger<Integer>::value, bool> operand(const GRpnValue& value
       err);
 }
 
+/// Stores the number in a float, which keeps about seven digits of it.
 inline bool operand(const GRpnValue& value, unsigned index, float* result, GRpnErrMsg* err) {
   double number = 0;
   if (!operand(value, index, &number, err)) return false;
@@ -94,6 +98,7 @@ inline bool operand(const GRpnValue& value, unsigned index, float* result, GRpnE
 
 /// A void value is an operand that is not given.
 template <typename T>
+/// Stores an operand that may be missing: a void value leaves `*result` empty.
 bool operand(const GRpnValue& value, unsigned index, std::optional<T>* result, GRpnErrMsg* err) {
   if (value.getType() == GRpnValue::Void) return true;
   return operand(value, index, &result->emplace(), err);
@@ -302,17 +307,24 @@ class LOOMKIT_API GRpnFunctionTable : public GRpnExternFuncs {
       };
   }
 
-  /// Adds a function that is itself an expression, in place of an older one of
-  /// that name. It takes its arguments with the word argc and leaves its results
-  /// on the stack.
+  /// Adds a function that is itself an expression, in place of an older one of that
+  /// name. It takes its arguments with the word argc, which makes them $0, $1 and
+  /// so on, and leaves its results on the stack. The table keeps a copy of both
+  /// texts. The expression is not read before it is called: a mistake in it fails
+  /// that evaluation, with `error in local function "name"`.
   void addExpression(const std::string& name, const std::string& expr);
 
-  /// Whether a function `name` was added.
+  /// Whether a function `name` was added, as a callable or as an expression. Letter
+  /// case counts, and built-in words are not looked at.
   [[nodiscard]] bool contains(const std::string& name) const;
-  /// The names of all functions, sorted bytewise.
+  /// The names of all functions that were added, sorted bytewise. The list is a
+  /// copy.
   [[nodiscard]] std::vector<std::string> names() const;
 
-  /// Runs a function that was added; see GRpnExternFuncs::call().
+  /// Runs a function that was added. The evaluator calls this for a word that it
+  /// does not know; see GRpnExternFuncs::call(). `name` is `length` bytes long and
+  /// is not terminated. False appends the reason to `*err`, unless the callable
+  /// that failed gave none.
   bool call(const char* name, unsigned length, GRpnEval* eval, GRpnErrMsg* err) override;
 
  protected:

@@ -30,9 +30,10 @@ class GRpnVector;
 /// holds the only reference. Nothing fails, apart from running out of memory.
 class LOOMKIT_API GRpnString : public std::string {
  public:
-  /// The empty text.
+  /// The empty text, with one reference, which belongs to the creator.
   GRpnString(bool isSymbol);
-  /// A copy of `text`. Requires: not null.
+  /// A copy of `text`, with one reference. The caller's text may change or end.
+  /// Requires: not null.
   GRpnString(const std::string& text, bool isSymbol);
   GRpnString(const char* text, bool isSymbol);
 
@@ -47,7 +48,8 @@ class LOOMKIT_API GRpnString : public std::string {
     return this;
   }
 
-  /// Takes a reference away. With the last one the string ends.
+  /// Takes a reference away, which must have been the caller's. With the last one
+  /// the string ends, so that the caller does not use the pointer afterwards.
   void decRef() noexcept {
     if (--tail.fields.refCount == 0) delete this;
   }
@@ -136,10 +138,11 @@ class LOOMKIT_API GRpnValue {
   /// The string. No reference is added: the pointer is valid as long as somebody
   /// holds the string. Requires: the type is String.
   [[nodiscard]] GRpnString* getString() const noexcept { return payload.string; }
-  /// The vector; no reference is added. Requires: the type is Vector.
+  /// The vector. No reference is added: a caller that keeps the pointer calls
+  /// incRef(). Requires: the type is Vector.
   [[nodiscard]] GRpnVector* getVector() const noexcept { return payload.vector; }
 
-  /// Lets the old payload go and stores the number.
+  /// Lets the old payload go and stores the number. The type is Number afterwards.
   void setNumber(double number) noexcept {
     setType(Number);
     payload.number = number;
@@ -148,7 +151,8 @@ class LOOMKIT_API GRpnValue {
   /// Takes a reference of its own to `string`, then lets the old payload go, so
   /// that a value may be set to what it holds. Requires: not null.
   void setString(GRpnString* string) noexcept;
-  /// The same for a vector.
+  /// The same for a vector, which must not be one that holds this value as an
+  /// element: it would never end.
   void setVector(GRpnVector* vector) noexcept;
 
   /// Whether type and content are the same. Two numbers are the same unless they
@@ -195,7 +199,7 @@ class LOOMKIT_API GRpnValue {
 /// vector must not contain itself, since it would never end.
 class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
  public:
-  /// An empty vector with one reference.
+  /// An empty vector with one reference, which belongs to the creator.
   GRpnVector() noexcept { tail.refCount = 1; }
 
   /// Copies all members, the reference count included. A copy is not an object
@@ -209,7 +213,8 @@ class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
     return this;
   }
 
-  /// Takes a reference away. With the last one the vector ends.
+  /// Takes a reference away, which must have been the caller's. With the last one
+  /// the vector ends and lets its elements go.
   void decRef() noexcept {
     if (--tail.refCount == 0) destroy(this);
   }

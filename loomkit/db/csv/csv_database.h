@@ -39,25 +39,29 @@ class CsvLineReader;
 /// it. Failures are statuses. For one thread at a time.
 class LOOMKIT_API GDbCSV : public GDbDatabase {
  public:
-  /// `options` are those behind the locator's question mark; unknown ones are
-  /// ignored.
+  /// `locator` becomes the database's name, and `directory` is where the tables
+  /// are. `options` are those behind the locator's question mark; unknown ones are
+  /// ignored. Hosts call GDbDatabase::openDatabase() instead.
   GDbCSV(const std::string& locator, const std::string& directory,
          const std::vector<std::string>& options);
   GDbCSV(const GDbCSV&) = delete;
   GDbCSV& operator=(const GDbCSV&) = delete;
+  /// Closes the database and its archive.
   ~GDbCSV() override;
 
   /// Forgets the directory and nothing else: open tables go on working on their
   /// streams, and a table opened afterwards is looked for in the root.
   GDbStatus closeDatabase() override;
-  /// Requires a structure, else GDbInvalidArgument. The first line is read, so a
-  /// table that does not fit its structure is refused here.
+  /// Stores a new table, which the caller owns. Requires a structure, else
+  /// GDbInvalidArgument; it is copied and tells the columns in the order of the
+  /// file. The first line is read, so a table that does not fit its structure is
+  /// refused here.
   GDbStatus openTable(const std::string& name, const GDbStructure* structure,
                       GDbTable** table) override;
-  /// GDbCreateTableNotSupported.
+  /// GDbCreateTableNotSupported: the backend only reads.
   GDbStatus createTable(const std::string& name, const GDbStructure* structure,
                         GDbTable** table) override;
-  /// GDbDeleteTableNotSupported.
+  /// GDbDeleteTableNotSupported, for the same reason.
   GDbStatus deleteTable(const std::string& name) override;
 
  private:
@@ -82,30 +86,46 @@ class LOOMKIT_API GDbCSV : public GDbDatabase {
   GZipReader* zipReader = nullptr;  // owned; made at first need
 };
 
-/// One text table. Lookups go through an index per combination of key fields,
-/// built at the first such lookup; it holds hashes and positions only, and
-/// nothing detects a file that changes meanwhile. There is one read position: a
-/// lookup between two getNextRecord() calls moves the scan.
+/// One text table. Lookups go through an index per combination of key fields, built
+/// at the first such lookup. It holds hashes and positions only, and nothing
+/// detects a file that changes meanwhile: a caller who changes the file opens the
+/// table anew.
 ///
-/// A malformed line gives its status when it is read; the next getNextRecord()
-/// goes on behind it.
+/// There is one read position: a lookup between two getNextRecord() calls moves the
+/// scan. A malformed line gives its status when it is read; the next
+/// getNextRecord() goes on behind it.
+///
+/// The caller of openTable() owns the table. It is for one thread at a time.
 class LOOMKIT_API GDbCSVTable : public GDbTable {
  public:
-  /// Copies `structure`. Aborts when a field of it is GDbFieldNone.
+  /// Copies `structure` and takes `stream` over. Aborts when a field is
+  /// GDbFieldNone.
   GDbCSVTable(GDbCSV* database, const std::string& name, const GDbStructure& structure,
               std::unique_ptr<std::istream> stream);
   GDbCSVTable(const GDbCSVTable&) = delete;
   GDbCSVTable& operator=(const GDbCSVTable&) = delete;
+  /// Closes the table if it is open.
   ~GDbCSVTable() override;
 
-  /// Closes the file and drops the indexes.
+  /// Closes the file and drops the indexes. The records that were handed out stay
+  /// their sets'.
   GDbStatus closeTable() override;
-  /// By the rules of the structure that the table was opened with.
+  /// Stores the index of the column `name`, counted from 0. Letter case counts or
+  /// not as the structure says that the table was opened with.
   GDbStatus getFieldId(const char* name, int* id) override;
+  /// Stores a new copy of that structure, which the caller deletes.
   GDbStatus getStructure(GDbStructure** result) override;
-  /// The order of the keys matters to speed: (a, b) and (b, a) use two indexes.
+  /// Appends the rows that match all `count` keys to `result`, which owns the new
+  /// records. The first lookup by a combination of fields reads the whole file to
+  /// build an index. The order of the keys matters to speed: (a, b) and (b, a) use
+  /// two indexes.
   GDbStatus lookupKeys(const GDbKey* keys, int count, GDbRecordSet* result) override;
+  /// Begins a scan at the first line and appends its row to `result`, which owns
+  /// the new record. A success that appends nothing means that there is no row.
   GDbStatus getFirstRecord(GDbRecordSet* result) override;
+  /// Appends the row of the next line in the same way; nothing behind the last
+  /// line. A lookup in between moves the position, so that a caller does not mix
+  /// the two.
   GDbStatus getNextRecord(GDbRecordSet* result) override;
   /// GDbInsertNotSupported.
   GDbStatus insertRecords(const GDbRecordSet& records) override;
@@ -131,9 +151,11 @@ class LOOMKIT_API GDbCSVTable : public GDbTable {
 /// Opens "csv:" locators.
 class LOOMKIT_API GDbCSVFactory : public GDbDbFactory {
  public:
-  /// Registers itself.
+  /// Registers itself. The library makes the one factory that is needed.
   GDbCSVFactory();
-  /// GDbCantOpenDirectory: the path is no directory.
+  /// Stores a new database, which the caller owns. Hosts call
+  /// GDbDatabase::openDatabase(), which comes here. GDbCantOpenDirectory: the path
+  /// is no directory.
   GDbStatus openDatabase(const char* locator, GDbDatabase** database) override;
 };
 

@@ -29,33 +29,43 @@ class LOOMKIT_API GSqlDatabase : public GDbDatabase {
   /// The level of every feature that a driver does not know.
   static constexpr int unknownFeatureLevel = -1;
 
+  /// Closes the database if it is open. Query handles may live longer; they answer
+  /// GDbNotOpen from then on.
   ~GSqlDatabase() override;
 
-  /// The last failure of this database; a success does not clear it. The error
-  /// stays the database's.
+  /// The last failure of this database; a success does not clear it, so a caller
+  /// looks at it only after a status that is not 0. The reference is valid as long
+  /// as the database; a copy keeps its error when another failure follows.
   [[nodiscard]] virtual const GSqlError& getLastError() const = 0;
-  /// Chooses how later transactions begin. The modes are numbers of the driver;
-  /// one that has a single way to begin ignores the call.
+  /// Chooses how later transactions begin; one that is open stays as it is. The
+  /// modes are numbers of the driver. A driver that has a single way to begin
+  /// ignores the call.
   virtual void setTransactionMode(int mode) = 0;
-  /// The mode that was chosen, or the default one.
+  /// The mode that later transactions begin in: the chosen one, or the default one.
   [[nodiscard]] virtual int getTransactionMode() const = 0;
   /// Begins a transaction in `mode`, a number of the driver or
-  /// defaultTransactionMode. What happens when one is open already is the
-  /// database's to say.
+  /// defaultTransactionMode. Until it ends by one of the two calls below, all that
+  /// is done to this database by its queries and tables belongs to it. What happens
+  /// when one is open already is the database's to say.
   virtual GDbStatus beginTransaction(int mode) = 0;
-  /// The mode that is used when nobody has chosen one.
+  /// The mode that is used when nobody has chosen one, a number of the driver.
   [[nodiscard]] virtual int getDefaultTransactionMode() const = 0;
-  /// Makes what happened since beginTransaction() lasting.
+  /// Makes what happened since beginTransaction() lasting. It may move queries off
+  /// their rows, so that a caller reads results to their end before. After a
+  /// failure nothing is lasting that was not before; the caller then rolls back.
+  /// Without an open transaction the database decides whether that is a failure.
   virtual GDbStatus commitTransaction() = 0;
-  /// Undoes what happened since beginTransaction().
+  /// Undoes what happened since beginTransaction(). Queries lose their rows as by
+  /// commitTransaction().
   virtual GDbStatus rollbackTransaction() = 0;
-  /// A short name that does not change, such as "sqlite3"; static storage.
+  /// A short name that does not change, such as "sqlite3". It is in static storage,
+  /// so that a caller may keep the pointer.
   [[nodiscard]] virtual const char* getDriverName() const = 0;
-  /// The version of the database's library: major << 20 | minor << 10 | patch; 0
-  /// when the library cannot be loaded.
+  /// The version of the database's library as major << 20 | minor << 10 | patch, so
+  /// that versions compare as numbers. 0 when the library cannot be loaded.
   [[nodiscard]] virtual unsigned getDriverVersion() const = 0;
-  /// How far the driver supports a feature: a positive level, or
-  /// unknownFeatureLevel.
+  /// How far the driver supports `feature`, such as basicFeature: a positive level,
+  /// of which a higher one can do more, or unknownFeatureLevel.
   [[nodiscard]] virtual int getFeatureLevel(int feature) const = 0;
 
  protected:

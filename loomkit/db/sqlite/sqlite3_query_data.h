@@ -29,19 +29,25 @@ class GSqlite3Database;
 /// are statuses, and are noted as the database's last error. For one thread.
 class LOOMKIT_API GSqlite3QueryData : public GSqlQueryData {
  public:
-  /// A query of `database`, which it must be given and which may close before it.
+  /// A query of `database`, which must not be null and may close before it. The
+  /// second form has its text, which is not compiled yet.
   GSqlite3QueryData(GSqlite3Database* database);
   GSqlite3QueryData(GSqlite3Database* database, const std::string& statement);
-  /// Frees the statement.
+  /// Frees the statement. The last GSqlQuery handle on the object calls this.
   ~GSqlite3QueryData() override;
 
+  /// Whether the statement was executed and not reset since; also behind the last
+  /// row.
   [[nodiscard]] bool isActive() const override { return state != inactive; }
+  /// Whether there is a current row.
   [[nodiscard]] bool isValid() const override { return valid; }
   /// Prepares the statement if that has not happened; false when that fails.
   [[nodiscard]] bool isSelect() const override;
-  /// Frees the statement before the database goes.
+  /// Frees the statement before the connection closes; the handles answer
+  /// GDbNotOpen from then on.
   void invalidate() override;
-  /// Frees the statement and takes another text.
+  /// Frees the statement, with its parameters, and takes another text, which is
+  /// compiled when it is needed.
   void setStatement(const std::string& text) override;
   /// Drops the cached row; the query is on no row then.
   void clearRecord() override;
@@ -63,17 +69,21 @@ class LOOMKIT_API GSqlite3QueryData : public GSqlQueryData {
   GDbStatus next();
   GDbStatus seek(int position, bool relative);
   /// Whether the column of the current row can be read as a value of
-  /// `storageClass`, or as any value when that is 0.
+  /// `storageClass`, a number of SQLite, or as any value when that is 0.
+  /// GDbNotPositioned, GDbInvalidArgument, GDbColumnIsNull or GDbFieldTypeMismatch
+  /// when it cannot.
   GDbStatus checkColumn(int column, int storageClass);
   /// Stores a new record of the current row, which the caller owns; null for a
   /// statement without columns.
   GDbStatus makeRecord(GDbRecord** record);
   /// Stores how many rows an executed statement without columns has changed.
+  /// GDbQueryNotActive: it is not executed. GDbInvalidState: it has columns.
   GDbStatus getNumRowsAffected(int* count);
   /// SQLite does not know how many rows a result has: always a failure.
   GDbStatus getSize();
 
-  /// Null until prepared. It stays the query's.
+  /// SQLite's own statement; null until prepared. It stays the query's, which frees
+  /// it when its text changes or the database closes.
   [[nodiscard]] sqlite3_stmt* getHandle() const { return stmt; }
 
  private:
