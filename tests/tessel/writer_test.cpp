@@ -75,7 +75,7 @@ TEST(TesselWriter, StoresNumbersAsFloatsWhenNothingIsLost) {
   EXPECT_EQ(oneColumn(path, GDbFieldFloat, {std::nan("7")}), "double");
 }
 
-TEST(TesselWriter, KeepsEveryBitOfANumber) {
+TEST(TesselWriter, KeepsEveryBitOfANumberOfSqlite) {
   const ScratchDirectory scratch;
   const std::string path = scratch / "t.tessel";
   std::mt19937_64 random(3);

@@ -13,6 +13,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -26,6 +27,8 @@ static_assert(std::atomic<char*>::is_always_lock_free);
 
 struct Slots {
   std::array<std::atomic<char*>, 32> paths{};
+  // What a handler has taken out and may not free; the place's next user does.
+  std::array<std::atomic<char*>, 32> discarded{};
   std::atomic<Slots*> next{nullptr};
 };
 
@@ -62,9 +65,11 @@ UnfinishedFile remember(const std::string& path) noexcept {
   char* const copy = ::strdup(path.c_str());
   if (copy == nullptr) return {};
   for (Slots* slots = &first; slots != nullptr; slots = following(slots)) {
-    for (std::atomic<char*>& slot : slots->paths) {
+    for (std::size_t i = 0; i < slots->paths.size(); ++i) {
       char* empty = nullptr;
-      if (slot.compare_exchange_strong(empty, copy)) return {&slot, copy};
+      if (!slots->paths[i].compare_exchange_strong(empty, copy)) continue;
+      std::free(slots->discarded[i].exchange(nullptr));
+      return {&slots->paths[i], copy};
     }
   }
   std::free(copy);
@@ -91,10 +96,11 @@ void forgetUnfinished(UnfinishedFile* file) noexcept {
 void deleteUnfinished() noexcept {
   const KeepErrno unchanged;
   for (Slots* slots = &first; slots != nullptr; slots = slots->next.load()) {
-    for (std::atomic<char*>& slot : slots->paths) {
-      const char* const path = slot.exchange(nullptr);
-      // The path is not freed: a signal handler may not.
-      if (path != nullptr) ::unlink(path);
+    for (std::size_t i = 0; i < slots->paths.size(); ++i) {
+      char* const path = slots->paths[i].exchange(nullptr);
+      if (path == nullptr) continue;
+      ::unlink(path);
+      slots->discarded[i].store(path);
     }
   }
 }
