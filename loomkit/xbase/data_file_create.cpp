@@ -65,8 +65,9 @@ int describe(const std::vector<FieldDescription>& fields, std::vector<Column>* c
     const char type = inCapitals(std::string(1, field.type)).front();
     columns->push_back({inCapitals(trimmed(field.name)), type, widthOf(field, type),
                         isNumber(type) ? field.decimals : 0});
+    // Compared before it is added: a width may be all that a size can hold.
+    if (columns->back().width > dbf::longestRecord - *recordLength) return errorRecordLength;
     *recordLength += columns->back().width;
-    if (*recordLength > dbf::longestRecord) return errorRecordLength;
   }
   for (const Column& column : *columns) {
     const int result = checkColumn(column);
