@@ -82,9 +82,15 @@ class QueryRows : public RowSource {
                                   &QueryRows::readRecord};
     const int column = static_cast<int>(index);
     std::size_t reader = expected[index];
-    GDbStatus status = (this->*readers[reader])(column, cell);
-    for (std::size_t i = 0; status == GDbFieldTypeMismatch && i < std::size(readers); ++i)
-      status = (this->*readers[reader = i])(column, cell);
+    const auto readWith = [&] {
+      const Reader member = readers[reader];
+      return (this->*member)(column, cell);
+    };
+    GDbStatus status = readWith();
+    for (std::size_t i = 0; status == GDbFieldTypeMismatch && i < std::size(readers); ++i) {
+      reader = i;
+      status = readWith();
+    }
     if (status == GDbColumnIsNull) {
       *cell = {};
       return;
