@@ -18,6 +18,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -94,21 +95,36 @@ constexpr const char* quickSettings =
     "shared_buffers = 32MB\n"
     "max_connections = 60\n"
     "max_prepared_transactions = 4\n"
+    "dynamic_shared_memory_type = mmap\n"  // in files of its own folder
     "log_min_messages = fatal\n";
+
+constexpr const char* accessRules =
+    "local all all trust\n"
+    "host all guarded 127.0.0.1/32 scram-sha-256\n"
+    "hostssl all onlytls 127.0.0.1/32 trust\n"
+    "hostssl all bearer 127.0.0.1/32 cert\n"
+    "host all onlytls,bearer 127.0.0.1/32 reject\n"
+    "host all all 127.0.0.1/32 trust\n";
 
 }  // namespace
 
 int freePort() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = {};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  const bool bound = ::bind(socket, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-                     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) == 0;
-  ::close(socket);
-  if (!bound) throw std::runtime_error("no free port");
-  return ntohs(address.sin_port);
+  // Below the ports that the system chooses from.
+  std::random_device random;
+  std::uniform_int_distribution<int> ports(12000, 32000);
+  for (int i = 0; i < 100; ++i) {
+    const int port = ports(random);
+    const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<std::uint16_t>(port));
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    const bool bound =
+        ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    ::close(socket);
+    if (bound) return port;
+  }
+  throw std::runtime_error("no free port");
 }
 
 PostgresqlServer::PostgresqlServer() : programs(newestPrograms()), tcpPort(freePort()) {
@@ -116,30 +132,25 @@ PostgresqlServer::PostgresqlServer() : programs(newestPrograms()), tcpPort(freeP
   for (const char* name : {"PGHOST", "PGPORT", "PGUSER", "PGDATABASE", "PGPASSWORD", "PGOPTIONS",
                            "PGSERVICE", "PGSSLMODE", "PGPASSFILE"})
     ::unsetenv(name);
-  std::string pattern = (fs::temp_directory_path() / "loomkit_pg_XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no scratch directory");
-  folder = pattern;
-  giveToServer(folder);
-  ::chmod(folder.c_str(), 0755);
+  giveToServer(directory());
   run({program("initdb"), "-D", data(), "-U", "loomkit", "-A", "trust", "-E", "UTF8", "--locale=C",
        "--no-sync", "--no-instructions"},
-      folder + "/log");
+      directory() + "/log");
   configure(quickSettings);
-  start();
+  writeConfiguration("pg_hba.conf", accessRules);
+  // Another server may take the port first.
+  for (int i = 0; i < 5 && !tryToStart(); ++i) tcpPort = freePort();
+  if (process <= 0) start();
 }
 
-PostgresqlServer::~PostgresqlServer() {
-  stop(true);
-  std::error_code ignored;
-  fs::remove_all(folder, ignored);
-}
+PostgresqlServer::~PostgresqlServer() { stop(true); }
 
 std::string PostgresqlServer::program(const std::string& name) const {
   return programs + "/" + name;
 }
 
 std::string PostgresqlServer::socketUri(const std::string& database) const {
-  return "postgresql://loomkit@/" + database + "?host=" + folder +
+  return "postgresql://loomkit@/" + database + "?host=" + directory() +
          "&port=" + std::to_string(tcpPort);
 }
 
@@ -168,15 +179,26 @@ bool PostgresqlServer::isReady() const {
   return line.find("ready") != std::string::npos;
 }
 
-void PostgresqlServer::start() {
-  process = spawn({program("postgres"), "-D", data(), "-k", folder, "-h", "127.0.0.1", "-p",
+// False when the server ends at once.
+bool PostgresqlServer::tryToStart() {
+  process = spawn({program("postgres"), "-D", data(), "-k", directory(), "-h", "127.0.0.1", "-p",
                    std::to_string(tcpPort)},
-                  folder + "/log");
+                  directory() + "/log");
   for (int i = 0; i < 3000 && !isReady(); ++i) {
-    if (::waitpid(process, nullptr, WNOHANG) != 0) throw std::runtime_error("the server ended");
+    if (::waitpid(process, nullptr, WNOHANG) != 0) {
+      process = -1;
+      return false;
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
-  if (!isReady()) throw std::runtime_error("the server does not start");
+  return isReady();
+}
+
+void PostgresqlServer::start() {
+  if (tryToStart()) return;
+  std::ifstream log(directory() + "/log");
+  throw std::runtime_error("the server does not start: " +
+                           std::string(std::istreambuf_iterator<char>(log), {}));
 }
 
 void PostgresqlServer::stop(bool atOnce) {
@@ -188,7 +210,7 @@ void PostgresqlServer::stop(bool atOnce) {
 
 std::string PostgresqlServer::psql(const std::string& statements,
                                    const std::string& database) const {
-  const std::string script = folder + "/script.sql";
+  const std::string script = directory() + "/script.sql";
   std::ofstream(script) << statements;
   const Witnessed result = runShell("psql -X -q -A -t -v ON_ERROR_STOP=1 -f " + script + " '" +
                                     socketUri(database) + "' 2>&1");

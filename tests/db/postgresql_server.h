@@ -9,10 +9,13 @@
 
 #include <string>
 
+#include "tests/db/guarded_folder.h"
+
 namespace loomkit::testing {
 
-/// Runs from construction to destruction. When the test program ends in any
-/// other way the kernel stops the server with it.
+/// Runs from construction to destruction, or to the end of the test program in
+/// whatever way that ends. Everybody may connect, but for three users over TCP:
+/// "guarded" needs a password, "onlytls" needs TLS, and "bearer" a certificate.
 class PostgresqlServer {
  public:
   PostgresqlServer();
@@ -26,7 +29,7 @@ class PostgresqlServer {
   [[nodiscard]] std::string tcpUri(const std::string& database = "postgres", int atPort = 0) const;
 
   /// The scratch directory, where the socket lies.
-  [[nodiscard]] const std::string& directory() const { return folder; }
+  [[nodiscard]] const std::string& directory() const { return folder.path(); }
   [[nodiscard]] int port() const { return tcpPort; }
 
   /// Writes a file into the data directory, owned by the server's user.
@@ -45,16 +48,18 @@ class PostgresqlServer {
 
  private:
   [[nodiscard]] std::string program(const std::string& name) const;
-  [[nodiscard]] std::string data() const { return folder + "/data"; }
+  [[nodiscard]] std::string data() const { return directory() + "/data"; }
   [[nodiscard]] bool isReady() const;
+  bool tryToStart();
 
-  std::string folder;
+  GuardedFolder folder;
   std::string programs;
   int tcpPort = 0;
   pid_t process = -1;
 };
 
-/// A TCP port of 127.0.0.1 that nobody listens on just now.
+/// A TCP port of 127.0.0.1 that nobody listens on just now, and that the system
+/// gives to no connection by itself.
 int freePort();
 
 }  // namespace loomkit::testing
