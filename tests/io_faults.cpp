@@ -2,12 +2,14 @@
 #include "tests/io_faults.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <cstddef>
 
 namespace {
@@ -42,8 +44,21 @@ std::size_t allowed(std::size_t size) {
   return active && kind == IoFaults::Short && size > 1 ? 1 : size;
 }
 
+// The same for the calls that the system never interrupts halfway.
+bool failsOutright() {
+  return active && (kind == IoFaults::Fail || kind == IoFaults::Kill) && fails();
+}
+
 // Standard output and error are the tests' own.
 bool isOurs(int file) { return file > 2; }
+
+// The argument behind the flags is there only where a file may be made.
+bool makesFile(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE; }
+
+int openFile(int directory, const char* path, int flags, mode_t mode) {
+  if (fails()) return -1;
+  return static_cast<int>(::syscall(SYS_openat, directory, path, flags, mode));
+}
 
 }  // namespace
 
@@ -116,6 +131,22 @@ int ftruncate64(int file, off64_t size) noexcept {
 
 #endif
 
+int open(const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return openFile(AT_FDCWD, path, flags, mode);
+}
+
+int openat(int directory, const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return openFile(directory, path, flags, mode);
+}
+
 int unlink(const char* path) noexcept {
   // The way back from a failure is to be open.
   if (active && kind == IoFaults::Kill && fails()) return -1;
@@ -127,8 +158,23 @@ int fsync(int file) {
   return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
+int flock(int file, int operation) noexcept {
+  if (failsOutright()) return -1;
+  return static_cast<int>(::syscall(SYS_flock, file, operation));
+}
+
+int linkat(int fromDirectory, const char* from, int toDirectory, const char* to,
+           int flags) noexcept {
+  if (failsOutright()) return -1;
+  return static_cast<int>(::syscall(SYS_linkat, fromDirectory, from, toDirectory, to, flags));
+}
+
+int renameat(int fromDirectory, const char* from, int toDirectory, const char* to) noexcept {
+  if (failsOutright()) return -1;
+  return static_cast<int>(::syscall(SYS_renameat, fromDirectory, from, toDirectory, to));
+}
+
 int rename(const char* from, const char* to) noexcept {
-  if (active && (kind == IoFaults::Fail || kind == IoFaults::Kill) && fails()) return -1;
-  return static_cast<int>(::syscall(SYS_renameat, AT_FDCWD, from, AT_FDCWD, to));
+  return ::renameat(AT_FDCWD, from, AT_FDCWD, to);
 }
 }

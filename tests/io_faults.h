@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Makes the system calls of this test program fail: io_faults.cpp defines
-// write(), read() and their like itself, in front of the C library's.
+// open(), write(), read(), flock(), rename(), linkat() and their like itself, in
+// front of the C library's.
 #ifndef LOOMKIT_TESTS_IO_FAULTS_H
 #define LOOMKIT_TESTS_IO_FAULTS_H
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "loomkit/platform/files.h"
+#include "loomkit/platform/platform.h"
 #include "loomkit/platform/random_access.h"
 #include "loomkit/platform/system.h"
 #include "loomkit/xbase/codes.h"
@@ -16,6 +17,12 @@ namespace {
 constexpr char role[] = "Temporary Working File";
 constexpr std::size_t bufferSize = 256U << 10;
 constexpr unsigned lastNumber = 99999;
+
+// What the last error says after a failed creation.
+bool nameIsTaken() {
+  const unsigned error = platform::lastError();
+  return error == 80 || error == 183;
+}
 
 }  // namespace
 
@@ -42,7 +49,7 @@ int ScratchFile::open() {
     if (platform::openRandomAccess(path, platform::OpenMode::createNew,
                                    platform::ShareMode::readWrite, &handle))
       break;
-    if (!platform::examine(path) || number == lastNumber) return failed(errorCreating);
+    if (!nameIsTaken() || number == lastNumber) return failed(errorCreating);
   }
   return ok;
 }

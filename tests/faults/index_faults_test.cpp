@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <set>
@@ -134,7 +135,11 @@ class IndexFaults {
   void keep() {
     for (const char* name : {"t.dbf", "t.cdx"}) kept[name] = scratch.read(name);
   }
+  // What a killed process left beside them goes: scratch files above all, each of
+  // which would be one more name that the next process finds taken.
   void restore() {
+    for (const auto& old : std::filesystem::directory_iterator(scratch.path()))
+      std::filesystem::remove(old.path());
     for (const auto& [name, bytes] : kept) scratch.write(name, bytes);
   }
 

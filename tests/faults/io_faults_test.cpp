@@ -193,7 +193,8 @@ TEST_P(IoFault, ARuntimeFileReportsTheReason) {
       GetParam(),
       [&] {
         int handle = -1;
-        EXPECT_EQ(hulOpenFile(path.c_str(), hulCreateForWriting, &handle), 0);
+        status = hulOpenFile(path.c_str(), hulCreateForWriting, &handle);
+        if (status != 0) return false;
         int written = 0;
         status = hulWrite(handle, oldText.data(), static_cast<int>(oldText.size()), &written);
         EXPECT_EQ(hulClose(handle), 0);

@@ -9,10 +9,12 @@
 #include <filesystem>
 #include <functional>
 
+#include "loomkit/platform/random_access.h"
 #include "loomkit/xbase/codes.h"
 #include "loomkit/xbase/data_file.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/field.h"
+#include "loomkit/xbase/scratch_file.h"
 #include "tests/db/db_fixture.h"
 #include "tests/io_faults.h"
 #include "tests/scratch_directory.h"
@@ -170,6 +172,39 @@ TEST_P(XBaseIoFault, LeavesWhatWasFlushedAndWorksAgain) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Errors, XBaseIoFault, ::testing::Values(EIO, ENOSPC));
+
+// A creation is an opening and a lock. Whichever fails, the file is not there
+// afterwards, and its name is free again.
+TEST_F(XBaseFaults, ANewFileWhoseLockFailsIsNotLeftBehind) {
+  int handle = -1;
+  const auto create = [&] {
+    return platform::openRandomAccess(scratch / "new", platform::OpenMode::createNew,
+                                      platform::ShareMode::none, &handle);
+  };
+  for (int call = 1; call <= 2; ++call) {
+    const IoFaults faults(IoFaults::Fail, call, EIO, 0);
+    EXPECT_FALSE(create());
+    EXPECT_EQ(errno, EIO);
+    EXPECT_FALSE(std::filesystem::exists(scratch / "new")) << call;
+  }
+  // A file system without locks says so, and the file is used all the same.
+  for (const int error : {ENOSYS, ENOTSUP, EINVAL, ENOLCK}) {
+    const IoFaults faults(IoFaults::Fail, 2, error, 0);
+    EXPECT_TRUE(create()) << error;
+    platform::closeFile(handle);
+    std::filesystem::remove(scratch / "new");
+  }
+}
+
+// A directory in which nothing can be made is not searched for a free name.
+TEST_F(XBaseFaults, AScratchFileGivesUpAtTheFirstFailureThatIsNoTakenName) {
+  xbase::Engine engine;
+  engine.report = xbase::Reporting::none();
+  xbase::ScratchFile file(engine, scratch.path());
+  const IoFaults faults(IoFaults::Fail, 1, EIO);
+  EXPECT_EQ(file.open(), xbase::errorCreating);
+  EXPECT_EQ(IoFaults::calls(), 1);
+}
 
 TEST_F(XBaseFaults, CallsThatMoveOneByteOrAreInterruptedChangeNothing) {
   for (const IoFaults::Kind kind : {IoFaults::Short, IoFaults::Storm}) {

@@ -39,15 +39,27 @@ bool failed(int error) {
 
 bool succeeded(int result) { return result == 0 || failed(errno); }
 
+// A file system without locks cannot keep anybody out; the file is used all the same.
+bool meansNoLocks(int error) {
+  return error == ENOSYS || error == ENOTSUP || error == EINVAL || error == ENOLCK;
+}
+
+// 0, or the errno value that says why the lock is not to be had.
+int lockRefusal(int handle, ShareMode share) {
+  const int lock = share == ShareMode::none ? LOCK_EX : LOCK_SH;
+  while (::flock(handle, lock | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return EACCES;
+    if (errno != EINTR) return meansNoLocks(errno) ? 0 : errno;
+  }
+  return 0;
+}
+
 // 0, or the errno value that says why this file is not to be used.
 int refusal(int handle, ShareMode share) {
   struct stat status {};
   if (::fstat(handle, &status) != 0) return errno;
   if (!S_ISREG(status.st_mode)) return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-  const int lock = share == ShareMode::none ? LOCK_EX : LOCK_SH;
-  // A file system without locks cannot keep anybody out; the file is used all the same.
-  if (::flock(handle, lock | LOCK_NB) != 0 && errno == EWOULDBLOCK) return EACCES;
-  return 0;
+  return lockRefusal(handle, share);
 }
 
 }  // namespace
@@ -66,6 +78,8 @@ bool openRandomAccess(const std::string& nativePath, OpenMode mode, ShareMode sh
   if (error == 0 && mode == OpenMode::createAlways && ::ftruncate(opened, 0) != 0) error = errno;
   if (error != 0) {
     ::close(opened);
+    // The file of a failed creation goes away again, unless another program has it by now.
+    if (mode == OpenMode::createNew && error != EACCES) ::unlink(path.c_str());
     return failed(error);
   }
   *handle = opened;
