@@ -109,6 +109,7 @@ int eachRecord(DataFile& data, Take take) {
     int result = data.file.readAll(offset, bytes.data(), bytes.size());
     if (result == ok) result = take(bytes);
     if (result < 0) return result;
+    tellProgress(*data.engine, i + 1);
   }
   return ok;
 }

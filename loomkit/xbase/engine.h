@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -68,6 +69,10 @@ struct Engine {
   /// Where in its text the latest expression went wrong, in bytes from its start.
   std::size_t errorPosition = 0;
 
+  /// Extension: hears of long work, which calls it with the records that have been
+  /// gone through since the last call.
+  std::function<void(std::uint32_t records)> progress;
+
   ReportSink sink = nullptr;  ///< null: the platform's message box
   void* sinkContext = nullptr;
 
@@ -78,6 +83,13 @@ struct Engine {
 
 /// The process's engine, made at the first call. It lives to the process's end.
 Engine& theEngine();
+
+/// Called for each record that long work has gone through, by its number from 1:
+/// every 4,096 of them the engine's `progress` hears of it.
+inline void tellProgress(const Engine& engine, std::uint32_t record) {
+  constexpr std::uint32_t step = 4096;
+  if (record % step == 0 && engine.progress) engine.progress(step);
+}
 
 /// Keeps `code` as the engine's error code, tells the user about it if
 /// `reported`. The texts, as far as they are not null, are further lines of the

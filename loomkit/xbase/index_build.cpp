@@ -36,6 +36,7 @@ int collectKeys(Tag& tag, KeySorter* sorter) {
     if (result == ok) result = recordKey(tag, &key, &inTag);
     if (result == ok && inTag) result = sorter->add(key.data(), number);
     if (result != ok) return result;
+    tellProgress(*data.engine, number);
   }
   return ok;
 }

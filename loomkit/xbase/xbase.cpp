@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/xbase/xbase.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "loomkit/platform/files.h"
 #include "loomkit/text/binary.h"
@@ -100,6 +102,16 @@ bool isLater(char type) {
   return type == 'I' || type == 'Y' || type == 'T' || type == 'B' || type == '0';
 }
 
+using ProgressListener = std::function<void(std::uint64_t done, std::uint64_t all)>;
+
+// The engine tells steps, a listener wants to hear of their sum.
+std::function<void(std::uint32_t)> addedUp(const ProgressListener& listener, std::uint64_t all) {
+  return [&listener, all, done = std::uint64_t{0}](std::uint32_t records) mutable {
+    done += records;
+    listener(std::min(done, all), all);
+  };
+}
+
 }  // namespace
 
 void gXBaseSetReportSink(GXBaseReportSink sink, void* context) {
@@ -120,6 +132,7 @@ struct GXBaseTable::State {
     errorCode = good ? 0 : engine.errorCode != 0 ? engine.errorCode : code;
     message = good ? std::string() : messageOf(errorCode);
     engine.errorCode = 0;
+    engine.progress = nullptr;
     return good;
   }
   bool refuse(const char* text) {
@@ -128,6 +141,17 @@ struct GXBaseTable::State {
     return false;
   }
 
+  // Until finish(), the listener hears of work that goes through all records for
+  // each tag, and `more` times besides.
+  void beginWork(std::uint64_t more) {
+    if (!listener) return;
+    std::uint64_t passes = more;
+    for (const auto& index : data->indexes) passes += index->tags.size();
+    const std::uint64_t all = data->recordCount * std::max<std::uint64_t>(passes, 1);
+    engine.progress = addedUp(listener, all);
+  }
+
+  ProgressListener listener;
   xbase::Engine engine;
   std::unique_ptr<xbase::DataFile> data;
   int errorCode = 0;
@@ -243,9 +267,15 @@ bool GXBaseTable::check(std::vector<Finding>* findings, std::size_t limit,
   return state->finish(code);
 }
 
+void GXBaseTable::setProgress(std::function<void(std::uint64_t done, std::uint64_t all)> listener) {
+  state->listener = std::move(listener);
+}
+
 bool GXBaseTable::pack() {
   if (!isOpen()) return state->refuse("no table is open");
   if (state->data->file.isReadOnly()) return state->refuse("the table is open for reading only");
+  constexpr std::uint64_t readings = 2;  // one that counts and one that copies
+  state->beginWork(readings);
   int code = xbase::pack(*state->data);
   if (code == xbase::ok) code = xbase::flush(*state->data);
   return state->finish(code);
@@ -254,6 +284,7 @@ bool GXBaseTable::pack() {
 bool GXBaseTable::reindex() {
   if (!isOpen()) return state->refuse("no table is open");
   if (state->data->file.isReadOnly()) return state->refuse("the table is open for reading only");
+  state->beginWork(0);
   int code = xbase::flush(*state->data);
   const std::string path = xbase::companionPath(state->data->file.name(), "CDX");
   if (code == xbase::ok && state->data->indexes.empty() && loomkit::platform::examine(path)) {

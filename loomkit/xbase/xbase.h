@@ -14,6 +14,7 @@
 #define LOOMKIT_XBASE_XBASE_H
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -111,6 +112,9 @@ class LOOMKIT_API GXBaseTable {
   /// `*findings`, up to `limit`. False: a file could not be read, or `progress`
   /// stopped it.
   bool check(std::vector<Finding>* findings, std::size_t limit, const Progress& progress);
+  /// Has a function called every now and then by pack() and reindex(), which cannot be
+  /// stopped: with the steps done, of how many; empty: none. It must not use the table.
+  void setProgress(std::function<void(std::uint64_t done, std::uint64_t all)> listener);
   /// Removes the records marked deleted, and builds all tags anew.
   bool pack();
   /// Builds all tags anew. An index file that openIndexes() has not opened is opened

@@ -195,6 +195,41 @@ TEST_F(XBaseTool, PacksATableWithItsTags) {
   EXPECT_EQ(findings(), Texts{});
 }
 
+TEST_F(XBaseTool, TellsHowFarAPackAndAReindexHaveCome) {
+  constexpr int records = 10000;
+  {
+    const TableOwner made =
+        createDataFile(engine, scratch / "many.dbf", {{"N", 'N', 5, 0}}, {{"BY_N", "N"}});
+    ASSERT_NE(made, nullptr);
+    for (int i = 1; i <= records; ++i) {
+      ASSERT_EQ(startAppend(*made), ok);
+      blank(*made);
+      assignLong(*made, 0, i);
+      ASSERT_EQ(finishAppend(*made), ok);
+    }
+    ASSERT_EQ(xbase::close(*made), ok);
+  }
+  GXBaseTable table;
+  ASSERT_TRUE(table.open(scratch / "many.dbf", false));
+  ASSERT_TRUE(table.openIndexes());
+  std::vector<std::uint64_t> seen;
+  table.setProgress([&](std::uint64_t done, std::uint64_t all) {
+    seen.push_back(done);
+    seen.push_back(all);
+  });
+  ASSERT_TRUE(table.reindex());
+  EXPECT_EQ(seen, (std::vector<std::uint64_t>{4096, 10000, 8192, 10000})) << "one tag";
+  seen.clear();
+  ASSERT_TRUE(table.pack());
+  EXPECT_EQ(seen, (std::vector<std::uint64_t>{4096, 30000, 8192, 30000, 12288, 30000, 16384, 30000,
+                                              20480, 30000, 24576, 30000}))
+      << "counted, copied, and one tag";
+  seen.clear();
+  table.setProgress(nullptr);
+  ASSERT_TRUE(table.reindex());
+  EXPECT_TRUE(seen.empty());
+}
+
 TEST_F(XBaseTool, EvaluatesExpressions) {
   makeTable();
   GXBaseTable table;

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "progress_bar.h"
 #include "visible_text.h"
 
 namespace loom {
@@ -13,14 +14,20 @@ namespace {
 
 enum class Colors { byTerminal, always, never };
 Colors colors = Colors::byTerminal;
+bool midLine = false;
 
 constexpr std::string_view codes[] = {"31", "32", "33", "36", "1", "2"};
 
 }  // namespace
 
 void print(std::string_view text) {
+  if (text.empty()) return;
+  if (ProgressBar::isDrawn() && isTerminal(StandardStream::output)) ProgressBar::clear();
+  midLine = text.back() != '\n';
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size()) throw WriteFailure{errno};
 }
+
+bool isMidLine() { return midLine; }
 
 void printLine(std::string_view text) {
   print(text);
@@ -38,6 +45,7 @@ std::string shown(std::string_view name) {
 void complain(std::string_view text) { complainPlainly("loom: " + visible(text)); }
 
 void complainPlainly(std::string_view text) {
+  ProgressBar::clear();
   // Where both streams end in one place, a message stands behind the results
   // it follows. Failing to write those is reported at the end, not here.
   std::fflush(stdout);
@@ -54,9 +62,7 @@ bool colorsOn(StandardStream stream) {
   if (colors != Colors::byTerminal) return colors == Colors::always;
   const char* const noColor = std::getenv("NO_COLOR");
   if (noColor != nullptr && *noColor != '\0') return false;
-  const char* const terminal = std::getenv("TERM");
-  if (terminal == nullptr || std::string_view(terminal) == "dumb") return false;
-  return isTerminal(stream);
+  return canClearLines() && isTerminal(stream);
 }
 
 std::string colored(StandardStream stream, Color color, std::string_view text) {

@@ -25,6 +25,9 @@ void printLine(std::string_view text);
 /// Brings everything printed out of the buffer. Throws WriteFailure.
 void flushResults();
 
+/// True when the last print() has not ended its line.
+[[nodiscard]] bool isMidLine();
+
 /// A name as a result that scripts go on with may carry it: a path, one a line. For
 /// a person at a terminal it is made visible(), because a stranger may have chosen
 /// it; for a pipe or a file it stays exact, which is what ls does, too. Tables that

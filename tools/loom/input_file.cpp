@@ -33,8 +33,8 @@ InputFile::Buffer::Buffer(const std::string& path)
   if (file == nullptr) {
     missing = errno == ENOENT;
     message = cannotOpen(name, errno);
-  } else if (path != "-" && ProgressBar::watched()) {
-    bar.emplace(path, sizeOf(path));
+  } else if (ProgressBar::watched() && (path != "-" || !isTerminal(StandardStream::input))) {
+    bar.emplace(name, path == "-" ? 0 : sizeOf(path));
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace loom {
 
@@ -17,6 +18,16 @@ enum class StandardStream { input = 0, output = 1, error = 2 };
 /// How many columns the terminal at the other end of the stream has; 0 when there is
 /// no terminal, or when it does not tell.
 [[nodiscard]] std::size_t terminalWidth(StandardStream stream);
+
+/// True when a terminal there understands how to clear a line: one that is not dumb.
+[[nodiscard]] bool canClearLines();
+
+/// True when loom is what the person at the stream's terminal has started last, and
+/// not a job in the background, which is to leave the screen alone.
+[[nodiscard]] bool isInForeground(StandardStream stream);
+
+/// Writes past every buffer, as a signal handler may. What cannot be written is lost.
+void writeAtOnce(StandardStream stream, std::string_view text);
 
 /// Reads what is there, at least one byte, waiting only for the first; past
 /// the file's own buffer, so do not mix with other reads. 0 at the end; below

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // loom tessel: what is in the files of the table store.
-#include <optional>
 
 #include "console.h"
 #include "families.h"
@@ -63,12 +62,9 @@ ExitCode info(const Invocation& call) {
 ExitCode check(const Invocation& call) {
   GTesselInspector inspector;
   requireStore(inspector, inspector.open(call.operand("FILE")));
-  std::optional<ProgressBar> bar;
-  const GDbStatus status = inspector.check([&](std::uint64_t done, std::uint64_t total) {
-    if (!bar) bar.emplace("check", total);
-    bar->show(done);
-  });
-  bar.reset();
+  ProgressBar bar("check", 0);
+  const GDbStatus status =
+      inspector.check([&](std::uint64_t done, std::uint64_t total) { bar.show(done, total); });
   requireStore(inspector, status);
   if (call.json()) {
     JsonWriter json;

@@ -184,6 +184,8 @@ ExitCode change(const Invocation& call, const char* done, Work work) {
   ExitCode code = ExitCode::done;
   for (const fs::path& path : wantedTables(call)) {
     GXBaseTable table;
+    ProgressBar bar(nameOf(path), 0);
+    table.setProgress([&](std::uint64_t did, std::uint64_t all) { bar.show(did, all); });
     const bool worked = table.open(path.string(), false) && work(table) && table.close();
     if (!worked) {
       complain(path.string() + ": " + table.getErrMsg());

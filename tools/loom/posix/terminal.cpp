@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdlib>
 #include <memory>
 
 #include "../interruption.h"
@@ -32,6 +33,25 @@ std::size_t terminalWidth(StandardStream stream) {
   winsize size{};
   if (ioctl(static_cast<int>(stream), TIOCGWINSZ, &size) != 0) return 0;
   return size.ws_col;
+}
+
+bool canClearLines() {
+  const char* const name = std::getenv("TERM");
+  return name != nullptr && *name != '\0' && std::string_view(name) != "dumb";
+}
+
+bool isInForeground(StandardStream stream) {
+  return tcgetpgrp(static_cast<int>(stream)) == getpgrp();
+}
+
+void writeAtOnce(StandardStream stream, std::string_view text) {
+  const int before = errno;
+  while (!text.empty()) {
+    const ssize_t count = ::write(static_cast<int>(stream), text.data(), text.size());
+    if (count < 0 && errno != EINTR) break;
+    if (count > 0) text.remove_prefix(static_cast<std::size_t>(count));
+  }
+  errno = before;
 }
 
 long readSome(std::FILE* file, char* buffer, std::size_t size) {
