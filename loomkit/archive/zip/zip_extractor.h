@@ -21,11 +21,13 @@
 #include "loomkit/platform/export.h"
 
 /// Extracts the members of an archive below one directory and nowhere else, and no
-/// more than its limits allow. It refuses a name that is absolute, has a drive or a
-/// "..", or leads through a link, and an archive whose members share their data. A file
-/// appears under its name when it is complete and its checksum is right, also for the
-/// members whose checksum the reader does not compare. gOutput is told what goes wrong,
-/// with the system name gDataSysName, and gProgressCB the percentage that is done.
+/// more than its limits allow. It refuses a name that is absolute, has a colon or a
+/// "..", or leads through a link, and an archive whose members share their data. Names
+/// that Windows takes for something else ("aux.c", "name.") are refused on all systems,
+/// so that an archive gives the same files everywhere. A file appears under its name
+/// when it is complete and its checksum is right, also for the members whose checksum
+/// the reader does not compare. gOutput is told what goes wrong, with the system name
+/// gDataSysName, and gProgressCB the percentage that is done.
 ///
 /// Files and directories get the times and rights that the archive states, less the
 /// process's umask. Of several members of one name the last is written; the others are

@@ -17,7 +17,8 @@ std::string parentOf(const std::string& name);
 
 /// The path below a directory at which a member of a stranger's archive may be
 /// extracted: separated by single slashes. False for a name that is empty or
-/// absolute, has a drive, a "..", or a NUL.
+/// absolute, has a "..", a colon or a NUL, and for one with a part that is no name on
+/// every system: a device of Windows ("con", "aux.c"), or a dot or blank at its end.
 bool memberPath(const std::string& name, std::string* path);
 
 }  // namespace loomkit::zip
