@@ -9,6 +9,20 @@ function(loomkit_sources)
   endforeach()
 endfunction()
 
+# loomkit_system_libraries(name...): libraries of the system that the platform folder
+# calls, beside those that every program has.
+function(loomkit_system_libraries)
+  set_property(GLOBAL APPEND PROPERTY LOOMKIT_SYSTEM_LIBRARIES ${ARGN})
+endfunction()
+
+# loomkit_exporting(target): objects that are compiled for both libraries. Only on
+# Windows does a host's code differ by which of the two it is linked with.
+function(loomkit_exporting target)
+  if(WIN32)
+    target_compile_definitions(${target} PRIVATE LOOMKIT_BUILD INTERFACE LOOMKIT_STATIC)
+  endif()
+endfunction()
+
 # loomkit_backend(name): a database backend, whose factory is kept in
 # `loomkit::backends::name`; loomkit/db/backends.h says why.
 function(loomkit_backend name)

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Installs the Debian packages that are missing. setup.sh run|test|ci|bench
-# Each word includes the ones before it, but for bench, which adds the peers
-# that the benchmarks compare with. The tour and the tests read a package of
-# Debian's as it is published, which goes to build/real, and the jar in it.
+# Installs the Debian packages that are missing. setup.sh run|test|ci|bench|windows
+# Each word includes the ones before it, but for the last two: bench adds the peers
+# that the benchmarks compare with, windows what builds for Windows and runs that. The
+# tour and the tests read a package of Debian's as it is published, which goes to
+# build/real, and the jar in it.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 real=libjsr305-java
@@ -12,13 +13,15 @@ run="g++ cmake ninja-build ccache pkg-config zlib1g-dev libcli11-dev libedit-dev
 test="clang libclang-rt-14-dev googletest make python3 binutils llvm libarchive-tools p7zip-full sqlite3 zsh fish groff-base shapelib python3-dbfread gdal-bin postgresql postgresql-contrib openssl"
 ci="doxygen clang-format clang-tidy g++-multilib lib32z1-dev"
 bench="libbenchmark-dev python3 postgresql libpq-dev libpqxx-dev libmuparser-dev liblua5.4-dev liburiparser-dev libcurl4-openssl-dev libsqlite3-dev libsqlitecpp-dev libsoci-dev libboost-dev libcsv-dev rapidjson-dev libzip-dev libminizip-dev libarchive-dev libssl-dev libinih-dev libsimpleini-dev liblmdb-dev libshp-dev"
+windows="g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev wine64"
 
 case "${1:-run}" in
   run) wanted=$run ;;
   test) wanted="$run $test" ;;
   ci) wanted="$run $test $ci" ;;
   bench) wanted="$run $bench" ;;
-  *) echo "usage: setup.sh run|test|ci|bench" >&2; exit 2 ;;
+  windows) wanted="$run googletest $windows" ;;
+  *) echo "usage: setup.sh run|test|ci|bench|windows" >&2; exit 2 ;;
 esac
 
 missing=()
