@@ -90,6 +90,7 @@
 #include "loomkit/system/run.h"
 #include "loomkit/system/stop_watch.h"
 #include "loomkit/system/time.h"
+#include "loomkit/text/csv_reader.h"
 #include "loomkit/text/edit_distance.h"
 #include "loomkit/text/gi_string.h"
 #include "loomkit/text/last_message.h"

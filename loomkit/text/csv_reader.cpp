@@ -6,18 +6,68 @@
 namespace loomkit {
 namespace {
 
-constexpr char quote = '"';
+using Field = CsvReader::Field;
+using Row = std::vector<Field>;
 
 bool endsLine(char c) { return c == '\n' || c == '\r'; }
 
+bool isBlank(const Row& row) { return row.size() == 1 && row[0].text.empty() && !row[0].quoted; }
+
+// The rows at the begin of a text that are looked at to find its dialect.
+constexpr int sampleRows = 20;
+constexpr std::size_t sampleSize = std::size_t{64} << 10;
+
+// Nothing where the sample is no CSV of that dialect. The row in which it was cut off
+// is left out. A text with doubled quotes is gone with the next read(), so nobody may
+// look at the texts of quoted fields.
+std::optional<std::vector<Row>> readSample(CsvReader& reader, std::string_view sample, bool whole) {
+  std::vector<Row> rows;
+  Row row;
+  while (rows.size() < sampleRows && reader.read(&row)) {
+    if (!whole && reader.getPosition() == sample.size()) break;
+    if (!isBlank(row)) rows.push_back(row);
+  }
+  if (reader.failed() && (whole || reader.getPosition() != sample.size())) return std::nullopt;
+  return rows;
+}
+
+// How many columns all rows have; 1 where they differ.
+std::size_t widthOf(const std::vector<Row>& rows) {
+  if (rows.empty()) return 1;
+  const std::size_t width = rows.front().size();
+  const bool even =
+      std::all_of(rows.begin(), rows.end(), [&](const Row& row) { return row.size() == width; });
+  return even ? width : 1;
+}
+
+bool looksLikeNumber(std::string_view text) {
+  return text.find_first_not_of("+-.,0123456789eE") == std::string_view::npos;
+}
+
+// Whether quotes stand around every text of a row, and around one at least.
+bool areTextsQuoted(const Row& row) {
+  const bool all = std::all_of(row.begin(), row.end(), [](const Field& field) {
+    return field.quoted || looksLikeNumber(field.text);
+  });
+  return all && std::any_of(row.begin(), row.end(), [](const Field& f) { return f.quoted; });
+}
+
 }  // namespace
 
-CsvReader::CsvReader(std::string_view itsText, char itsSeparator)
-    : text(itsText), separator(itsSeparator) {}
+CsvReader::CsvReader(std::string_view itsText, const Dialect& itsDialect)
+    : text(itsText), dialect(itsDialect) {
+  const auto add = [](SignSet* set, char sign) { (*set)[static_cast<unsigned char>(sign)] = true; };
+  for (const char end : {'\n', '\r'}) {
+    add(&plainEnds, end);
+    add(&quotedStops, end);
+  }
+  add(&plainEnds, dialect.separator);
+  if (dialect.quote) add(&quotedStops, *dialect.quote);
+}
 
 bool CsvReader::read(std::vector<Field>* row) {
   row->clear();
-  unescaped.clear();
+  if (!unescaped.empty()) unescaped.clear();
   if (at == text.size() || failed()) return false;
   line = nextLine;
   column = 1;
@@ -25,18 +75,24 @@ bool CsvReader::read(std::vector<Field>* row) {
   return !failed();
 }
 
+void CsvReader::skipTo(const SignSet& signs) {
+  std::size_t position = at;
+  while (position < text.size() && !signs[static_cast<unsigned char>(text[position])]) ++position;
+  at = position;
+}
+
 // Reads a field and what stands behind it; true when that is a separator.
 bool CsvReader::readField(std::vector<Field>* row) {
   Field& field = row->emplace_back();
-  if (at < text.size() && text[at] == quote) {
+  if (at < text.size() && text[at] == dialect.quote) {
     if (!readQuoted(&field)) return false;
   } else {
     const std::size_t begin = at;
-    while (at < text.size() && text[at] != separator && !endsLine(text[at])) ++at;
+    skipTo(plainEnds);
     field.text = text.substr(begin, at - begin);
   }
   if (at == text.size()) return false;
-  if (text[at] == separator) {
+  if (text[at] == dialect.separator) {
     ++at;
     return true;
   }
@@ -46,21 +102,21 @@ bool CsvReader::readField(std::vector<Field>* row) {
 }
 
 bool CsvReader::readQuoted(Field* field) {
-  field->quoted = true;
-  const std::size_t opening = at++;
+  const char quote = *dialect.quote;
   const std::size_t openingLine = nextLine;
-  const std::size_t openingColumn = opening - lineBegin + 1;
-  std::size_t begin = at;
+  const std::size_t openingColumn = at - lineBegin + 1;
+  std::size_t begin = ++at;
   std::string* whole = nullptr;  // of a field with doubled quotes
+  field->quoted = true;
   for (;;) {
-    while (at < text.size() && text[at] != quote && !endsLine(text[at])) ++at;
+    skipTo(quotedStops);
     if (at == text.size()) {
-      fail("a quote has no end", opening);
+      error = "a quote has no end";
       line = openingLine;
       column = openingColumn;
       return false;
     }
-    if (endsLine(text[at])) {
+    if (text[at] != quote) {
       endLine();
       continue;
     }
@@ -88,31 +144,36 @@ void CsvReader::endLine() {
 bool CsvReader::fail(std::string_view reason, std::size_t position) {
   error = reason;
   line = nextLine;
-  column = position >= lineBegin ? position - lineBegin + 1 : 1;
+  column = position - lineBegin + 1;
   return false;
 }
 
-char CsvReader::findSeparator(std::string_view text) {
+char CsvReader::findSeparator(std::string_view text, std::optional<char> quote) {
   constexpr std::string_view candidates = ",;\t|";
-  constexpr int lines = 20;
+  const std::string_view sample = text.substr(0, sampleSize);
   char best = candidates[0];
   std::size_t most = 1;
   for (const char candidate : candidates) {
-    CsvReader reader(text, candidate);
-    std::vector<Field> row;
-    std::size_t width = 0;
-    for (int i = 0; i < lines && reader.read(&row); ++i) {
-      if (row.size() == 1 && row[0].text.empty()) continue;  // a blank line
-      if (width == 0) width = row.size();
-      if (row.size() != width) width = 1;
-      if (width == 1) break;
-    }
-    if (!reader.failed() && width > most) {
-      most = width;
-      best = candidate;
-    }
+    if (candidate == quote) continue;
+    CsvReader reader(sample, {candidate, quote});
+    const auto rows = readSample(reader, sample, sample.size() == text.size());
+    const std::size_t width = rows ? widthOf(*rows) : 1;
+    if (width <= most) continue;
+    most = width;
+    best = candidate;
   }
   return best;
+}
+
+CsvReader::Dialect CsvReader::findDialect(std::string_view text) {
+  constexpr char apostrophe = '\'';
+  const std::string_view sample = text.substr(0, sampleSize);
+  const Dialect quoted = {findSeparator(text, apostrophe), apostrophe};
+  CsvReader reader(sample, quoted);
+  const auto rows = readSample(reader, sample, sample.size() == text.size());
+  if (rows && rows->size() > 1 && std::all_of(rows->begin() + 1, rows->end(), areTextsQuoted))
+    return quoted;
+  return {findSeparator(text)};
 }
 
 }  // namespace loomkit

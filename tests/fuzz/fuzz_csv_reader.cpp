@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The reader of comma-separated values: the first byte chooses the separator. What
-// was read is written with every field in quotes, and must be read back as itself.
+// The reader of comma-separated values: the first byte chooses the dialect. What was
+// read is written with every field in quotes, and must be read back as itself.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -18,8 +18,8 @@ void require(bool holds) {
 
 using Rows = std::vector<std::vector<std::string>>;
 
-Rows rowsOf(const std::string& text, char separator, bool* failed) {
-  CsvReader reader(text, separator);
+Rows rowsOf(const std::string& text, const CsvReader::Dialect& dialect, bool* failed) {
+  CsvReader reader(text, dialect);
   std::vector<CsvReader::Field> row;
   Rows rows;
   while (reader.read(&row)) {
@@ -32,14 +32,14 @@ Rows rowsOf(const std::string& text, char separator, bool* failed) {
   return rows;
 }
 
-std::string quoted(const Rows& rows, char separator) {
+std::string quoted(const Rows& rows, const CsvReader::Dialect& dialect) {
   std::string text;
   for (const auto& row : rows) {
     for (const std::string& field : row) {
-      if (&field != row.data()) text += separator;
-      text += '"';
-      for (const char c : field) text.append(c == '"' ? 2 : 1, c);
-      text += '"';
+      if (&field != row.data()) text += dialect.separator;
+      text += *dialect.quote;
+      for (const char c : field) text.append(c == *dialect.quote ? 2 : 1, c);
+      text += *dialect.quote;
     }
     text += "\r\n";
   }
@@ -52,11 +52,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0) return 0;
   constexpr char separators[] = {',', ';', '\t', '|'};
   const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
-  const char separator = separators[data[0] % 4];
-  CsvReader::findSeparator(text);
+  CsvReader::Dialect dialect = {separators[data[0] % 4], data[0] & 4 ? '"' : '\''};
+  if (data[0] & 8) dialect = CsvReader::findDialect(text);
   bool failed = false;
-  const Rows rows = rowsOf(text, separator, &failed);
-  require(rowsOf(quoted(rows, separator), separator, &failed) == rows);
+  const Rows rows = rowsOf(text, dialect, &failed);
+  require(rowsOf(quoted(rows, dialect), dialect, &failed) == rows);
   require(!failed);
   return 0;
 }

@@ -11,8 +11,8 @@ namespace {
 using loomkit::CsvReader;
 
 // Each field as its text, in brackets when it was quoted; "|" between rows.
-std::string shown(const std::string& text, char separator = ',') {
-  CsvReader reader(text, separator);
+std::string shown(const std::string& text, const CsvReader::Dialect& dialect = {}) {
+  CsvReader reader(text, dialect);
   std::vector<CsvReader::Field> row;
   std::string result;
   while (reader.read(&row)) {
@@ -46,7 +46,10 @@ TEST(CsvReader, ReadsRowsOfEveryShape) {
                {" \"a\"\n", " \"a\"|"},
                {"x;y\n", "x;y|"}};
   for (const auto& c : cases) EXPECT_EQ(shown(c.text), c.rows) << c.text;
-  EXPECT_EQ(shown("a,b;c\n", ';'), "a,b c|");
+  EXPECT_EQ(shown("a,b;c\n", {';'}), "a,b c|");
+  EXPECT_EQ(shown("'a''b','c,d',\"e\"\n", {',', '\''}), "[a'b] [c,d] \"e\"|");
+  EXPECT_EQ(shown("\"a\",'b\n", {',', std::nullopt}), "\"a\" 'b|");
+  EXPECT_EQ(shown(std::string("a\0b,\0\n", 6), {',', std::nullopt}), std::string("a\0b \0|", 6));
 }
 
 TEST(CsvReader, TellsWhereAnErrorIs) {
@@ -71,6 +74,32 @@ TEST(CsvReader, FindsTheSeparator) {
   for (const auto& c : cases) EXPECT_EQ(CsvReader::findSeparator(c.text), c.separator) << c.text;
 }
 
+TEST(CsvReader, FindsTheQuote) {
+  const struct {
+    std::string text;
+    CsvReader::Dialect dialect;
+  } cases[] = {{"id;name\n1;'a;b'\n2;'it''s'\n", {';', '\''}},
+               {"'id','name'\n'1','a'\n", {',', '\''}},
+               {"id,name\n1,'a'\n2,b\n", {',', '"'}},  // a text that has no quotes
+               {"id,name\n1,'tis\n", {',', '"'}},      // a quote without its end
+               {"id,name\n1,2\n", {',', '"'}},
+               {"'a','b'\n", {',', '"'}},  // one line is not enough
+               {"id,name\n1,\"'a'\"\n", {',', '"'}}};
+  for (const auto& c : cases) {
+    const CsvReader::Dialect found = CsvReader::findDialect(c.text);
+    EXPECT_EQ(found.separator, c.dialect.separator) << c.text;
+    EXPECT_EQ(found.quote, c.dialect.quote) << c.text;
+  }
+}
+
+TEST(CsvReader, FindsTheSeparatorOfALongTextByItsBegin) {
+  std::string text = "a;b,c\n1;\"x,y\"\n";
+  while (text.size() < 200000) text += "2;\"p\nq,r\"\n";
+  EXPECT_EQ(CsvReader::findSeparator(text), ';');
+  const std::string cut = "a;b\n1;\"" + std::string(100000, 'x') + "\"\n2;y\n";
+  EXPECT_EQ(CsvReader::findSeparator(cut), ';') << "the row that was cut off is left out";
+}
+
 // A writer that quotes every field, as the slow and obvious counterpart.
 TEST(CsvReader, ReadsBackAllTextsOverASmallAlphabet) {
   const std::string alphabet = "a,\"\n\r";
@@ -80,7 +109,7 @@ TEST(CsvReader, ReadsBackAllTextsOverASmallAlphabet) {
     std::string text = "\"";
     for (const char c : value) text.append(c == '"' ? 2 : 1, c);
     text += "\",end\n";
-    CsvReader reader(text, ',');
+    CsvReader reader(text, {});
     std::vector<CsvReader::Field> row;
     ASSERT_TRUE(reader.read(&row)) << text;
     ASSERT_EQ(row.size(), 2U) << text;

@@ -2,114 +2,57 @@
 #include "csv_file.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <set>
 
+#include "command.h"
 #include "file_content.h"
-#include "loomkit/platform/hul.h"
-#include "loomkit/text/csv_reader.h"
+#include "number_form.h"
+#include "text_encoding.h"
 
 namespace loom {
 
 namespace {
 
 using loomkit::CsvReader;
-using Fields = std::vector<CsvReader::Field>;
+using Field = CsvReader::Field;
+using Fields = std::vector<Field>;
 
-// A number that is written as it is printed, so that nothing of it is lost.
-bool isInteger(std::string_view text) {
-  std::int64_t value = 0;
-  const std::string_view digits = text.starts_with('-') ? text.substr(1) : text;
-  return readInteger(text, &value) && (digits == "0" || !digits.starts_with('0'));
+std::string inLine(std::size_t line, std::string_view value, std::string_view reason) {
+  return "line " + std::to_string(line) + ": '" + std::string(value) + "' " + std::string(reason);
 }
 
-// Either as it is printed, or with up to 15 digits: those come back from a double.
-bool isReal(std::string_view text) {
-  constexpr std::ptrdiff_t exactDigits = 15;
-  double value = 0;
-  if (text.find_first_not_of("-+.0123456789eE") != std::string_view::npos) return false;
-  if (!readReal(text, &value)) return false;
-  if (cellText(value) == text) return true;
-  const std::string_view digits = text.starts_with('-') ? text.substr(1) : text;
-  if (digits.front() == '.' || digits.back() == '.') return false;
-  if (digits.front() == '0' && digits.size() > 1 && digits[1] != '.') return false;
-  if (text.find_first_of("+eE") != std::string_view::npos) return false;
-  const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-  return std::count_if(text.begin(), text.end(), isDigit) <= exactDigits;
-}
-
-std::string decoded(const std::string& path, const std::string& bytes,
-                    const std::string& encoding) {
-  HulTextCodec* opened = nullptr;
-  if (hulOpenTextCodec(encoding.c_str(), "UTF-8", &opened) < 0)
-    throw Failure(ExitCode::usage, "there is no encoding '" + encoding + "'");
-  const std::unique_ptr<HulTextCodec, void (*)(HulTextCodec*)> codec(
-      opened, [](HulTextCodec* it) { hulCloseTextCodec(it); });
-  std::string result;
-  const char* from = bytes.data();
-  std::size_t left = bytes.size();
-  int status = 0;
-  do {
-    char block[4096];
-    char* end = block;
-    std::size_t room = sizeof block;
-    status = hulConvertText(codec.get(), &from, &left, &end, &room);
-    result.append(block, end);
-  } while (status > 0);
-  if (status < 0)
-    throw Failure(ExitCode::damaged, path + ": byte " + std::to_string(bytes.size() - left + 1) +
-                                         " is no " + encoding);
-  return result;
-}
-
-// The file as UTF-8 without a byte order mark.
-std::string utf8Of(const std::string& path, const std::string& encoding) {
-  std::string bytes = contentOf(path);
-  const bool wide = bytes.starts_with("\xff\xfe") || bytes.starts_with("\xfe\xff");
-  if (!encoding.empty())
-    bytes = decoded(path, bytes, encoding);
-  else if (wide)
-    bytes = decoded(path, bytes, "UTF-16");
-  if (bytes.starts_with("\xef\xbb\xbf")) bytes.erase(0, 3);
-  return bytes;
-}
-
-// Column names: each there, once, and none of them a number.
-bool looksLikeHeader(const Fields& row) {
-  std::set<std::string_view> names;
-  return std::all_of(row.begin(), row.end(), [&](const CsvReader::Field& field) {
-    return !field.text.empty() && !isInteger(field.text) && !isReal(field.text) &&
-           names.insert(field.text).second;
-  });
-}
+bool isNumber(std::string_view text) { return isWholeNumber(text) || isRealNumber(text); }
 
 bool isBlank(const Fields& row) { return row.size() == 1 && row[0].text.empty() && !row[0].quoted; }
+
+bool isQuoted(const Field& field) { return field.quoted; }
+
+std::string nameOf(const std::string& path) { return path == "-" ? "standard input" : path; }
 
 // Reads rows of one width.
 class Lines {
  public:
-  Lines(std::string itsPath, std::string_view text, char separator)
-      : path(std::move(itsPath)), reader(text, separator) {}
+  Lines(std::string itsPath, std::string_view text, const CsvReader::Dialect& dialect)
+      : path(std::move(itsPath)), reader(text, dialect) {}
 
   // `width` 0: that of the first row.
   bool read(Fields* row, std::size_t width) {
     do {
-      if (!reader.read(row)) {
-        if (reader.failed()) throw failure(std::string(reader.getError()));
-        return false;
-      }
+      if (reader.read(row)) continue;
+      if (reader.failed()) throw failure(reader.getColumn(), std::string(reader.getError()));
+      return false;
     } while (isBlank(*row) && width != 1);
     if (width == 0 || row->size() == width) return true;
-    throw failure("a row of " + std::to_string(row->size()) + " columns, where the first has " +
-                  std::to_string(width));
+    throw failure(1, std::to_string(row->size()) + (row->size() == 1 ? " field" : " fields") +
+                         " where the first row has " + std::to_string(width));
   }
 
   [[nodiscard]] std::size_t line() const { return reader.getLine(); }
 
  private:
-  [[nodiscard]] Failure failure(const std::string& reason) const {
+  [[nodiscard]] Failure failure(std::size_t column, const std::string& reason) const {
     return {ExitCode::damaged, path + ": line " + std::to_string(reader.getLine()) + ", column " +
-                                   std::to_string(reader.getColumn()) + ": " + reason};
+                                   std::to_string(column) + ": " + reason};
   }
 
   std::string path;
@@ -118,9 +61,9 @@ class Lines {
 
 class CsvRows : public RowSource {
  public:
-  CsvRows(const std::string& path, std::string_view text, char separator, bool header,
-          std::vector<Column> itsColumns)
-      : RowSource(path, std::move(itsColumns)), lines(path, text, separator) {
+  CsvRows(const std::string& path, std::string_view text, const CsvReader::Dialect& dialect,
+          bool header, std::vector<Column> itsColumns)
+      : RowSource(path, std::move(itsColumns)), lines(path, text, dialect) {
     if (header) lines.read(&row, 0);
   }
 
@@ -128,103 +71,155 @@ class CsvRows : public RowSource {
   bool read(Row* cells) override {
     if (!lines.read(&row, fields.size())) return false;
     cells->resize(row.size());
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      Cell& cell = (*cells)[i];
-      if (row[i].text.empty() && !row[i].quoted)
-        cell = {};
-      else if (fields[i].type == GDbFieldInt)
-        static_cast<void>(readInteger(row[i].text, &cell.emplace<std::int64_t>()));
-      else if (fields[i].type == GDbFieldFloat)
-        static_cast<void>(readReal(row[i].text, &cell.emplace<double>()));
-      else
-        cell.emplace<std::string>(row[i].text);
-    }
+    for (std::size_t i = 0; i < row.size(); ++i) readField(row[i], fields[i].type, &(*cells)[i]);
     return true;
   }
 
  private:
+  // The memory of a text stays its cell's from row to row.
+  static void readField(const Field& field, GDbFieldType type, Cell* cell) {
+    if (field.text.empty() && !field.quoted)
+      *cell = {};
+    else if (type == GDbFieldInt)
+      static_cast<void>(readInteger(field.text, &cell->emplace<std::int64_t>()));
+    else if (type == GDbFieldFloat)
+      static_cast<void>(readReal(field.text, &cell->emplace<double>()));
+    else if (auto* text = std::get_if<std::string>(cell))
+      text->assign(field.text);
+    else
+      cell->emplace<std::string>(field.text);
+  }
+
   Lines lines;
   Fields row;
 };
 
+// What the values of a column have in common so far. What it was once is kept by line
+// and value, for the reason that people are told.
+class Inference {
+ public:
+  void add(const Field& field, std::size_t line) {
+    const std::string_view value = field.text;
+    if (value.empty() && !field.quoted) return;
+    if (field.quoted && quoted.empty()) quoted = inLine(line, value, "is in quotes");
+    filled = true;
+    if (!text.empty()) return;
+    constexpr std::size_t alwaysExact = 15;  // digits that a double keeps
+    if (isWholeNumber(value)) {
+      if (value.size() > alwaysExact && large.empty() && !isRealNumber(value))
+        large = inLine(line, value, "has more digits than a float keeps");
+    } else if (isRealNumber(value)) {
+      if (real.empty()) real = inLine(line, value, "is no whole number");
+    } else {
+      text = inLine(line, value, "is no number, or would be written differently as one");
+    }
+  }
+
+  [[nodiscard]] GDbFieldType finish(bool quotesCount, std::string* reason) const {
+    if (!filled) return take(GDbFieldString, "there is no value", reason);
+    if (!text.empty()) return take(GDbFieldString, text, reason);
+    if (quotesCount && !quoted.empty()) return take(GDbFieldString, quoted, reason);
+    if (real.empty()) return take(GDbFieldInt, "all values are whole numbers", reason);
+    if (!large.empty()) return take(GDbFieldString, large + "; " + real, reason);
+    return take(GDbFieldFloat, real, reason);
+  }
+
+ private:
+  static GDbFieldType take(GDbFieldType type, const std::string& why, std::string* reason) {
+    *reason = why;
+    return type;
+  }
+
+  bool filled = false;
+  std::string quoted;  // the first value in quotes
+  std::string text;    // the first that is no number
+  std::string real;    // the first with decimals
+  std::string large;   // the first whole number that is no exact float
+};
+
+std::string signName(std::optional<char> sign) {
+  if (!sign) return "none";
+  return *sign == '\t' ? "tab" : *sign == '\'' ? "\"'\"" : std::string("'") + *sign + "'";
+}
+
 }  // namespace
 
-CsvFile::CsvFile(const std::string& itsPath, const CsvOptions& options)
-    : path(itsPath),
-      text(utf8Of(itsPath, options.encoding)),
-      separator(options.separator != '\0' ? options.separator : CsvReader::findSeparator(text)),
-      header(options.header == "yes") {
-  Lines lines(path, text, separator);
+CsvFile::CsvFile(const std::string& itsPath, const CsvOptions& options) : path(nameOf(itsPath)) {
+  DecodedText decoded = decodeText(path, contentOf(itsPath), options.encoding);
+  text = std::move(decoded.text);
+  encoding = std::move(decoded.encoding);
+  if (decoded.guessed) guessed = encoding;
+  if (!options.quote)
+    dialect = CsvReader::findDialect(text);
+  else
+    dialect = {CsvReader::findSeparator(text, *options.quote), *options.quote};
+  if (options.separator) dialect.separator = *options.separator;
+  Lines lines(path, text, dialect);
   Fields row;
   if (!lines.read(&row, 0)) throw Failure(ExitCode::damaged, path + ": there is nothing in it");
-  if (options.header == "auto") header = looksLikeHeader(row);
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    const std::string name(row[i].text);
-    fields.push_back({header && !name.empty() ? name : "c" + std::to_string(i + 1), GDbFieldInt});
-  }
+  // A number in quotes may be a name, unless the writer puts everything in quotes.
+  const bool allQuoted = std::all_of(row.begin(), row.end(), isQuoted);
+  const auto number = std::find_if(row.begin(), row.end(), [&](const Field& field) {
+    return (allQuoted || !field.quoted) && isNumber(field.text);
+  });
+  const bool named =
+      std::any_of(row.begin(), row.end(), [](const Field& field) { return !field.text.empty(); });
+  header = options.header == "yes" || (options.header == "auto" && named && number == row.end());
+  if (header)
+    headerWord = "names in line " + std::to_string(lines.line());
+  else if (options.header == "auto" && number != row.end())
+    headerWord = "no names, " + inLine(lines.line(), number->text, "is a number");
+  else
+    headerWord = "no names";
+  nameColumns(row, lines.line());
   infer();
 }
 
+void CsvFile::nameColumns(const Fields& first, std::size_t line) {
+  std::set<std::string> names;
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    const bool named = header && !first[i].text.empty();
+    const std::string name = named ? std::string(first[i].text) : "c" + std::to_string(i + 1);
+    if (!names.insert(name).second)
+      throw Failure(
+          ExitCode::damaged,
+          path + ": line " + std::to_string(line) + ": two columns are called '" + name + "'",
+          "--header no takes the line for a record");
+    fields.push_back({name, GDbFieldString});
+  }
+  const auto needsNone = [&](const Field& field) {
+    return field.text.find_first_of("\r\n") == std::string_view::npos &&
+           field.text.find(dialect.separator) == std::string_view::npos &&
+           (!dialect.quote || field.text.find(*dialect.quote) == std::string_view::npos);
+  };
+  namesQuoted = header && std::all_of(first.begin(), first.end(), isQuoted) &&
+                std::any_of(first.begin(), first.end(), needsNone);
+}
+
 void CsvFile::infer() {
-  Lines lines(path, text, separator);
+  Lines lines(path, text, dialect);
   Fields row;
   if (header) lines.read(&row, 0);
-  why.assign(fields.size(), {});
-  std::vector<bool> filled(fields.size());
-  while (lines.read(&row, fields.size())) {
+  std::vector<Inference> inferred(fields.size());
+  bool quotesCount = !namesQuoted;
+  for (; lines.read(&row, fields.size()); ++count) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      const auto& [value, quoted] = row[i];
-      if (fields[i].type == GDbFieldString || (value.empty() && !quoted)) continue;
-      filled[i] = true;
-      const auto become = [&](GDbFieldType type, const std::string& reason) {
-        fields[i].type = type;
-        why[i] =
-            "line " + std::to_string(lines.line()) + ": '" + std::string(value) + "' " + reason;
-      };
-      if (quoted)
-        become(GDbFieldString, "is in quotes");
-      else if (isInteger(value) && (fields[i].type == GDbFieldInt || isReal(value)))
-        continue;
-      else if (!isReal(value))
-        become(GDbFieldString, "is no number that is kept as it is written");
-      else if (fields[i].type == GDbFieldInt)
-        become(GDbFieldFloat, "is no whole number");
+      inferred[i].add(row[i], lines.line());
+      quotesCount = quotesCount || !row[i].quoted;
     }
   }
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    if (!filled[i]) fields[i].type = GDbFieldString;
-    if (why[i].empty()) why[i] = filled[i] ? "all values are whole numbers" : "there is no value";
-  }
+  why.resize(fields.size());
+  for (std::size_t i = 0; i < fields.size(); ++i)
+    fields[i].type = inferred[i].finish(quotesCount, &why[i]);
+}
+
+std::string CsvFile::form() const {
+  return encoding + ", separator " + signName(dialect.separator) + ", quote " +
+         signName(dialect.quote) + ", " + headerWord;
 }
 
 std::unique_ptr<RowSource> CsvFile::rows() const {
-  return std::make_unique<CsvRows>(path, text, separator, header, fields);
-}
-
-char separatorOf(const std::string& word) {
-  if (word == "tab" || word == "\\t") return '\t';
-  if (word.size() == 1 && word[0] != '"' && word[0] != '\n' && word[0] != '\r') return word[0];
-  throw Failure(ExitCode::usage, "--sep: not a character or tab: '" + word + "'");
-}
-
-std::string csvLine(const Row& row, char separator) {
-  std::string line;
-  for (const Cell& cell : row) {
-    if (&cell != row.data()) line += separator;
-    const std::string text = cellText(cell);
-    const bool isText = std::holds_alternative<std::string>(cell);
-    const bool quotes = isText && (text.empty() || text.find(separator) != std::string::npos ||
-                                   text.find_first_of("\"\r\n") != std::string::npos ||
-                                   isInteger(text) || isReal(text));
-    if (!quotes) {
-      line += text;
-      continue;
-    }
-    line += '"';
-    for (const char c : text) line.append(c == '"' ? 2 : 1, c);
-    line += '"';
-  }
-  return line + "\r\n";
+  return std::make_unique<CsvRows>(path, text, dialect, header, fields);
 }
 
 }  // namespace loom

@@ -9,16 +9,18 @@
 #include <vector>
 
 #include "console.h"
+#include "csv_commands.h"
 #include "db_host.h"
 #include "families.h"
+#include "file_content.h"
 #include "json_writer.h"
 #include "loomkit/db/catalog.h"
+#include "loomkit/db/locator.h"
 #include "loomkit/db/postgresql/postgresql_database.h"
 #include "loomkit/text/string_util.h"
 #include "progress_bar.h"
 #include "row_filter.h"
 #include "row_printer.h"
-#include "store_copy.h"
 #include "table_copy.h"
 
 namespace loom {
@@ -181,44 +183,42 @@ unsigned long batchSize(const Invocation& call) {
   return size;
 }
 
-// The structure of the copy in a store: the columns, and the indexes of the source
-// whose columns are all among them.
-GDbStructure structureWithIndexes(const DbHost& host, const RowSource& source) {
-  GDbStructure structure = structureOf(source);
+// The indexes of a table whose columns are all copied.
+std::vector<GDbIndex> indexesOf(const DbHost& host, const RowSource& source) {
   GDbCatalog::Description description;
   host.check(GDbCatalog::describeTable(host.database(), source.name(), &description),
              source.name());
+  const std::vector<Column>& columns = source.columns();
+  std::vector<GDbIndex> indexes;
   for (const GDbIndex& index : description.structure.getIndices()) {
     std::vector<std::string> names;
     gSplit(index.getColumns(), ",", &names);
     const bool whole = std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-      return structure.getFieldId(name) >= 0;
+      return std::any_of(columns.begin(), columns.end(),
+                         [&](const Column& column) { return column.name == name; });
     });
-    if (whole) structure.addIndex(index);
+    if (whole) indexes.push_back(index);
   }
-  return structure;
+  return indexes;
 }
 
 ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
-  const auto source = from.rows(call.operand("TABLE"), call.value("--columns"));
-  const std::string name = call.value("--as", source->name());
-  const std::string to = call.operand("TO");
-  const bool toStore = isStoreLocator(to);
+  const std::string table = call.operand("TABLE");
+  CopyJob job;
+  job.open = [&] { return from.rows(table, call.value("--columns")); };
+  job.locator = call.operand("TO");
+  job.name = call.value("--as", table);
+  job.batch = batchSize(call);
+  job.storeIndexes = call.values("--index");
+  const bool toStore = loomkit::locatorType(job.locator) == "tessel";
   if (call.has("--index") && !toStore)
     throw Failure(ExitCode::usage, "--index is for tessel: databases");
   if (call.has("--batch") && toStore)
     throw Failure(ExitCode::usage, "--batch is not for tessel: databases, which are written whole");
-  const std::uint64_t total = countForBar(from, call);
-  const unsigned long count = toStore ? copyToStore(*source, structureWithIndexes(from, *source),
-                                                    to, name, call.values("--index"), total)
-                                      : copyRows(*source, to, name, batchSize(call), total);
-  if (call.json()) {
-    JsonWriter json;
-    json.beginObject().key("table").value(name).key("records").value(count).endObject();
-  } else {
-    printLine(std::to_string(count) + " records");
-  }
+  if (toStore) job.indexes = indexesOf(from, *job.open());
+  job.total = countForBar(from, call);
+  reportCopied(call, job.name, copyTable(job));
   return ExitCode::done;
 }
 
@@ -263,6 +263,48 @@ constexpr Option copyOptions[] = {
      .value = "COLUMN,...[:unique]",
      .help = "An index for a tessel: database, on one or more columns.",
      .repeatable = true}};
+
+constexpr Operand importOperands[] = {
+    {.name = "FILE", .help = "A CSV file, or - for standard input.", .completes = Completes::files},
+    {.name = "LOCATOR", .help = "The database to write to."},
+    {.name = "TABLE", .help = "The new table; by default the file's name.", .least = 0}};
+constexpr Operand exportOperands[] = {locatorOperand,
+                                      tableOperand,
+                                      {.name = "FILE",
+                                       .help = "The file to write; - or none: standard output.",
+                                       .least = 0,
+                                       .completes = Completes::files}};
+constexpr Option sepOption = {
+    .names = "--sep", .value = "SIGN", .help = "The separator of the columns: a sign, or tab."};
+constexpr Option explainOption = {
+    .names = "--explain", .help = "Tell on standard error which line made a column what it is."};
+constexpr Option importOptions[] = {
+    sepOption,
+    {.names = "--quote", .value = "SIGN", .help = "The quote: a sign, or none."},
+    {.names = "--header",
+     .value = "WHEN",
+     .help = "Whether the first line has the names of the columns; auto, the default, takes it "
+             "for names unless a number is in it.",
+     .choices = "auto|yes|no"},
+    {.names = "--encoding",
+     .value = "NAME",
+     .help = "The encoding; by default what a byte order mark tells, or UTF-8, or ISO-8859-1."},
+    explainOption};
+constexpr Option exportOptions[] = {
+    columnsOption,
+    whereOption,
+    skipErrorsOption,
+    sepOption,
+    {.names = "--header",
+     .value = "WHEN",
+     .help = "Whether the names of the columns come first; yes by default.",
+     .choices = "yes|no"},
+    {.names = "--line-end",
+     .value = "END",
+     .help = "How lines end; crlf by default.",
+     .choices = "crlf|lf"},
+    {.names = "--bom", .help = "Begin with a byte order mark, by which Excel knows UTF-8."},
+    forceOption};
 
 constexpr ExitCodeMeaning openExits[] = {
     {ExitCode::cannotOpen, "the database or the table cannot be opened"},
@@ -356,6 +398,37 @@ constexpr Command dbCommands[] = {
                 "$ loom db copy csv:. parts sqlite3:parts.db\n2 records\n",
      .exits = openExits,
      .run = copy},
+    {.name = "import",
+     .summary = "read a CSV file into a database",
+     .description =
+         "Makes a table of a CSV file as spreadsheets and scripts write it (RFC 4180). Separator, "
+         "quote, line ends, encoding and names are found in the file where no option says them. "
+         "Types are inferred from all lines: a column is int or float when all its values are "
+         "numbers that are kept as they are written, without quotes and leading zeros, and "
+         "string otherwise. A field of nothing is NULL, and \"\" an empty text.",
+     .options = importOptions,
+     .operands = importOperands,
+     .example = "$ printf 'id,name\n007,bolt\n' > parts.csv\n"
+                "$ loom db import --explain parts.csv sqlite3:parts.db 2>&1\n"
+                "loom: parts.csv: UTF-8, separator ',', quote '\"', names in line 1\n"
+                "loom: id is string: line 2: '007' is no number, or would be written differently "
+                "as one\n"
+                "loom: name is string: line 2: 'bolt' is no number, or would be written "
+                "differently as one\n"
+                "1 records\n",
+     .exits = openExits,
+     .run = importCsv},
+    {.name = "export",
+     .summary = "write a table as a CSV file",
+     .description = "Writes a table by RFC 4180, which loom db import takes back: NULL is "
+                    "nothing, an empty text \"\", and a text that looks like a number is "
+                    "quoted. A file appears whole or not at all.",
+     .options = exportOptions,
+     .operands = exportOperands,
+     .example = "$ printf '1;bolt;2.5\n2;nut;0.25\n' > parts.csv\n"
+                "$ loom db export --line-end lf csv:. parts\nc1,c2,c3\n1,bolt,2.5\n2,nut,0.25\n",
+     .exits = whereExits,
+     .run = exportCsv},
 };
 
 }  // namespace

@@ -5,28 +5,11 @@
 #include <cmath>
 
 #include "console.h"
+#include "text_encoding.h"
 
 namespace loom {
 
 namespace {
-
-// The length of the well-formed UTF-8 sequence at the start of `text`, or 0
-// (Unicode 15, table 3-7: no overlong forms, no surrogates, at most U+10FFFF).
-std::size_t utf8Length(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-  const unsigned first = byte(0);
-  if (first < 0x80) return 1;
-  if (first < 0xC2 || first > 0xF4) return 0;
-  const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-  if (text.size() < length) return 0;
-  const unsigned least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
-  const unsigned most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
-  if (byte(1) < least || byte(1) > most) return 0;
-  for (std::size_t i = 2; i < length; ++i) {
-    if ((byte(i) & 0xC0U) != 0x80) return 0;
-  }
-  return length;
-}
 
 void appendEscaped(std::string* out, char c) {
   constexpr std::string_view letters = "btnvfr";  // 8 to 13; JSON has no \v

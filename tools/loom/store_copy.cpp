@@ -9,7 +9,6 @@
 #include "loomkit/db/locator.h"
 #include "loomkit/streams/file.h"
 #include "progress_bar.h"
-#include "table_copy.h"
 #include "tessel/writer.h"
 
 namespace loom {
@@ -63,29 +62,26 @@ void addIndexes(const std::vector<std::string>& indexes, GDbStructure* structure
 
 }  // namespace
 
-bool isStoreLocator(const std::string& locator) {
-  return loomkit::locatorType(locator) == "tessel";
-}
-
-unsigned long copyToStore(RowSource& source, GDbStructure structure, const std::string& locator,
-                          const std::string& name, const std::vector<std::string>& indexes,
-                          std::uint64_t total) {
-  const std::string path = storePath(locator);
-  addIndexes(indexes, &structure);
+unsigned long copyToStore(const CopyJob& job) {
+  const std::unique_ptr<RowSource> source = job.open();
+  const std::string path = storePath(job.locator);
+  GDbStructure structure = structureOf(*source);
+  for (const GDbIndex& index : job.indexes) structure.addIndex(index);
+  addIndexes(job.storeIndexes, &structure);
   GTesselWriter writer(path);
-  keepTables(locator, path, &writer);
-  requireWritten(writer, writer.beginTable(name, structure));
+  keepTables(job.locator, path, &writer);
+  requireWritten(writer, writer.beginTable(job.name, structure));
   {
-    ProgressBar progress(source.name(), total);
+    ProgressBar progress(source->name(), job.total);
     Row row;
-    while (source.next(&row)) {
-      requireWritten(writer, writer.addRecord(*recordOf(source, row, name)));
-      progress.show(source.number());
+    while (source->next(&row)) {
+      requireWritten(writer, writer.addRecord(*recordOf(*source, row, job.name)));
+      showRows(progress, *source);
     }
   }
   requireWritten(writer, writer.endTable());
   requireWritten(writer, writer.commit());
-  return source.number();
+  return source->number();
 }
 
 }  // namespace loom

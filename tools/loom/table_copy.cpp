@@ -5,11 +5,15 @@
 #include <memory>
 
 #include "command.h"
+#include "csv_copy.h"
 #include "db_host.h"
+#include "loomkit/db/locator.h"
 #include "loomkit/db/record_owner.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/table.h"
 #include "progress_bar.h"
+#include "store_copy.h"
+#include "xbase_copy.h"
 
 namespace loom {
 
@@ -63,11 +67,11 @@ class Target {
   const std::string name;
 };
 
-// Inserts by statements, in portions: a server is sent many at once.
+// Inserts by statements: SQLite one by one, while a server is sent many at once.
 class SqlTarget : public Target {
  public:
   SqlTarget(const RowSource& itsSource, const std::string& itsName, const DbHost& host)
-      : Target(itsSource, itsName), sqlite(host.isSqlite()) {
+      : Target(itsSource, itsName), atOnce(host.isSqlite()), held(atOnce ? 0 : mostRows) {
     std::string columns;
     std::string marks;
     for (const Column& column : source.columns()) {
@@ -79,29 +83,30 @@ class SqlTarget : public Target {
   }
 
   void add(const Row& row) override {
-    held.push_back(row);
-    if (held.size() == portion) flush();
+    if (atOnce) return insert(row);
+    held[count++] = row;
+    if (count == held.size()) flush();
   }
 
   void flush() override {
+    const unsigned long before = source.number() - count;
     unsigned long bound = 0;
-    const GDbStatus status =
-        statement.execMany(static_cast<unsigned>(held.size()), [&](unsigned i) {
-          bound = i + 1;
-          return bindRow(held[i]);
-        });
-    if (status != GDbNoError) {
-      const unsigned long before = source.number() - held.size();
-      std::string place = name + ": row " + std::to_string(before + bound);
-      // A server tells only that one of those that it was sent has failed.
-      if (!sqlite) place += " or one before it";
-      require(status, place, statement.getLastError());
-    }
-    held.clear();
+    const GDbStatus status = statement.execMany(static_cast<unsigned>(count), [&](unsigned i) {
+      bound = i + 1;
+      return bindRow(held[i]);
+    });
+    // A server tells only that one of those that it was sent has failed.
+    if (status != GDbNoError)
+      require(status, place(before + bound) + " or one before it", statement.getLastError());
+    count = 0;
   }
 
  private:
-  static constexpr std::size_t portion = 1000;
+  void insert(const Row& row) {
+    GDbStatus status = bindRow(row);
+    if (status == GDbNoError) status = statement.exec();
+    if (status != GDbNoError) require(status, place(source.number()), statement.getLastError());
+  }
 
   GDbStatus bindRow(const Row& row) {
     GDbStatus status = statement.reset();
@@ -110,9 +115,16 @@ class SqlTarget : public Target {
     return status;
   }
 
-  bool sqlite;
+  [[nodiscard]] std::string place(unsigned long row) const {
+    return name + ": row " + std::to_string(row);
+  }
+
+  static constexpr std::size_t mostRows = 1000;
+
   GSqlQuery statement;
-  std::vector<Row> held;
+  bool atOnce;            // each row by itself
+  std::size_t count = 0;  // of the rows that are held
+  std::vector<Row> held;  // the same memory from portion to portion
 };
 
 // Inserts records, which have 32 bits for an integer, texts without NUL and no NULL.
@@ -189,39 +201,56 @@ GDbStructure structureOf(const RowSource& source) {
   return structure;
 }
 
+Failure cannotHold(const RowSource& source, std::size_t index, const Cell& cell,
+                   const std::string& target) {
+  return {ExitCode::cannotWrite, target + ": row " + std::to_string(source.number()) + ", column " +
+                                     source.columns()[index].name + ": cannot hold " +
+                                     std::string(kindOf(cell)) +
+                                     (isNull(cell) ? "" : ", " + cellText(cell))};
+}
+
 loomkit::RecordOwner recordOf(const RowSource& source, const Row& row, const std::string& target) {
   loomkit::RecordOwner record(new GDbRecord);
   for (std::size_t i = 0; i < row.size(); ++i) {
     const Column& column = source.columns()[i];
     if (addField(record.get(), column.type, row[i])) continue;
-    throw Failure(ExitCode::cannotWrite, target + ": row " + std::to_string(source.number()) +
-                                             ", column " + column.name + ": cannot hold " +
-                                             std::string(kindOf(row[i])) +
-                                             (isNull(row[i]) ? "" : ", " + cellText(row[i])));
+    throw cannotHold(source, i, row[i], target);
   }
   return record;
 }
 
-unsigned long copyRows(RowSource& source, const std::string& locator, const std::string& name,
-                       unsigned long batch, std::uint64_t total) {
-  const DbHost to(locator, true);
+namespace {
+
+unsigned long copyRows(const CopyJob& job) {
+  const std::unique_ptr<RowSource> source = job.open();
+  const DbHost to(job.locator, true);
   GDbTransactionHandler* transaction = to.database()->getTransactionHandler();
   if (transaction != nullptr) to.check(transaction->begin(), to.name());
-  const std::unique_ptr<Target> target = makeTarget(source, to, name);
-  ProgressBar progress(source.name(), total);
+  const std::unique_ptr<Target> target = makeTarget(*source, to, job.name);
+  ProgressBar progress(source->name(), job.total);
   Row row;
-  while (source.next(&row)) {
+  while (source->next(&row)) {
     target->add(row);
-    if (batch != 0 && transaction != nullptr && source.number() % batch == 0) {
+    if (job.batch != 0 && transaction != nullptr && source->number() % job.batch == 0) {
       target->flush();
       to.check(transaction->commit(), to.name());
       to.check(transaction->begin(), to.name());
     }
-    progress.show(source.number());
+    showRows(progress, *source);
   }
   target->flush();
   if (transaction != nullptr) to.check(transaction->commit(), to.name());
-  return source.number();
+  return source->number();
+}
+
+}  // namespace
+
+unsigned long copyTable(const CopyJob& job) {
+  const std::string type = loomkit::locatorType(job.locator);
+  if (type == "tessel") return copyToStore(job);
+  if (type == "csv") return copyToText(job);
+  if (type == "xbase") return copyToXBase(job);
+  return copyRows(job);
 }
 
 }  // namespace loom

@@ -4,10 +4,14 @@
 #define LOOM_TABLE_COPY_H
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "loomkit/db/record_owner.h"
 #include "loomkit/db/structure.h"
+#include "progress_bar.h"
 #include "row_source.h"
 
 namespace loom {
@@ -22,14 +26,40 @@ namespace loom {
 [[nodiscard]] loomkit::RecordOwner recordOf(const RowSource& source, const Row& row,
                                             const std::string& target);
 
-/// Opens the database of `locator`, creates the table `name` in it with the
-/// columns of `source`, and copies all rows, in one transaction where the
-/// database has them, or with `batch` in one for every so many rows. Every value arrives as it is.
-/// Throws a Failure, which names row and column where the database cannot hold a value; what was
-/// not committed then goes with the connection, the new table as well. `total` is the number of
-/// rows for the progress bar, 0 where it is not known. Returns the number of rows.
-unsigned long copyRows(RowSource& source, const std::string& locator, const std::string& name,
-                       unsigned long batch, std::uint64_t total);
+/// Why `target` cannot take the value of the source's column `index` in the row that
+/// was read last; it names both.
+[[nodiscard]] Failure cannotHold(const RowSource& source, std::size_t index, const Cell& cell,
+                                 const std::string& target);
+
+/// Shows how many rows were read, now and then, since asking the clock takes as long as
+/// reading a row.
+inline void showRows(ProgressBar& progress, const RowSource& source) {
+  constexpr unsigned long step = 256;
+  if (source.number() % step == 0) progress.show(source.number());
+}
+
+/// A table that is to be copied into another database.
+struct CopyJob {
+  /// Opens the source's rows, from the first one. Called again where a target has to
+  /// know all values before it can be made.
+  std::function<std::unique_ptr<RowSource>()> open;
+  std::string locator;  ///< the target
+  std::string name;     ///< of the new table in it
+  /// How many rows to a transaction; 0: all.
+  unsigned long batch = 0;
+  /// The number of rows for the progress bar, 0 where it is not known.
+  std::uint64_t total = 0;
+  /// The source's indexes whose columns are all copied.
+  std::vector<GDbIndex> indexes = {};
+  /// Further ones, for a table store: "COLUMN,..." or "COLUMN,...:unique".
+  std::vector<std::string> storeIndexes = {};
+};
+
+/// Opens the target, creates the table in it, and copies all rows, in one transaction
+/// where the database has them. Every value arrives as it is. Throws a Failure, which
+/// names row and column where the target cannot hold a value; then what was not
+/// committed is gone, the new table as well. Returns the number of rows.
+unsigned long copyTable(const CopyJob& job);
 
 }  // namespace loom
 
