@@ -408,7 +408,7 @@ constexpr Command dbCommands[] = {
          "string otherwise. A field of nothing is NULL, and \"\" an empty text.",
      .options = importOptions,
      .operands = importOperands,
-     .example = "$ printf 'id,name\n007,bolt\n' > parts.csv\n"
+     .example = "$ printf 'id,name\\n007,bolt\\n' > parts.csv\n"
                 "$ loom db import --explain parts.csv sqlite3:parts.db 2>&1\n"
                 "loom: parts.csv: UTF-8, separator ',', quote '\"', names in line 1\n"
                 "loom: id is string: line 2: '007' is no number, or would be written differently "
@@ -425,7 +425,7 @@ constexpr Command dbCommands[] = {
                     "quoted. A file appears whole or not at all.",
      .options = exportOptions,
      .operands = exportOperands,
-     .example = "$ printf '1;bolt;2.5\n2;nut;0.25\n' > parts.csv\n"
+     .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
                 "$ loom db export --line-end lf csv:. parts\nc1,c2,c3\n1,bolt,2.5\n2,nut,0.25\n",
      .exits = whereExits,
      .run = exportCsv},
