@@ -3,6 +3,8 @@
 #ifndef LOOMKIT_LOOMKIT_H
 #define LOOMKIT_LOOMKIT_H
 
+#include "loomkit/archive/ar_extractor.h"
+#include "loomkit/archive/ar_member_reader.h"
 #include "loomkit/archive/ar_reader.h"
 #include "loomkit/archive/entry_iterator.h"
 #include "loomkit/archive/material/material_labels.h"

@@ -1,13 +1,16 @@
 // SPDX-License-Identifier: MIT
-// Opens any bytes as an ar archive and reads every member in both ways.
+// Opens any bytes as an ar archive and reads every member in both ways, and those of the
+// extension, too.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <sstream>
 #include <string>
 
+#include "loomkit/archive/ar_member_reader.h"
 #include "loomkit/archive/ar_reader.h"
 #include "loomkit/text/output.h"
+#include "tests/fuzz/fuzz_file.h"
 
 namespace {
 
@@ -28,6 +31,23 @@ void readBothWays(GArReader& reader, const GArEntry* entry, std::size_t limit) {
   ::operator delete(data);
 }
 
+void readAllMembers(const std::uint8_t* data, std::size_t size) {
+  GArMemberReader reader;
+  if (!reader.open(loomkit::testing::memoryFile(data, size))) return;
+  std::uint64_t total = 0;
+  for (const GArMember& member : reader.getMembers()) {
+    std::uint64_t count = 0;
+    const bool whole = reader.read(member, [&](const char*, std::size_t got) {
+      count += got;
+      return true;
+    });
+    total += count;
+    if (whole != (count == member.size) || (!whole && reader.isWhole())) std::abort();
+    if (reader.find(member.name, member.number) != &member) std::abort();
+  }
+  if (total > size) std::abort();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -38,5 +58,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (auto i = reader.entriesBegin(); i != reader.entriesEnd(); ++i) {
     readBothWays(reader, i->second, size);
   }
+  readAllMembers(data, size);
   return 0;
 }

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
-// A file that holds a fuzz target's input, for what reads files only.
+// Files that hold a fuzz target's input, for what reads files only.
 #ifndef LOOMKIT_TESTS_FUZZ_FUZZ_FILE_H
 #define LOOMKIT_TESTS_FUZZ_FUZZ_FILE_H
 
 #include <stdlib.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -45,6 +47,16 @@ class FuzzDirectory {
  private:
   std::string folder;
 };
+
+/// The path of a file in memory with these bytes. There is one in a program: the next
+/// call writes it anew.
+inline std::string memoryFile(const std::uint8_t* data, std::size_t size) {
+  static const int file = ::memfd_create("input", 0);
+  const bool stored =
+      ::ftruncate(file, 0) == 0 && ::pwrite(file, data, size, 0) == static_cast<ssize_t>(size);
+  if (!stored) abort();
+  return "/proc/self/fd/" + std::to_string(file);
+}
 
 }  // namespace loomkit::testing
 

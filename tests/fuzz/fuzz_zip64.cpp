@@ -2,7 +2,6 @@
 // Opens any bytes as an archive of any size and reads every member. Of every hundredth
 // input the verdict is compared with that of an extraction, which costs a hundred times
 // as much.
-#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -14,6 +13,7 @@
 #include "loomkit/archive/zip/zip64_reader.h"
 #include "loomkit/archive/zip/zip_extractor.h"
 #include "loomkit/text/output.h"
+#include "tests/fuzz/fuzz_file.h"
 
 namespace {
 
@@ -37,15 +37,6 @@ const std::filesystem::path& folder() {
   return path;
 }
 
-// A file in memory, by its path.
-std::string store(const std::uint8_t* data, std::size_t size) {
-  static const int file = ::memfd_create("a.zip", 0);
-  const bool stored =
-      ::ftruncate(file, 0) == 0 && ::pwrite(file, data, size, 0) == static_cast<ssize_t>(size);
-  if (!stored) std::abort();
-  return "/proc/self/fd/" + std::to_string(file);
-}
-
 GZipExtractor::Limits smallLimits() {
   GZipExtractor::Limits limits;
   limits.totalBytes = 1 << 20;
@@ -58,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static Silent silent;
   gOutput = &silent;
   GZip64Reader reader;
-  if (!reader.open(store(data, size))) return 0;
+  if (!reader.open(loomkit::testing::memoryFile(data, size))) return 0;
   reader.setPassword("pw");
   const std::string out = folder() / "out";
   GZipExtractor tested(&reader, out);

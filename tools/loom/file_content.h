@@ -19,6 +19,8 @@ inline constexpr Option directoryOption = {
     .completes = Completes::directories};
 inline constexpr Option forceOption = {.names = "-f,--force",
                                        .help = "Replace files that are there already."};
+inline constexpr Option syncOption = {.names = "--sync",
+                                      .help = "Wait at the end until all is on the disk."};
 
 /// "cannot open PATH: REASON" for an errno value.
 [[nodiscard]] std::string cannotOpen(const std::string& path, int error);

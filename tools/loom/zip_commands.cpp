@@ -323,7 +323,7 @@ constexpr Option extractOptions[] = {
      .help = "Keep the set-user, set-group and sticky bits of files."},
     limitsOption,
     passwordOption,
-    {.names = "--sync", .help = "Wait at the end until all is on the disk."}};
+    syncOption};
 constexpr Option createOptions[] = {
     {.names = "-0,--store", .help = "Store the files without compression."},
     {.names = "-e,--encrypt", .help = "Encrypt the files; asks for a password."},

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// zip::Window and zip::Directory64: the table of contents of an archive of any size.
+// zip::Directory64: the table of contents of an archive of any size.
 // Private to GZip64Reader, which reports what is found wrong.
 #ifndef LOOMKIT_ARCHIVE_ZIP_ZIP64_DIRECTORY_H
 #define LOOMKIT_ARCHIVE_ZIP_ZIP64_DIRECTORY_H
@@ -7,42 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
+#include "loomkit/archive/window.h"
 #include "loomkit/archive/zip/zip_member.h"
 #include "loomkit/text/binary.h"
 
 namespace loomkit::zip {
-
-/// A file that is read in blocks. Records that follow each other closely share one
-/// block, and a leap reads no more than it needs to go on.
-class Window {
- public:
-  /// `handle` is one of platform/random_access.h and stays the caller's.
-  Window(int handle, std::uint64_t fileSize) : file(handle), total(fileSize) {}
-
-  [[nodiscard]] std::uint64_t size() const { return total; }
-
-  /// `count` bytes at `offset`, which stay until the next call; null when they are
-  /// not all there or cannot be read. Requires: count is at most `largest`.
-  const unsigned char* at(std::uint64_t offset, std::size_t count);
-
-  /// What can be had at `offset` without another read, at least one byte and at most
-  /// `limit`; a null pointer when nothing can be read there.
-  std::pair<const unsigned char*, std::size_t> some(std::uint64_t offset, std::uint64_t limit);
-
-  static constexpr std::size_t largest = 1U << 18;
-
- private:
-  bool load(std::uint64_t offset, std::size_t count);
-
-  int file;
-  std::uint64_t total;
-  std::vector<unsigned char> block;
-  std::uint64_t start = 0;
-  std::size_t filled = 0;
-};
 
 /// What the end records say of the directory. Offsets count from the start of the
 /// file, whatever stands in front of the archive.

@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "loomkit/archive/zip/zip64_directory.h"
 #include "loomkit/archive/zip/zip_layout.h"
 
 namespace loomkit::zip {

@@ -11,7 +11,7 @@
 #include <functional>
 #include <memory>
 
-#include "loomkit/archive/zip/zip64_directory.h"
+#include "loomkit/archive/window.h"
 #include "loomkit/archive/zip/zip_member.h"
 
 namespace loomkit::zip {

@@ -54,7 +54,7 @@ class LOOMKIT_LOCAL GZip64Reader::Impl {
 
   GZip64Reader& reader;
   int handle = -1;
-  std::optional<zip::Window> window;
+  std::optional<Window> window;
   std::uint64_t dataLimit = 0;  // where the directory begins
   zip::Inflater inflater;
   std::vector<unsigned char> plain;

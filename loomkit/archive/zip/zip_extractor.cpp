@@ -5,10 +5,10 @@
 #include <optional>
 #include <utility>
 
+#include "loomkit/archive/guarded_file.h"
 #include "loomkit/archive/zip/zip_extraction_plan.h"
 #include "loomkit/archive/zip/zip_extraction_tree.h"
 #include "loomkit/archive/zip/zip_member_source.h"
-#include "loomkit/platform/platform.h"
 #include "loomkit/text/output.h"
 
 using namespace loomkit;
@@ -17,14 +17,7 @@ namespace {
 
 constexpr unsigned allRights = 0777;
 constexpr unsigned specialBits = 07000;
-constexpr unsigned rightsOfFiles = 0666;
 constexpr std::uint64_t longestTarget = 4096;
-
-// The system's words for why the last call has failed, in parentheses.
-std::string reasonText() {
-  std::string reason;
-  return platform::lastErrorText(&reason) ? " (" + reason + ")" : std::string();
-}
 
 }  // namespace
 
@@ -58,8 +51,8 @@ class LOOMKIT_LOCAL GZipExtractor::Impl {
   Result extractFile(std::size_t index, const std::string& path);
   Result extractLink(std::size_t index, const std::string& path);
   Result placeLink(const Link& link);
-  Result findPlace(const platform::DirectoryHandle& directory, const std::string& path,
-                   unsigned* rights);
+  FileTraits traitsOf(const GZipMember& member) const;
+  Result judge(Placing placing, const std::string& path, const std::string& trouble);
   Result read(std::size_t index, const GZip64Reader::Receiver& receiver);
   bool isTooMuch(const GZipMember& member) const;
   Result finish();
@@ -153,59 +146,50 @@ GZipExtractor::Result GZipExtractor::Impl::enter(const std::string& path,
     case zip::ExtractionTree::Entered::link:
       return fail(Refused, shown(path) + " leads through a link");
     default:
-      return fail(CannotWrite, "can't make directory " + trouble + reasonText());
+      return fail(CannotWrite, "can't make directory " + trouble + lastReason());
   }
 }
 
-// Looks whether a file may be written at a place. `*rights` are narrowed to those of a
-// file that is replaced when the archive tells none.
-GZipExtractor::Result GZipExtractor::Impl::findPlace(const platform::DirectoryHandle& parent,
-                                                     const std::string& path, unsigned* rights) {
-  unsigned present = allRights;
-  switch (parent.kindOf(path.substr(path.rfind('/') + 1), &present)) {
-    case platform::NameKind::nothing:
-      return Done;
-    case platform::NameKind::link:
-      return fail(Refused, shown(path) + " leads through a link");
-    case platform::NameKind::directory:
-      return fail(CannotWrite, shown(path) + " is a directory");
-    default:
-      break;
+FileTraits GZipExtractor::Impl::traitsOf(const GZipMember& member) const {
+  FileTraits traits;
+  if (member.mode != 0 && !member.isLink()) {
+    traits.rights = member.mode & allRights;
+    if (keepSpecialModes) traits.specialBits = member.mode & specialBits;
   }
-  if (!overwrite) return fail(Exists, shown(path) + " is there already");
-  if (rights != nullptr) *rights &= present;
-  return Done;
+  traits.modTime = member.modTime;
+  traits.replace = overwrite;
+  return traits;
+}
+
+// Reports what keeps a file from its place.
+GZipExtractor::Result GZipExtractor::Impl::judge(Placing placing, const std::string& path,
+                                                 const std::string& trouble) {
+  switch (placing) {
+    case Placing::done:
+      return Done;
+    case Placing::exists:
+      return fail(Exists, shown(path) + trouble);
+    case Placing::link:
+      return fail(Refused, shown(path) + trouble);
+    default:
+      return fail(CannotWrite, shown(path) + trouble);
+  }
 }
 
 GZipExtractor::Result GZipExtractor::Impl::extractFile(std::size_t index, const std::string& path) {
-  const GZipMember& member = source->members()[index];
   const platform::DirectoryHandle* parent = nullptr;
   Result result = enter(zip::directoryPart(path), &parent);
   if (result != Done) return result;
-  const bool knowsMode = member.mode != 0 && !member.isLink();
-  unsigned rights = knowsMode ? member.mode & allRights : rightsOfFiles;
-  result = findPlace(*parent, path, knowsMode ? nullptr : &rights);
-  if (result != Done) return result;
-  platform::NewFile file;
-  if (!file.create(*parent, rights)) {
-    return fail(CannotWrite, shown(path) + " can't be made" + reasonText());
-  }
-  bool written = true;
-  result = read(index, [&](const char* data, std::size_t size) {
-    written = file.write(data, size);
-    return written;
-  });
-  if (!written) return fail(CannotWrite, shown(path) + " can't be written" + reasonText());
-  if (result != Done) return result;
-  const unsigned special = member.mode & specialBits;
-  if (keepSpecialModes && knowsMode && special != 0) static_cast<void>(file.addMode(special));
-  // Where the system refuses a time, the file is there all the same.
-  static_cast<void>(file.setTime(static_cast<long>(member.modTime)));
-  if (!file.place(path.substr(path.rfind('/') + 1), overwrite)) {
-    return fail(CannotWrite, shown(path) + " can't be made" + reasonText());
-  }
-  ++fileCount;
-  return Done;
+  const auto fill = [&](const FileSink& sink) {
+    result = read(index, sink);
+    return result == Done;
+  };
+  std::string trouble;
+  const Placing placing = placeFile(*parent, path.substr(path.rfind('/') + 1),
+                                    traitsOf(source->members()[index]), fill, &trouble);
+  if (placing == Placing::sourceFailed) return result;
+  if (placing == Placing::done) ++fileCount;
+  return judge(placing, path, trouble);
 }
 
 // Links wait until all files are written, so that none can lead a file elsewhere.
@@ -235,10 +219,13 @@ GZipExtractor::Result GZipExtractor::Impl::placeLink(const Link& link) {
   // A link may take a link's place: it is replaced itself and leads nowhere.
   const bool replacesLink =
       result == Done && overwrite && parent->kindOf(name) == platform::NameKind::link;
-  if (result == Done && !replacesLink) result = findPlace(*parent, path, nullptr);
+  if (result == Done && !replacesLink) {
+    std::string trouble;
+    result = judge(findPlace(*parent, name, overwrite, nullptr, &trouble), path, trouble);
+  }
   if (result != Done) return result;
   if (!parent->makeLink(link.target, name, overwrite)) {
-    return fail(CannotWrite, shown(path) + " can't be made" + reasonText());
+    return fail(CannotWrite, shown(path) + " can't be made" + lastReason());
   }
   ++fileCount;
   return Done;
@@ -249,7 +236,7 @@ GZipExtractor::Result GZipExtractor::Impl::finish() {
   for (const Link& link : links) worst = std::max(worst, placeLink(link));
   links.clear();
   tree.finish();
-  if (sync && !tree.sync()) worst = fail(CannotWrite, directory + reasonText());
+  if (sync && !tree.sync()) worst = fail(CannotWrite, directory + lastReason());
   return worst;
 }
 
