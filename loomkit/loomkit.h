@@ -41,6 +41,7 @@
 #include "loomkit/db/sql/run_transaction.h"
 #include "loomkit/db/sql/sql_database.h"
 #include "loomkit/db/sql/sql_database_impl.h"
+#include "loomkit/db/sql/sql_description.h"
 #include "loomkit/db/sql/sql_error.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/sql/sql_query_data.h"

@@ -28,6 +28,11 @@ enum GDbFieldType : int {
 /// GDbRecord::getFieldType() masks the bit out; GDbTypedRow::isNull() tests it.
 inline constexpr int GDbFieldNullFlag = 0x10000;
 
+/// Extension: a further bit of such an entry, on GDbFieldInt only. The integer of the
+/// database needs more than 32 bits: the field has the lower 32 of them, and
+/// GDbTypedRow::getInt64() gives all. GDbRecord::getFieldType() masks the bit out.
+inline constexpr int GDbFieldWideFlag = 0x20000;
+
 /// The description of one column: a value class, changed by assignment only. Each
 /// object holds its own name; copies share nothing. Nothing fails: no argument is
 /// checked before a database creates a table from the description. Several threads

@@ -11,6 +11,7 @@
 namespace {
 
 using loomkit::Block;
+using loomkit::RecordAccess;
 
 constexpr int firstCapacity = 4;
 
@@ -45,7 +46,7 @@ Entry* grownArray(const Entry* array, int count, int capacity) {
 std::size_t valueSize(const GDbRecord& record, int field, const void* value) {
   switch (record.getFieldType(field)) {
     case GDbFieldInt:
-      return sizeof(int);
+      return RecordAccess::isWide(record, field) ? sizeof(loomkit::WideInt) : sizeof(int);
     case GDbFieldUInt:
       return sizeof(unsigned);
     case GDbFieldFloat:
@@ -162,6 +163,21 @@ void GDbRecord::addField(GDbFieldType type, void* value) {
   types[numFields] = type;
   values[numFields] = value;
   ++numFields;
+}
+
+void loomkit::RecordAccess::addInt64(GDbRecord* record, std::int64_t value) {
+  if (value == static_cast<std::int32_t>(value)) {
+    record->addIntField(static_cast<std::int32_t>(value));
+    return;
+  }
+  Block block = makeNumber(WideInt(value));
+  record->addField(wideIntType, block.get());
+  static_cast<void>(block.release());
+}
+
+std::int64_t loomkit::RecordAccess::getInt64(const GDbRecord& record, int field) {
+  if (!isWide(record, field)) return record.getIntField(field);
+  return static_cast<const WideInt*>(record.values[field])->value();
 }
 
 GDbRecord* loomkit::RecordAccess::copy(const GDbRecord& record) {

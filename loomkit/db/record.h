@@ -58,10 +58,10 @@ class LOOMKIT_API GDbRecord {
   /// How many fields there are.
   [[nodiscard]] int getNumFields() const { return numFields; }
 
-  /// The type of a field, without the NULL bit. Requires: `field` is at least 0 and
-  /// below getNumFields().
+  /// The type of a field, without its further bits. Requires: `field` is at least 0
+  /// and below getNumFields().
   [[nodiscard]] GDbFieldType getFieldType(int field) const {
-    return static_cast<GDbFieldType>(types[field] & ~GDbFieldNullFlag);
+    return static_cast<GDbFieldType>(types[field] & ~(GDbFieldNullFlag | GDbFieldWideFlag));
   }
   /// The value of a field. Requires: `field` is a field number and the field is of
   /// that type; getIntField() and getUIntField() read the same 32 bits. A text is

@@ -5,6 +5,8 @@
 
 #include "loomkit/db/record_access.h"
 
+using loomkit::RecordAccess;
+
 namespace {
 
 template <typename Number>
@@ -46,8 +48,7 @@ std::string GDbTypedRow::getFieldName(int field) const {
 
 bool GDbTypedRow::isNull(int field) const {
   if (getFieldType(field) == GDbFieldNone) return true;
-  return loomkit::RecordAccess::isNull(*record, field) ||
-         loomkit::RecordAccess::value(*record, field) == nullptr;
+  return RecordAccess::isNull(*record, field) || RecordAccess::value(*record, field) == nullptr;
 }
 
 bool GDbTypedRow::holds(int field, GDbFieldType type) const {
@@ -55,13 +56,19 @@ bool GDbTypedRow::holds(int field, GDbFieldType type) const {
 }
 
 std::optional<int> GDbTypedRow::getInt(int field) const {
-  if (!holds(field, GDbFieldInt)) return std::nullopt;
+  if (!holds(field, GDbFieldInt) || RecordAccess::isWide(*record, field)) return std::nullopt;
   return record->getIntField(field);
 }
 
 std::optional<unsigned> GDbTypedRow::getUInt(int field) const {
   if (!holds(field, GDbFieldUInt)) return std::nullopt;
   return record->getUIntField(field);
+}
+
+std::optional<std::int64_t> GDbTypedRow::getInt64(int field) const {
+  if (const auto value = getUInt(field)) return *value;
+  if (!holds(field, GDbFieldInt)) return std::nullopt;
+  return RecordAccess::getInt64(*record, field);
 }
 
 std::optional<double> GDbTypedRow::getFloat(int field) const {
@@ -83,14 +90,12 @@ std::optional<std::string_view> GDbTypedRow::getBlob(int field) const {
 }
 
 std::optional<double> GDbTypedRow::getNumber(int field) const {
-  if (const auto value = getInt(field)) return *value;
-  if (const auto value = getUInt(field)) return *value;
+  if (const auto value = getInt64(field)) return static_cast<double>(*value);
   return getFloat(field);
 }
 
 std::string GDbTypedRow::getText(int field) const {
-  if (const auto value = getInt(field)) return numberText(*value);
-  if (const auto value = getUInt(field)) return numberText(*value);
+  if (const auto value = getInt64(field)) return numberText(*value);
   if (const auto value = getFloat(field)) return numberText(*value);
   if (const auto value = getString(field)) return std::string(*value);
   if (const auto value = getBlob(field)) return hexText(*value);

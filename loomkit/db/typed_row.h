@@ -7,6 +7,7 @@
 #ifndef LOOMKIT_DB_TYPED_ROW_H
 #define LOOMKIT_DB_TYPED_ROW_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,7 +44,7 @@ class LOOMKIT_API GDbTypedRow {
   [[nodiscard]] bool isNull(const std::string& name) const { return isNull(getFieldId(name)); }
 
   /// The value of a field of exactly that type: getInt() gives nothing for an
-  /// unsigned field.
+  /// unsigned field, and nothing for an integer of more than 32 bits.
   [[nodiscard]] std::optional<int> getInt(int field) const;
   [[nodiscard]] std::optional<unsigned> getUInt(int field) const;
   [[nodiscard]] std::optional<double> getFloat(int field) const;
@@ -51,8 +52,11 @@ class LOOMKIT_API GDbTypedRow {
   /// and are valid until it is released.
   [[nodiscard]] std::optional<std::string_view> getString(int field) const;
   [[nodiscard]] std::optional<std::string_view> getBlob(int field) const;
-  /// The value of a signed, unsigned or floating field. A double holds each of them
-  /// exactly.
+  /// The value of a signed or unsigned field, whole: of an SQL database, an integer may
+  /// need 64 bits.
+  [[nodiscard]] std::optional<std::int64_t> getInt64(int field) const;
+  /// The value of a signed, unsigned or floating field. Integers beyond 2 to the power
+  /// of 53 are rounded to the nearest double.
   [[nodiscard]] std::optional<double> getNumber(int field) const;
 
   /// The same for the field of a name; nothing when there is none of that name.
@@ -61,6 +65,9 @@ class LOOMKIT_API GDbTypedRow {
   }
   [[nodiscard]] std::optional<unsigned> getUInt(const std::string& name) const {
     return getUInt(getFieldId(name));
+  }
+  [[nodiscard]] std::optional<std::int64_t> getInt64(const std::string& name) const {
+    return getInt64(getFieldId(name));
   }
   [[nodiscard]] std::optional<double> getFloat(const std::string& name) const {
     return getFloat(getFieldId(name));

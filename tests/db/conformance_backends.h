@@ -94,6 +94,13 @@ struct Sqlite {
                                     .transactions = true,
                                     .scanReplaces = true};
 
+  // What sql_suite.h asks of an SQL driver: how it describes INTEGER, BIGINT,
+  // VARCHAR(20) and an integer expression, and what a type of bytes is called.
+  static constexpr const char* declaredTypes[] = {"INTEGER", "BIGINT", "VARCHAR(20)", ""};
+  static constexpr GDbFieldType columnTypes[] = {GDbFieldInt, GDbFieldInt, GDbFieldString,
+                                                 GDbFieldNone};
+  static constexpr const char* blobType = "BLOB";
+
   static DatabaseOwner open(const ScratchDirectory& dir) {
     DatabaseOwner database = openDb("sqlite3:" + dir / "parts.db");
     createParts(database.get());
@@ -135,6 +142,8 @@ struct Tessel {
 
 /// Every backend.
 using Backends = ::testing::Types<Csv, Sqlite, XBase, Tessel>;
+/// Those that execute SQL.
+using SqlBackends = ::testing::Types<Sqlite>;
 
 }  // namespace loomkit::testing
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The conformance suite on a PostgreSQL server.
+// The conformance suites on a PostgreSQL server.
 #include "tests/db/conformance_backends.h"
 #include "tests/db/postgresql_server.h"
 
@@ -11,6 +11,12 @@ struct Postgresql {
                                     .createsTables = true,
                                     .transactions = true,
                                     .scanReplaces = true};
+
+  static constexpr const char* declaredTypes[] = {"integer", "bigint", "character varying(20)",
+                                                  "integer"};
+  static constexpr GDbFieldType columnTypes[] = {GDbFieldInt, GDbFieldInt, GDbFieldString,
+                                                 GDbFieldInt};
+  static constexpr const char* blobType = "bytea";
 
   static DatabaseOwner open(const ScratchDirectory& /*dir*/) {
     PostgresqlServer& server = PostgresqlServer::shared();
@@ -24,7 +30,9 @@ struct Postgresql {
 };
 
 using TestedBackends = ::testing::Types<Postgresql>;
+using TestedSqlBackends = ::testing::Types<Postgresql>;
 
 }  // namespace loomkit::testing
 
 #include "tests/db/conformance_suite.h"
+#include "tests/db/sql_suite.h"

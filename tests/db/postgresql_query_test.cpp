@@ -5,6 +5,8 @@
 #include <limits>
 
 #include "loomkit/db/record_access.h"
+#include "loomkit/db/sql/sql_description.h"
+#include "loomkit/db/typed_row.h"
 #include "tests/db/postgresql_fixture.h"
 
 namespace {
@@ -222,7 +224,7 @@ TEST_F(PostgresqlQuery, ReadsNoColumnAsWhatItIsNot) {
   }
 }
 
-TEST_F(PostgresqlQuery, IntegersBeyond32BitsAreReadWholeOrRefused) {
+TEST_F(PostgresqlQuery, IntegersBeyond32BitsAreReadWhole) {
   for (const std::string beside : {"", ", now()"}) {
     GSqlQuery query(sql);
     ASSERT_EQ(query.exec("SELECT 9223372036854775807, -9223372036854775808" + beside), GDbNoError);
@@ -232,9 +234,49 @@ TEST_F(PostgresqlQuery, IntegersBeyond32BitsAreReadWholeOrRefused) {
     EXPECT_EQ(wide, std::numeric_limits<std::int64_t>::max());
     int number = 5;
     EXPECT_EQ(query.getInt(0, &number), GDbFieldTypeMismatch);
-    EXPECT_EQ(query.getRecord(), nullptr);
     EXPECT_EQ(query.getLastError().getStatus(), GDbFieldTypeMismatch);
     EXPECT_NE(query.getLastError().getText().find("32 bits"), std::string::npos);
+    ASSERT_NE(query.getRecord(), nullptr);
+    const GDbStructure nameless;
+    const GDbTypedRow row(*query.getRecord(), nameless);
+    EXPECT_EQ(row.getInt64(0), std::numeric_limits<std::int64_t>::max());
+    EXPECT_EQ(row.getInt64(1), std::numeric_limits<std::int64_t>::min());
+    EXPECT_EQ(row.getInt(0), std::nullopt);
+  }
+}
+
+TEST_F(PostgresqlQuery, DescribesDomainsViewsAndUnusualTypesByTheServersWords) {
+  run("CREATE DOMAIN positive AS numeric(10,2) NOT NULL");
+  run("CREATE TABLE t (p positive, n numeric(6,3) NOT NULL, a int[], c char(3), z timestamptz(3))");
+  run("CREATE VIEW v AS SELECT n FROM t");
+  GSqlQuery query(sql, "SELECT t.*, v.n AS seen, count(*) OVER () FROM t, v");
+  GSqlDescription about;
+  ASSERT_EQ(query.describe(&about), GDbNoError) << query.getLastError().getText();
+  Texts declared;
+  std::string nullable;
+  for (const GDbCatalog::Column& column : about.columns) {
+    declared.push_back(column.declaredType);
+    nullable += column.nullable ? '1' : '0';
+  }
+  EXPECT_EQ(declared, (Texts{"positive", "numeric(6,3)", "integer[]", "character(3)",
+                             "timestamp(3) with time zone", "numeric(6,3)", "bigint"}));
+  EXPECT_EQ(nullable, "1011111") << "the view and the expression say nothing of NULL";
+  EXPECT_EQ(about.structure.getField(5).getName(), "seen");
+}
+
+TEST_F(PostgresqlQuery, NamedParametersStandBesideCastsSlicesAndOperators) {
+  GSqlQuery query(sql,
+                  "SELECT (ARRAY[:a::int, 20, 30])[2:@b] <@ ARRAY[20, $c], "
+                  "format('%s', :a::text) = '1', '{\"k\": 1}'::jsonb ?? 'k'");
+  ASSERT_EQ(query.bindInt("a", 1), GDbNoError) << query.getLastError().getText();
+  ASSERT_EQ(query.bindInt("b", 3), GDbNoError);
+  ASSERT_EQ(query.bindInt("c", 30), GDbNoError);
+  ASSERT_EQ(query.exec(), GDbNoError) << query.getLastError().getText();
+  ASSERT_EQ(query.next(), GDbNoError);
+  std::string truth;
+  for (int column = 0; column < 3; ++column) {
+    EXPECT_EQ(query.getText(column, &truth), GDbNoError);
+    EXPECT_EQ(truth, "t") << column;
   }
 }
 

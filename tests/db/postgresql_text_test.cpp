@@ -67,6 +67,28 @@ const Numbered numberedTable[] = {
     {"E'open\\", "E'open\\"},
     {"$q$open ?", "$q$open ?"},
     {"?'?'?", "$1'?'$2"},
+    {"?7 = ?12", "$7 = $12"},
+    {":a + :b - :a", "$1 + $2 - $1"},
+    {":a @a $a ?", "$1 $2 $3 $4"},
+    {"? :a ? :a", "$1 $2 $3 $2"},
+    {"a=:a,b=@b,(c)=$c;", "a=$1,b=$2,(c)=$3;"},
+    {":a::int", "$1::int"},
+    {"b::int::text", "b::int::text"},
+    {":a1_\xc3\xa4\xc3\x84 ", "$1 "},
+    {": a @ b $ c :1 @1 $1", ": a @ b $ c :1 @1 $1"},
+    {"f(a := 1, b => :b)", "f(a := 1, b => $1)"},
+    {"a[l:u] = :x", "a[l:u] = $1"},
+    {"a[:u] || a[l:][@x:$y]", "a[:u] || a[l:][$1:$2]"},
+    {"array[:x, :y][:u]", "array[$1, $2][:u]"},
+    {"ARRAY[[:x],[:y, a[l:u]]] :z", "ARRAY[[$1],[$2, a[l:u]]] $3"},
+    {"Array /**/ [:x]]]:y", "Array /**/ [$1]]]$2"},
+    {"a <@b AND c @@d AND e@>:f", "a <@b AND c @@d AND e@>$1"},
+    {"a < @b OR a>@b OR a<=@b OR -@c", "a < $1 OR a>$1 OR a<=$1 OR -@c"},
+    {"':a' \"@b\" -- $c\n/* :d */ $q$:e$q$", "':a' \"@b\" -- $c\n/* :d */ $q$:e$q$"},
+    {"$q$ :a", "$q$ :a"},
+    {"$q :a", "$1 $2"},
+    {"a$b :a", "a$b $1"},
+    {"u@b", "u$1"},
 };
 
 TEST(PostgresqlText, NumbersParametersOutsideOfQuotesAndComments) {
@@ -79,37 +101,45 @@ TEST(PostgresqlText, EscapesByBackslashInEveryStringWhereTheServerDoes) {
   EXPECT_EQ(numberedParameters("\"a\\\" = ?", true), "\"a\\\" = $1");
 }
 
-// Every text over a small alphabet: nothing but question marks changes, and
-// nothing is read beyond the end.
-void checkOnlyMarksChange(const std::string& statement) {
-  const std::string text = numberedParameters(statement);
-  std::size_t at = 0;
-  for (const char c : statement) {
-    if (at < text.size() && text[at] == c) {
-      ++at;
-      continue;
-    }
-    ASSERT_EQ(c, '?') << statement;
-    ASSERT_LT(at, text.size()) << statement;
-    ASSERT_EQ(text[at], '$') << statement;
-    at = std::min(text.find_first_not_of("0123456789", at + 1), text.size());
-  }
-  ASSERT_EQ(at, text.size()) << statement;
+TEST(PostgresqlText, GivesTheNamesOfParametersByTheirNumbers) {
+  std::vector<std::string> names;
+  EXPECT_EQ(numberedParameters("? :b @b :b $c", false, &names), "$1 $2 $3 $2 $4");
+  EXPECT_EQ(names, (std::vector<std::string>{"", ":b", "@b", "$c"}));
 }
 
-void checkAllTexts(std::string* statement, int left) {
+// Every text over a small alphabet: nothing but parameters changes, and nothing is
+// read beyond the end. There is no digit in it: each one comes from a number.
+void checkOnlyMarksChange(const std::string& statement) {
+  std::vector<std::string> names;
+  const std::string text = numberedParameters(statement, false, &names);
+  std::string back;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find_first_not_of("0123456789", at + 1), text.size());
+    if (text[at] != '$' || end == at + 1) {
+      back += text[at++];
+      continue;
+    }
+    const std::string& name = names.at(std::stoul(text.substr(at + 1, end - at - 1)) - 1);
+    back += name.empty() ? "?" : name;
+    at = end;
+  }
+  ASSERT_EQ(back, statement);
+}
+
+void checkAllTexts(std::string_view alphabet, int left, std::string* statement) {
   if (statement->find("??") == std::string::npos) checkOnlyMarksChange(*statement);
   if (left == 0) return;
-  for (const char c : std::string_view("?'\"$-/*\\eq\n")) {
+  for (const char c : alphabet) {
     statement->push_back(c);
-    checkAllTexts(statement, left - 1);
+    checkAllTexts(alphabet, left - 1, statement);
     statement->pop_back();
   }
 }
 
-TEST(PostgresqlText, ChangesNothingButQuestionMarks) {
+TEST(PostgresqlText, ChangesNothingButParameters) {
   std::string statement;
-  checkAllTexts(&statement, 5);
+  checkAllTexts("?'\"$-/*\\eq\n", 4, &statement);
+  checkAllTexts("?:@$e['-", 5, &statement);
 }
 
 TEST(PostgresqlText, QuotesEveryNameSoThatItStaysOne) {

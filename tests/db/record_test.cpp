@@ -268,4 +268,22 @@ TEST(DbKey, KeepsItsTextWhenItIsAssignedAKeyThatBorrowsIt) {
   EXPECT_STREQ(owner.value.stringValue, "text");
 }
 
+TEST(DbRecord, AnIntegerBeyond32BitsIsKeptWholeBehindItsLowerHalf) {
+  using loomkit::RecordAccess;
+  auto* record = new GDbRecord;
+  const std::int64_t values[] = {5, -4294967291, INT64_MIN, INT64_MAX, 2147483648, -2147483649};
+  for (const std::int64_t value : values) RecordAccess::addInt64(record, value);
+  GDbRecord* copy = RecordAccess::copy(*record);
+  record->deleteRecord();
+  const int lower[] = {5, 5, 0, -1, INT32_MIN, INT32_MAX};
+  for (int i = 0; i < 6; ++i) {
+    EXPECT_EQ(copy->getFieldType(i), GDbFieldInt);
+    EXPECT_EQ(copy->getIntField(i), lower[i]);
+    EXPECT_EQ(RecordAccess::getInt64(*copy, i), values[i]);
+    EXPECT_EQ(RecordAccess::isWide(*copy, i), i != 0);
+    EXPECT_FALSE(RecordAccess::isNull(*copy, i));
+  }
+  copy->deleteRecord();
+}
+
 }  // namespace

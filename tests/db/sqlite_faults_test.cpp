@@ -5,6 +5,7 @@
 
 #include <functional>
 
+#include "loomkit/db/sql/sql_description.h"
 #include "loomkit/db/sqlite/result_code.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
@@ -99,8 +100,8 @@ TEST(Sqlite3Library, NeedsEveryOneOfItsFunctions) {
   symbolCalls = 0;
   Sqlite3Library library;
   EXPECT_TRUE(library.load(countingCalls()));
-  EXPECT_EQ(symbolCalls, 31)
-      << "29 functions, the optional one by a name of those, and the name of a column";
+  EXPECT_EQ(symbolCalls, 37)
+      << "29 functions, an optional one by a name of those, and 7 that describe statements";
   EXPECT_EQ(reinterpret_cast<void*>(library.api.openWithFlags),
             reinterpret_cast<void*>(library.api.open));
 }
@@ -284,6 +285,38 @@ TEST(SqliteFaults, EveryCodeOfEveryCallBecomesItsStatus) {
       EXPECT_EQ(status, loomkit::sqliteStatus(code));
       EXPECT_EQ(query.getLastError().getStatus(), status);
     }
+  }
+}
+
+TEST(SqliteFaults, ALibraryThatCannotDescribeStatementsIsAskedForNothing) {
+  const ScratchDirectory dir;
+  const DatabaseOwner database = openDb("sqlite3:" + dir / "f.db");
+  GSqlQuery(sqlOf(database)).exec("CREATE TABLE t (a INTEGER NOT NULL)");
+  GSqlQuery query(sqlOf(database), "SELECT a FROM t WHERE a = :a");
+  GSqlDescription about;
+  const auto lacks = [](auto member) {
+    return [member](loomkit::Sqlite3Api& api) { api.*member = nullptr; };
+  };
+  using Api = loomkit::Sqlite3Api;
+  const std::function<void(Api&)> origins[] = {
+      lacks(&Api::column_database_name), lacks(&Api::column_table_name),
+      lacks(&Api::column_origin_name), lacks(&Api::table_column_metadata)};
+  for (const auto& remove : origins) {
+    const ApiGuard guard;
+    ASSERT_EQ(query.describe(&about), GDbNoError);
+    EXPECT_FALSE(about.columns[0].nullable);
+    remove(guard.api());
+    ASSERT_EQ(query.describe(&about), GDbNoError);
+    EXPECT_TRUE(about.columns[0].nullable) << "nobody knows";
+  }
+  const std::function<void(Api&)> parameters[] = {lacks(&Api::bind_parameter_count),
+                                                  lacks(&Api::bind_parameter_name)};
+  for (const auto& remove : parameters) {
+    const ApiGuard guard;
+    remove(guard.api());
+    EXPECT_EQ(query.describe(&about), GDbNoResult);
+    EXPECT_EQ(query.bindInt("a", 1), GDbNoResult);
+    EXPECT_EQ(query.bindInt(0, 1), GDbNoError) << "by number";
   }
 }
 

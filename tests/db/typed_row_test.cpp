@@ -36,6 +36,8 @@ TEST_F(DbTypedRow, ReadsValuesByNameAndNumber) {
   EXPECT_EQ(row.getInt("i"), -3);
   EXPECT_EQ(row.getInt(0), -3);
   EXPECT_EQ(row.getUInt("u"), 7U);
+  EXPECT_EQ(row.getInt64("i"), -3);
+  EXPECT_EQ(row.getInt64("u"), 7);
   EXPECT_EQ(row.getFloat("f"), 0.1);
   EXPECT_EQ(row.getString("s"), "text");
   EXPECT_EQ(row.getBlob("b"), "\x01\xff");
@@ -50,6 +52,9 @@ TEST_F(DbTypedRow, GivesNothingForAWrongTypeANullOrNoField) {
   EXPECT_FALSE(row.getInt("u").has_value());
   EXPECT_FALSE(row.getUInt("i").has_value());
   EXPECT_FALSE(row.getFloat("i").has_value());
+  EXPECT_FALSE(row.getInt64("f").has_value());
+  EXPECT_FALSE(row.getInt64("n").has_value());
+  EXPECT_FALSE(row.getInt64("nosuch").has_value());
   EXPECT_FALSE(row.getString("b").has_value());
   EXPECT_FALSE(row.getBlob("s").has_value());
   EXPECT_FALSE(row.getNumber("s").has_value());

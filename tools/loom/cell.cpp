@@ -47,8 +47,7 @@ std::string cellText(const Cell& cell) {
 
 Cell cellOf(const GDbTypedRow& row, int field) {
   if (row.isNull(field)) return {};
-  if (const auto number = row.getInt(field)) return std::int64_t{*number};
-  if (const auto number = row.getUInt(field)) return std::int64_t{*number};
+  if (const auto number = row.getInt64(field)) return *number;
   if (const auto number = row.getFloat(field)) return *number;
   if (const auto blob = row.getBlob(field)) return Blob{std::string(*blob)};
   return row.getText(field);

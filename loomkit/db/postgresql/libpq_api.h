@@ -114,6 +114,9 @@ struct LibpqApi {
   int (*nparams)(const pg_result*);
   char* (*fname)(const pg_result*, int column);
   PgOid (*ftype)(const pg_result*, int column);
+  int (*fmod)(const pg_result*, int column);
+  PgOid (*ftable)(const pg_result*, int column);
+  int (*ftablecol)(const pg_result*, int column);
   char* (*getvalue)(const pg_result*, int row, int column);
   int (*getlength)(const pg_result*, int row, int column);
   int (*getisnull)(const pg_result*, int row, int column);

@@ -13,6 +13,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "loomkit/db/factory.h"
 #include "loomkit/db/sql/sql_database_impl.h"
@@ -95,10 +96,14 @@ class LOOMKIT_API GPostgresqlDatabase : public GSqlDatabaseImpl {
   GDbStatus getBlob(GSqlQueryData* query, int column, const void** data, unsigned* size) override;
   GDbStatus getNumColumns(GSqlQueryData* query, int* count) override;
   GDbStatus getColumnName(GSqlQueryData* query, int column, std::string* result) override;
+  /// Asks the server's catalog for declared types and NOT NULL.
+  GDbStatus describe(GSqlQueryData* query, GSqlDescription* description) override;
+  GDbStatus getParameterNames(GSqlQueryData* query, std::vector<std::string>* names) override;
   GDbStatus setForwardOnly(GSqlQueryData* query, bool forward) override;
   GDbStatus getNumRowsAffected(GSqlQueryData* query, int* count) override;
   GDbStatus getSize(GSqlQueryData* query, int* count) override;
-  /// GDbFieldTypeMismatch where an integer needs more than 32 bits.
+  /// Of an integer that needs more than 32 bits the record has the lower 32;
+  /// GDbTypedRow::getInt64() gives all.
   GDbStatus getRecord(GSqlQueryData* query, GDbRecord** record) override;
   GSqlQueryData* createQuery(const std::string& statement) override;
   GSqlQueryData* createQuery() override;

@@ -182,23 +182,6 @@ GDbStatus GPostgresqlDatabase::getRecord(GSqlQueryData* query, GDbRecord** recor
   return status != GDbNoError ? status : dataOf(query)->getRecord(record);
 }
 
-GDbStatus GPostgresqlDatabase::getNumColumns(GSqlQueryData* query, int* count) {
-  const GDbStatus status = prepare(query);
-  if (status == GDbNoError) *count = static_cast<int>(dataOf(query)->getColumnNames().size());
-  return status;
-}
-
-GDbStatus GPostgresqlDatabase::getColumnName(GSqlQueryData* query, int column,
-                                             std::string* result) {
-  int count = 0;
-  const GDbStatus status = getNumColumns(query, &count);
-  if (status != GDbNoError) return status;
-  if (column < 0 || column >= count) return setError(GDbInvalidArgument);
-  const std::string& utf8 = dataOf(query)->getColumnNames()[static_cast<std::size_t>(column)];
-  loomkit::fromUtf8(utf8.c_str(), static_cast<int>(utf8.size()), result);
-  return GDbNoError;
-}
-
 GDbStatus GPostgresqlDatabase::getNumRowsAffected(GSqlQueryData* query, int* count) {
   const GDbStatus status = check(query);
   return status != GDbNoError ? status : dataOf(query)->getNumRowsAffected(count);

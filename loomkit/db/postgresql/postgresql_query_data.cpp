@@ -70,7 +70,9 @@ GDbStatus GPostgresqlQueryData::prepareReady() {
   if (isPrepared()) return GDbNoError;
   const loomkit::HulText text = loomkit::toUtf8(getStatement().c_str(), -1, nullptr,
                                                 "Failed to convert SQL statement to UTF-8: %1");
-  serverText = loomkit::numberedParameters(text.get(), owner()->escapesByBackslash());
+  parameterNames.clear();
+  serverText =
+      loomkit::numberedParameters(text.get(), owner()->escapesByBackslash(), &parameterNames);
   PgResult description;
   const PgFailure failure = connection().prepare(serverText, &name, &description);
   if (failure) return owner()->report(failure);
@@ -82,13 +84,17 @@ GDbStatus GPostgresqlQueryData::prepareReady() {
 
 void GPostgresqlQueryData::describe(const pg_result* description) {
   columnTypes.clear();
-  columnNames.clear();
-  for (int column = 0; column < libpq().nfields(description); ++column) {
-    columnTypes.push_back(libpq().ftype(description, column));
-    columnNames.emplace_back(libpq().fname(description, column));
+  columns.clear();
+  const loomkit::LibpqApi& api = libpq();
+  for (int i = 0; i < api.nfields(description); ++i) {
+    columnTypes.push_back(api.ftype(description, i));
+    columns.push_back({api.fname(description, i), api.ftype(description, i),
+                       api.fmod(description, i), api.ftable(description, i),
+                       api.ftablecol(description, i)});
   }
   binaryResults = std::all_of(columnTypes.begin(), columnTypes.end(), loomkit::pgReadsBinary);
-  parameters.resize(static_cast<std::size_t>(libpq().nparams(description)));
+  parameters.resize(static_cast<std::size_t>(api.nparams(description)));
+  parameterNames.resize(parameters.size());
 }
 
 GDbStatus GPostgresqlQueryData::bindAt(int index, Parameter** parameter) {
@@ -366,10 +372,7 @@ GDbStatus GPostgresqlQueryData::getRecord(GDbRecord** made) {
     const PgValue value{columnTypes[i], binaryResults,
                         libpq().getvalue(rows.get(), rowInRows, column),
                         libpq().getlength(rows.get(), rowInRows, column)};
-    if (!maker.add(value, null))
-      return owner()->report(
-          {GDbFieldTypeMismatch,
-           "an integer needs more than 32 bits; GSqlQuery::getInt64() reads it"});
+    maker.add(value, null);
   }
   *made = maker.make();
   return GDbNoError;

@@ -19,6 +19,20 @@
 
 class GPostgresqlDatabase;
 
+namespace loomkit {
+
+/// What the server says of a result's column. `table` and `number` are those of the
+/// table's column that it shows; 0 when it is none.
+struct PgColumn {
+  std::string name;  ///< in UTF-8
+  PgOid type;
+  int modifier;  ///< of the type, such as a length; -1 without
+  PgOid table;
+  int number;
+};
+
+}  // namespace loomkit
+
 /// The statement stays prepared on the server until its text changes or the
 /// connection ends. exec() moves from inactive to stepped or finished, next()
 /// from stepped to finished, reset() and a failure back to inactive.
@@ -62,8 +76,10 @@ class GPostgresqlQueryData : public GSqlQueryData, private loomkit::PgRowReader 
   GDbStatus getRecord(GDbRecord** made);
   GDbStatus getNumRowsAffected(int* count);
   GDbStatus getSize();
-  /// The names of the result's columns in UTF-8. Requires: the statement is prepared.
-  [[nodiscard]] const std::vector<std::string>& getColumnNames() const { return columnNames; }
+  /// The result's columns, and the names of the parameters, as many as there are, both
+  /// in UTF-8. Requires: the statement is prepared.
+  [[nodiscard]] const std::vector<loomkit::PgColumn>& getColumns() const { return columns; }
+  [[nodiscard]] const std::vector<std::string>& getParameterNames() const { return parameterNames; }
 
  private:
   enum class State {
@@ -114,7 +130,8 @@ class GPostgresqlQueryData : public GSqlQueryData, private loomkit::PgRowReader 
   bool prepared = false;
   bool binaryResults = false;
   std::vector<loomkit::PgOid> columnTypes;
-  std::vector<std::string> columnNames;  // in UTF-8
+  std::vector<loomkit::PgColumn> columns;
+  std::vector<std::string> parameterNames;  // in UTF-8; as many as `parameters`
   std::vector<Parameter> parameters;
   // What libpq takes them as; kept, as a statement is executed again and again.
   std::vector<const char*> values;

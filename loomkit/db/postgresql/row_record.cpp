@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "loomkit/db/record_access.h"
 #include "loomkit/db/sql/local_text.h"
 
 namespace loomkit {
@@ -32,43 +33,53 @@ void RowRecord::append(const void* bytes, std::size_t size) {
   body.append(static_cast<const char*>(bytes), size);
 }
 
-bool RowRecord::add(const PgValue& value, bool isNull) {
-  const GDbFieldType type = pgFieldType(value.type);
-  if (type == GDbFieldInt) {
-    const std::int64_t wide = isNull ? 0 : value.integer();
-    const auto number = static_cast<std::int32_t>(wide);
-    begin(type, isNull, alignof(std::int32_t));
-    append(&number, sizeof number);
-    return number == wide;
-  }
-  if (type == GDbFieldFloat) {
-    const double number = isNull ? 0 : value.number();
-    begin(type, isNull, alignof(double));
-    append(&number, sizeof number);
-    return true;
-  }
-  if (type == GDbFieldBlob) {
-    std::size_t size = 0;
-    const char* bytes = isNull ? "" : value.bytes(&room, &size);
-    const auto length = static_cast<std::uint32_t>(size);
-    begin(type, isNull, alignof(std::uint32_t));
-    append(&length, sizeof length);
-    append(bytes, size);
-    return true;
-  }
-  begin(type, isNull, 1);
-  if (!isNull) {
-    const std::string_view utf8 = value.text(&room);
-    if (isAscii(utf8.data(), utf8.size())) {
-      append(utf8.data(), utf8.size());
-    } else {
-      std::string local;
-      fromUtf8(utf8.data(), static_cast<int>(utf8.size()), &local);
-      append(local.data(), local.size());
-    }
+// Of an integer beyond 32 bits all are kept, behind those that the record's getter
+// reads.
+void RowRecord::addInteger(std::int64_t value, bool isNull) {
+  const WideInt number(value);
+  const bool narrow = value == static_cast<std::int32_t>(value);
+  begin(narrow ? GDbFieldInt : wideIntType, isNull, alignof(WideInt));
+  append(&number, narrow ? sizeof(std::int32_t) : sizeof number);
+}
+
+void RowRecord::addFloat(double value, bool isNull) {
+  begin(GDbFieldFloat, isNull, alignof(double));
+  append(&value, sizeof value);
+}
+
+void RowRecord::addBlob(const PgValue& value, bool isNull) {
+  std::size_t size = 0;
+  const char* bytes = isNull ? "" : value.bytes(&room, &size);
+  const auto length = static_cast<std::uint32_t>(size);
+  begin(GDbFieldBlob, isNull, alignof(std::uint32_t));
+  append(&length, sizeof length);
+  append(bytes, size);
+}
+
+void RowRecord::addText(const PgValue& value, bool isNull) {
+  begin(GDbFieldString, isNull, 1);
+  const std::string_view utf8 = isNull ? std::string_view() : value.text(&room);
+  if (isAscii(utf8.data(), utf8.size())) {
+    append(utf8.data(), utf8.size());
+  } else {
+    std::string local;
+    fromUtf8(utf8.data(), static_cast<int>(utf8.size()), &local);
+    append(local.data(), local.size());
   }
   append("", 1);
-  return true;
+}
+
+void RowRecord::add(const PgValue& value, bool isNull) {
+  switch (pgFieldType(value.type)) {
+    case GDbFieldInt:
+      return addInteger(isNull ? 0 : value.integer(), isNull);
+    case GDbFieldFloat:
+      return addFloat(isNull ? 0 : value.number(), isNull);
+    case GDbFieldBlob:
+      return addBlob(value, isNull);
+    default:
+      return addText(value, isNull);
+  }
 }
 
 GDbRecord* RowRecord::make() const {

@@ -9,6 +9,7 @@
 #define LOOMKIT_DB_POSTGRESQL_ROW_RECORD_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,14 +23,18 @@ namespace loomkit {
 class RowRecord {
  public:
   void start();
-  /// Adds a column; a NULL is a placeholder with the NULL bit. False when an
-  /// integer does not fit into the 32 bits of a record's field.
-  bool add(const PgValue& value, bool isNull);
+  /// Adds a column; a NULL is a placeholder with the NULL bit. Of an integer beyond 32
+  /// bits, GDbTypedRow reads all.
+  void add(const PgValue& value, bool isNull);
   /// The record, which the caller owns.
   [[nodiscard]] GDbRecord* make() const;
 
  private:
   void begin(GDbFieldType type, bool isNull, std::size_t alignment);
+  void addInteger(std::int64_t value, bool isNull);
+  void addFloat(double value, bool isNull);
+  void addBlob(const PgValue& value, bool isNull);
+  void addText(const PgValue& value, bool isNull);
   void append(const void* bytes, std::size_t size);
 
   std::vector<GDbFieldType> types;

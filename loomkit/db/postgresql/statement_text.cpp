@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "loomkit/text/char_class.h"
+
 namespace loomkit {
 namespace {
 
@@ -83,26 +85,123 @@ std::size_t pieceEnd(std::string_view text, std::size_t pos, bool backslashes) {
   return pos + 1;
 }
 
+bool isNameAt(std::string_view text, std::size_t pos) {
+  return pos < text.size() && isNameStart(text[pos]);
+}
+
+bool isDigitAt(std::string_view text, std::size_t pos) {
+  return pos < text.size() && text[pos] >= '0' && text[pos] <= '9';
+}
+
+// Whether the word is ARRAY, whose brackets hold a list and no slice.
+bool isArrayWord(std::string_view word) {
+  constexpr std::string_view upper = "ARRAY";
+  return std::equal(word.begin(), word.end(), upper.begin(), upper.end(),
+                    [](char a, char b) { return asciiToUpper(a) == b; });
+}
+
+// Gives the parameters of one statement their numbers, in the order in which they
+// first stand in it.
+class Numberer {
+ public:
+  Numberer(std::string_view itsStatement, bool itsBackslashes, std::vector<std::string>* itsNames)
+      : statement(itsStatement), backslashes(itsBackslashes), names(itsNames) {}
+
+  std::string run() {
+    text.reserve(statement.size() + 16);
+    while (pos < statement.size()) {
+      if (statement[pos] == '?')
+        takeMark();
+      else if (beginsName())
+        takeName();
+      else
+        takePiece(pieceEnd(statement, pos, backslashes));
+    }
+    return text;
+  }
+
+ private:
+  // Whether ":", "@" or "$" begins a named parameter here, and is not a cast, a slice
+  // of an array, a part of an operator or a dollar quote.
+  [[nodiscard]] bool beginsName() const {
+    const char c = statement[pos];
+    if (!isNameAt(statement, pos + 1)) return false;
+    if (c == '$') return dollarEnd(statement, pos) == pos + 1;
+    if (c == ':') return slices == 0;
+    constexpr std::string_view operatorSigns = "<@^~#&|!-";
+    return c == '@' &&
+           (pos == 0 || operatorSigns.find(statement[pos - 1]) == std::string_view::npos);
+  }
+
+  void takeName() {
+    std::size_t end = pos + 1;
+    while (end < statement.size() && isNamePart(statement[end])) ++end;
+    const std::string name(statement.substr(pos, end - pos));
+    auto found = std::find(names->begin(), names->end(), name);
+    if (found == names->end()) found = names->insert(names->end(), name);
+    addNumber(found - names->begin() + 1);
+    finishPiece(end);
+  }
+
+  // "?" is the next parameter, "?7" is number 7, and "??" a question mark.
+  void takeMark() {
+    std::size_t end = pos + 1;
+    if (end < statement.size() && statement[end] == '?') {
+      text += '?';
+      return finishPiece(end + 1);
+    }
+    if (!isDigitAt(statement, end)) {
+      names->emplace_back();
+      addNumber(static_cast<std::ptrdiff_t>(names->size()));
+      return finishPiece(end);
+    }
+    while (isDigitAt(statement, end)) ++end;
+    text += '$';
+    text += statement.substr(pos + 1, end - pos - 1);
+    finishPiece(end);
+  }
+
+  void takePiece(std::size_t end) {
+    if (statement.substr(pos, 2) == "::") end = pos + 2;
+    text += statement.substr(pos, end - pos);
+    finishPiece(end);
+  }
+
+  void addNumber(std::ptrdiff_t number) { text += '$' + std::to_string(number); }
+
+  // A colon between the brackets of a subscript separates the bounds of a slice.
+  void finishPiece(std::size_t end) {
+    const std::string_view piece = statement.substr(pos, end - pos);
+    pos = end;
+    if (piece == "[") {
+      const bool list = isArrayWord(previous) || previous == "[" || previous == ",";
+      brackets.push_back(!list);
+      if (!list) ++slices;
+    } else if (piece == "]" && !brackets.empty()) {
+      if (brackets.back()) --slices;
+      brackets.pop_back();
+    }
+    const bool isComment = piece.starts_with("--") || piece.starts_with("/*");
+    const bool isSpace = piece.find_first_not_of(" \t\r\n") == std::string_view::npos;
+    if (!isComment && !isSpace) previous = piece;
+  }
+
+  std::string_view statement;
+  bool backslashes;
+  std::vector<std::string>* names;  // of the parameters so far
+  std::string text;
+  std::size_t pos = 0;
+  std::string_view previous;   // the last piece that is no space or comment
+  std::vector<bool> brackets;  // the open ones: whether each is a subscript's
+  std::size_t slices = 0;      // how many of them are
+};
+
 }  // namespace
 
-std::string numberedParameters(std::string_view statement, bool backslashes) {
-  std::string text;
-  text.reserve(statement.size() + 16);
-  int parameters = 0;
-  for (std::size_t pos = 0; pos < statement.size();) {
-    if (statement[pos] != '?') {
-      const std::size_t end = pieceEnd(statement, pos, backslashes);
-      text += statement.substr(pos, end - pos);
-      pos = end;
-    } else if (statement.substr(pos, 2) == "??") {
-      text += '?';
-      pos += 2;
-    } else {
-      text += '$' + std::to_string(++parameters);
-      ++pos;
-    }
-  }
-  return text;
+std::string numberedParameters(std::string_view statement, bool backslashes,
+                               std::vector<std::string>* names) {
+  std::vector<std::string> unwanted;
+  return Numberer(statement, backslashes, names != nullptr ? names : &unwanted).run();
 }
 
 std::string quotedIdentifier(std::string_view name) {

@@ -171,6 +171,15 @@ GDbStatus GSqlDatabaseImpl::getWholeText(GSqlQueryData* query, int column, std::
   return getText(query, column, value);
 }
 
+GDbStatus GSqlDatabaseImpl::describe(GSqlQueryData* /*query*/, GSqlDescription* /*description*/) {
+  return setError(GDbNoResult);
+}
+
+GDbStatus GSqlDatabaseImpl::getParameterNames(GSqlQueryData* /*query*/,
+                                              std::vector<std::string>* /*names*/) {
+  return setError(GDbNoResult);
+}
+
 GDbStatus GSqlDatabaseImpl::begin() { return beginTransaction(defaultTransactionMode); }
 GDbStatus GSqlDatabaseImpl::commit() { return commitTransaction(); }
 GDbStatus GSqlDatabaseImpl::rollback() { return rollbackTransaction(); }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <list>
 #include <string>
+#include <vector>
 
 #include "loomkit/db/sql/sql_database.h"
 #include "loomkit/db/sql/sql_error.h"
@@ -148,6 +149,11 @@ class LOOMKIT_API GSqlDatabaseImpl : public GSqlDatabase, public GDbTransactionH
   virtual GDbStatus getNumColumns(GSqlQueryData* query, int* count);
   virtual GDbStatus getColumnName(GSqlQueryData* query, int column, std::string* name);
   virtual GDbStatus getWholeText(GSqlQueryData* query, int column, std::string* value);
+  /// Extension: what a statement says of its columns and parameters, and the names of
+  /// the latter alone, "" for one without. The results are empty before the call. The
+  /// base cannot tell: GDbNoResult.
+  virtual GDbStatus describe(GSqlQueryData* query, GSqlDescription* description);
+  virtual GDbStatus getParameterNames(GSqlQueryData* query, std::vector<std::string>* names);
 
   /// Helpers for drivers, which a driver's own query data may call as well. These
   /// two are called by the constructor and the destructor of GSqlQueryData; the

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "loomkit/db/sql/sql_database_impl.h"
+#include "loomkit/db/sql/sql_description.h"
 #include "loomkit/db/sql/sql_query_data.h"
 #include "loomkit/text/gi_string.h"
 
@@ -55,6 +56,10 @@ bool GSqlQuery::isForwardOnly() const { return data == nullptr || data->isForwar
 const GSqlError& GSqlQuery::getLastError() const {
   static const GSqlError notInitialized(GDbQueryNotInitialized);
   return data != nullptr ? data->lastError : notInitialized;
+}
+
+const std::string& GSqlQuery::getDatabaseMessage() const {
+  return getLastError().getDatabaseText();
 }
 
 GDbStatus GSqlQuery::setSqlError(GDbStatus status) const {
@@ -239,6 +244,15 @@ GDbStatus GSqlQuery::getColumnName(int column, std::string* name) {
   if (name == nullptr) return setSqlError(GDbInvalidArgument);
   name->clear();
   return forward([&](auto* database) { return database->getColumnName(data, column, name); });
+}
+
+GDbStatus GSqlQuery::describe(GSqlDescription* description) {
+  if (description == nullptr) return setSqlError(GDbInvalidArgument);
+  *description = GSqlDescription();
+  const GDbStatus status =
+      forward([&](auto* database) { return database->describe(data, description); });
+  if (status != GDbNoError) *description = GSqlDescription();
+  return status;
 }
 
 GDbStatus GSqlQuery::getWholeText(int column, std::string* value) {

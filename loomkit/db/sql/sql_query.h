@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "loomkit/db/record_set.h"
 #include "loomkit/db/sql/sql_error.h"
@@ -25,6 +26,7 @@
 class GSqlDatabase;
 class GSqlDatabaseImpl;
 class GSqlQueryData;
+struct GSqlDescription;
 
 /// A light handle on a statement; copies share the statement and its state. A
 /// handle whose database has closed, and a null handle, answer GDbNotOpen.
@@ -80,6 +82,10 @@ class LOOMKIT_API GSqlQuery {
   /// valid as long as the caller holds a handle on the statement, and shows the
   /// next failure from then on. Of a null handle: GDbQueryNotInitialized.
   [[nodiscard]] const GSqlError& getLastError() const;
+  /// Extension: the last failure in the database's own words, such as "no such table:
+  /// parts"; empty when it has said nothing. The reference is valid until the next
+  /// failure.
+  [[nodiscard]] const std::string& getDatabaseMessage() const;
 
   /// Give the parameter `index` its value for the executions to come. Parameters
   /// count from 0 in the order of their marks, and keep their values until they are
@@ -104,6 +110,24 @@ class LOOMKIT_API GSqlQuery {
   GDbStatus bindBlob(int index, void* bytes, unsigned size, bool copy);
   /// Binds a NULL, as bindInt() binds a number.
   GDbStatus bindNull(int index);
+  /// Extension: give the parameter of that name its value, which is copied. SQL has
+  /// `:name`, `@name` and `$name`; the same name with the same mark is one parameter
+  /// wherever it stands. `name` is given with its mark, or without when there is one
+  /// parameter of that name only. The failures are those above; GDbInvalidArgument:
+  /// there is no such parameter, or more than one.
+  ///
+  /// A text is bound with all its bytes, where a database refuses a NUL among them or
+  /// keeps it. GDbRowTooBig: a text or blob of more than 2 GiB.
+  GDbStatus bindInt(const std::string& name, int value);
+  GDbStatus bindInt64(const std::string& name, std::int64_t value);
+  GDbStatus bindDouble(const std::string& name, double value);
+  GDbStatus bindText(const std::string& name, const std::string& text);
+  GDbStatus bindBlob(const std::string& name, std::string_view bytes);
+  GDbStatus bindNull(const std::string& name);
+  /// Extension: stores the number of the parameter of that name, with which a caller
+  /// that binds very often saves the search; -1 after a failure.
+  GDbStatus getParameterIndex(const std::string& name, int* index);
+
   /// Makes every parameter NULL. An active query is reset by it.
   GDbStatus clearBindings();
 
@@ -184,6 +208,10 @@ class LOOMKIT_API GSqlQuery {
   /// Extension: the name of a column of the result, as AS gives it. The failures
   /// are those of getNumColumns(); GDbInvalidArgument: there is no such column.
   GDbStatus getColumnName(int column, std::string* name);
+  /// Extension: stores what the statement says of its columns and parameters, whether
+  /// it is executed or not. Asking prepares it, and may ask the database's catalog.
+  /// GDbNoResult: the driver cannot tell. After a failure `*description` is empty.
+  GDbStatus describe(GSqlDescription* description);
   /// Extension: a text of the current row with all its bytes. getText() ends at
   /// the first NUL of them. The failures are those of getText().
   GDbStatus getWholeText(int column, std::string* value);

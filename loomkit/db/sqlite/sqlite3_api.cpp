@@ -40,15 +40,20 @@ constexpr FunctionEntry<Sqlite3Api> requiredSymbols[] = {
     functionEntry<&Sqlite3Api::libversion_number>("sqlite3_libversion_number"),
 };
 
-// Only an extension of the SQL layer asks for names, so nothing fails without it.
-constexpr FunctionEntry<Sqlite3Api> nameSymbol =
-    functionEntry<&Sqlite3Api::column_name>("sqlite3_column_name");
-
-// Deliberately the two-argument function under a four-argument type: it ignores
-// the flags, so a database opens the same way whatever the locator's options
-// say. Hosts rely on "readonly" locators that create their file.
-constexpr FunctionEntry<Sqlite3Api> optionalSymbol =
-    functionEntry<&Sqlite3Api::openWithFlags>("sqlite3_open");
+// Deliberately the two-argument function under a four-argument type comes first: it
+// ignores the flags, so a database opens the same way whatever the locator's options
+// say. Hosts rely on "readonly" locators that create their file. Only extensions of
+// the SQL layer ask for the others, so nothing else fails without them.
+constexpr FunctionEntry<Sqlite3Api> optionalSymbols[] = {
+    functionEntry<&Sqlite3Api::openWithFlags>("sqlite3_open"),
+    functionEntry<&Sqlite3Api::column_name>("sqlite3_column_name"),
+    functionEntry<&Sqlite3Api::column_database_name>("sqlite3_column_database_name"),
+    functionEntry<&Sqlite3Api::column_table_name>("sqlite3_column_table_name"),
+    functionEntry<&Sqlite3Api::column_origin_name>("sqlite3_column_origin_name"),
+    functionEntry<&Sqlite3Api::table_column_metadata>("sqlite3_table_column_metadata"),
+    functionEntry<&Sqlite3Api::bind_parameter_count>("sqlite3_bind_parameter_count"),
+    functionEntry<&Sqlite3Api::bind_parameter_name>("sqlite3_bind_parameter_name"),
+};
 
 }  // namespace
 
@@ -56,7 +61,7 @@ bool Sqlite3Library::load(const DsoCalls& dso) {
   if (loaded) return true;
   const std::string name = std::string(hulGetDSOPrefix()) + "sqlite3" + hulGetDSOSuffix();
   if (!loadFunctions(dso, name, requiredSymbols, &api, &handle)) return false;
-  for (const auto& optional : {optionalSymbol, nameSymbol}) {
+  for (const FunctionEntry<Sqlite3Api>& optional : optionalSymbols) {
     void* address = nullptr;
     if (dso.symbol(handle, optional.name, &address) < 0) address = nullptr;
     optional.store(&api, address);

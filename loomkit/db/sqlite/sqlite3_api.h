@@ -70,8 +70,19 @@ struct Sqlite3Api {
   void (*free)(void*);
   int (*libversion_number)();
 
-  /// Optional: a result column's name; null when there is none.
+  /// Optional, null where the library has none: what a statement says of its result's
+  /// columns and of its parameters. Builds of the library may lack the origins of
+  /// columns.
   const char* (*column_name)(sqlite3_stmt*, int column);
+  const char* (*column_database_name)(sqlite3_stmt*, int column);
+  const char* (*column_table_name)(sqlite3_stmt*, int column);
+  const char* (*column_origin_name)(sqlite3_stmt*, int column);
+  int (*table_column_metadata)(sqlite3*, const char* database, const char* table,
+                               const char* column, const char** declaredType,
+                               const char** collation, int* notNull, int* primaryKey,
+                               int* autoIncrement);
+  int (*bind_parameter_count)(sqlite3_stmt*);
+  const char* (*bind_parameter_name)(sqlite3_stmt*, int index);
   /// Optional: an opening function with flags; null when there is none.
   int (*openWithFlags)(const char* path, sqlite3** db, int flags, const char* vfs);
 };

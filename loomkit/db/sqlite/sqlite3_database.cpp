@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <cstdint>
-#include <cstring>
 
 #include "loomkit/db/sql/local_text.h"
 #include "loomkit/db/sqlite/result_code.h"
@@ -266,26 +265,6 @@ GDbStatus GSqlite3Database::getBlob(GSqlQueryData* query, int column, const void
   if (status != GDbNoError) return status;
   *data = api().column_blob(stmtOf(query), column);
   *size = static_cast<unsigned>(api().column_bytes(stmtOf(query), column));
-  return GDbNoError;
-}
-
-// A library without the function cannot tell the names.
-GDbStatus GSqlite3Database::getNumColumns(GSqlQueryData* query, int* count) {
-  const GDbStatus status = makeReady(query);
-  if (status != GDbNoError) return status;
-  if (api().column_name == nullptr) return setError(GDbNoResult);
-  *count = api().column_count(stmtOf(query));
-  return GDbNoError;
-}
-
-GDbStatus GSqlite3Database::getColumnName(GSqlQueryData* query, int column, std::string* result) {
-  int count = 0;
-  const GDbStatus status = getNumColumns(query, &count);
-  if (status != GDbNoError) return status;
-  if (column < 0 || column >= count) return setError(GDbInvalidArgument);
-  const char* utf8 = api().column_name(stmtOf(query), column);
-  if (utf8 == nullptr) return setError(GDbOutOfMemory);
-  loomkit::fromUtf8(utf8, static_cast<int>(std::strlen(utf8)), result);
   return GDbNoError;
 }
 

@@ -12,6 +12,7 @@
 #define LOOMKIT_DB_SQLITE_SQLITE3_DATABASE_H
 
 #include <string>
+#include <vector>
 
 #include "loomkit/db/factory.h"
 #include "loomkit/db/sql/sql_database_impl.h"
@@ -125,6 +126,11 @@ class LOOMKIT_API GSqlite3Database : public GSqlDatabaseImpl {
   /// GDbNoResult: the sqlite3 library is too old to tell the names of columns.
   GDbStatus getNumColumns(GSqlQueryData* query, int* count) override;
   GDbStatus getColumnName(GSqlQueryData* query, int column, std::string* name) override;
+  /// Whether a column may be NULL is told by builds of the sqlite3 library that know
+  /// where a column comes from, as nearly all are. GDbNoResult: the library is too old
+  /// to tell names.
+  GDbStatus describe(GSqlQueryData* query, GSqlDescription* description) override;
+  GDbStatus getParameterNames(GSqlQueryData* query, std::vector<std::string>* names) override;
   /// The text in the local encoding with all its bytes.
   GDbStatus getWholeText(GSqlQueryData* query, int column, std::string* value) override;
   GSqlQueryData* createQuery(const std::string& statement) override;

@@ -49,8 +49,8 @@ bool addValue(GDbRecord* record, sqlite3_stmt* stmt, int column, GDbFieldType ty
   const Sqlite3Api& api = sqlite3Library().api;
   switch (type) {
     case GDbFieldInt: {
-      const int value = api.column_int(stmt, column);
-      record->addIntField(value);
+      const std::int64_t value = api.column_int64(stmt, column);
+      RecordAccess::addInt64(record, value);
       return value == 0;
     }
     case GDbFieldFloat: {
