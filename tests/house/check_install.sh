@@ -18,6 +18,7 @@ for example in "$source"/examples/*/; do
     cmake --build "$work/$name" >>"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
   "$work/$name/$name" >"$work/out" || { echo "$name failed"; exit 1; }
   [ -s "$work/out" ] || { echo "$name printed nothing"; exit 1; }
+  [ ! -f "$example/output.txt" ] || diff "$example/output.txt" "$work/out" || { echo "$name: wrong output"; exit 1; }
   built=$((built + 1))
 done
 [ "$built" -gt 0 ] || { echo "no example was built"; exit 1; }
