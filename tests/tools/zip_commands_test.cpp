@@ -264,6 +264,14 @@ TEST(ZipCommand, RefusesAnEmptyPassword) {
                    "right)\n"}));
 }
 
+TEST(ZipCommand, BringsAllToTheDiskWhenTold) {
+  const std::string dir = newFolder();
+  const std::string cd = "cd " + dir + " && ";
+  EXPECT_EQ(shell(cd + "mkdir t && echo 1 > t/a && loom zip new x.zip t &&"
+                       " loom zip x --sync x.zip -d out && diff -r t out/t"),
+            (Ended{0, "", ""}));
+}
+
 TEST(ZipCommand, TakesDirectoriesAndPatterns) {
   const std::string dir = newFolder();
   writeFile(dir + "/x.zip", zipOf({{"a/b/1", "1"}, {"a/2", "2"}, {"ab/3", "3"}, {"x[1]", "4"}}));

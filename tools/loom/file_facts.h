@@ -4,6 +4,7 @@
 #define LOOM_FILE_FACTS_H
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 
 namespace loom {
@@ -20,6 +21,11 @@ struct FileFacts {
 /// Tells of what is at a path; of a link itself unless `followLinks`. False, with the
 /// reason, when there is nothing or it cannot be looked at.
 bool factsOf(const std::string& path, bool followLinks, FileFacts* facts, std::string* reason);
+
+/// Opens a file for reading, which the caller closes; never waits for the other end of a
+/// FIFO. Null, with the reason, for what cannot be opened or is no regular file, as may be
+/// when it has changed since it was looked at; a link itself is none unless `followLinks`.
+std::FILE* openRegular(const std::string& path, bool followLinks, std::string* reason);
 
 /// Where a link leads to. False, with the reason, when that cannot be read.
 bool targetOf(const std::string& path, std::string* target, std::string* reason);

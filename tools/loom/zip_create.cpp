@@ -71,8 +71,9 @@ class Creation {
   }
 
   bool writeFile(const ZipSource& source) {
-    const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(source.path.c_str(), "rb"));
-    std::string reason = file == nullptr ? std::generic_category().message(errno) : std::string();
+    std::string reason;
+    const std::unique_ptr<std::FILE, CloseFile> file(
+        openRegular(source.path, source.named, &reason));
     auto result = GZip64Writer::SourceFailed;
     if (file != nullptr) {
       std::setvbuf(file.get(), nullptr, _IONBF, 0);  // the writer asks for large blocks
@@ -108,6 +109,14 @@ class Creation {
 
 void sayLeftOut(const std::vector<LeftOut>& leftOut) {
   for (const LeftOut& one : leftOut) complain("left out: " + one.path + ": " + one.why);
+}
+
+// The library has said that the archive cannot be written, and the file knows why.
+ExitCode sayWhyNot(GAtomicFile& file) {
+  file.out().setstate(std::ios::badbit);
+  static_cast<void>(file.commit());
+  complain(file.getErrMsg());
+  return ExitCode::cannotWrite;
 }
 
 }  // namespace
@@ -152,9 +161,9 @@ ExitCode createZip(const Invocation& call) {
   ProgressBar bar(path, total);
   Creation creation(writer, bar, call.has("--reproducible"));
   for (const ZipSource& source : sources.members) {
-    if (!creation.write(source)) return ExitCode::cannotWrite;
+    if (!creation.write(source)) return sayWhyNot(file);
   }
-  if (!writer.close()) return ExitCode::cannotWrite;
+  if (!writer.close()) return sayWhyNot(file);
   if (!file.commit()) throw Failure(ExitCode::cannotWrite, file.getErrMsg());
   sayLeftOut(sources.leftOut);
   sayLeftOut(creation.leftOut);

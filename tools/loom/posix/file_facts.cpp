@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "../file_facts.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -33,6 +35,23 @@ bool factsOf(const std::string& path, bool followLinks, FileFacts* facts, std::s
   facts->modTime = status.st_mtime;
   facts->size = static_cast<std::uint64_t>(status.st_size);
   return true;
+}
+
+std::FILE* openRegular(const std::string& path, bool followLinks, std::string* reason) {
+  const int flags = O_RDONLY | O_NONBLOCK | O_CLOEXEC | (followLinks ? 0 : O_NOFOLLOW);
+  const int descriptor = ::open(path.c_str(), flags);
+  struct stat status {};
+  const bool isOpen = descriptor >= 0 && ::fstat(descriptor, &status) == 0;
+  if (isOpen && S_ISREG(status.st_mode)) {
+    std::FILE* const file = ::fdopen(descriptor, "rb");
+    if (file != nullptr) return file;
+  }
+  if (isOpen && S_ISDIR(status.st_mode)) errno = EISDIR;
+  const bool isOther = isOpen ? !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)
+                              : errno == ELOOP || errno == ENXIO;
+  *reason = isOther ? "it is no file any more" : std::generic_category().message(errno);
+  if (descriptor >= 0) ::close(descriptor);
+  return nullptr;
 }
 
 bool targetOf(const std::string& path, std::string* target, std::string* reason) {
