@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "loomkit/db/postgresql/sql_state.h"
-#include "loomkit/text/output.h"
+#include "loomkit/db/sql/log_line.h"
 
 namespace loomkit {
 namespace {
@@ -18,8 +18,6 @@ std::string trimmed(std::string_view text) {
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.remove_suffix(1);
   return std::string(text);
 }
-
-void logLine(const std::string& text) { gOutput->log(0, gDataSysName, text.c_str()); }
 
 // libpq would print them.
 void logNotice(void* /*context*/, const char* text) { logLine(trimmed(text)); }

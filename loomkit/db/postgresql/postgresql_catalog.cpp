@@ -8,6 +8,7 @@
 #include "loomkit/db/postgresql/pg_connection.h"
 #include "loomkit/db/postgresql/postgresql_database.h"
 #include "loomkit/db/postgresql/table_name.h"
+#include "loomkit/db/sql/each_row.h"
 
 namespace loomkit {
 namespace {
@@ -50,18 +51,6 @@ constexpr const char* indexesStatement =
     " WHERE i.indrelid = CAST(CAST(? AS int8) AS oid) AND NOT i.indisprimary"
     " AND i.indpred IS NULL AND i.indexprs IS NULL AND k.place <= i.indnkeyatts"
     " ORDER BY c.relname, k.place";
-
-// Calls `use(row)` on each row of a query that has its parameters.
-template <typename Use>
-GDbStatus forEachRow(GSqlQuery* query, Use use) {
-  GDbStatus status = query->exec();
-  if (status == GDbNoError) status = query->next();
-  while (status == GDbNoError) {
-    status = use(*query);
-    if (status == GDbNoError) status = query->next();
-  }
-  return status == GDbNoMoreRecords ? GDbNoError : status;
-}
 
 GDbStatus findTable(GPostgresqlDatabase* database, const PgTableName& name,
                     std::optional<std::int64_t>* oid) {

@@ -10,13 +10,12 @@
 #include "loomkit/db/postgresql/pg_connection.h"
 #include "loomkit/db/postgresql/postgresql_catalog.h"
 #include "loomkit/db/postgresql/postgresql_database.h"
-#include "loomkit/text/output.h"
+#include "loomkit/db/sql/log_line.h"
 
 using loomkit::libpq;
+using loomkit::logLine;
 
 namespace {
-
-void logLine(const std::string& text) { gOutput->log(0, gDataSysName, text.c_str()); }
 
 bool isPortList(std::string_view ports) {
   return std::all_of(ports.begin(), ports.end(),

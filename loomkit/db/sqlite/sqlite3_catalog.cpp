@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/db/sqlite/sqlite3_catalog.h"
 
+#include "loomkit/db/sql/each_row.h"
 #include "loomkit/db/sqlite/declared_type.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "loomkit/text/string_util.h"
@@ -14,18 +15,13 @@ std::string quotedName(std::string name) {
   return '"' + name + '"';
 }
 
-// Runs `statement` and calls `use(query)` on each row; `use` gives a status.
+// forEachRow() of each_row.h, for a statement. A pragma that has nothing to say is a statement
+// without a result.
 template <typename Use>
 GDbStatus forEachRow(GSqlDatabase* database, const std::string& statement, Use use) {
   GSqlQuery query(database, statement);
-  GDbStatus status = query.exec();
-  if (status == GDbNoError) status = query.next();
-  while (status == GDbNoError) {
-    status = use(query);
-    if (status == GDbNoError) status = query.next();
-  }
-  // A pragma that has nothing to say is a statement without a result.
-  return status == GDbNoMoreRecords || status == GDbNoResult ? GDbNoError : status;
+  const GDbStatus status = loomkit::forEachRow(&query, use);
+  return status == GDbNoResult ? GDbNoError : status;
 }
 
 // Columns of the rows of the pragmas.

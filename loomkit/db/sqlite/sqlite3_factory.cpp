@@ -5,14 +5,15 @@
 
 #include "loomkit/db/locator.h"
 #include "loomkit/db/sql/local_text.h"
+#include "loomkit/db/sql/log_line.h"
 #include "loomkit/db/sqlite/result_code.h"
 #include "loomkit/db/sqlite/sqlite3_api.h"
 #include "loomkit/db/sqlite/sqlite3_catalog.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
 #include "loomkit/streams/file.h"
-#include "loomkit/text/output.h"
 #include "loomkit/text/template.h"
 
+using loomkit::logLine;
 using loomkit::sqlite3Library;
 
 namespace {
@@ -30,8 +31,6 @@ int openFlags(const std::vector<std::string>& options) {
   if ((flags & loomkit::sqliteOpenReadWrite) != 0) flags &= ~loomkit::sqliteOpenReadOnly;
   return flags;
 }
-
-void logLine(const std::string& text) { gOutput->log(0, gDataSysName, text.c_str()); }
 
 // Stores the result code of the opening call in `*code`. Without the optional
 // function the library would create a missing file, so that is tested here.

@@ -5,62 +5,49 @@
 #include <memory>
 #include <vector>
 
+#include "loomkit/db/sql/log_line.h"
+#include "loomkit/db/sql/table_maker.h"
 #include "loomkit/db/sqlite/declared_type.h"
 #include "loomkit/db/sqlite/sqlite3_database.h"
-#include "loomkit/text/output.h"
-#include "loomkit/text/string_util.h"
+
+using loomkit::ColumnNames;
+using loomkit::logLine;
 
 namespace {
-
-using Names = std::vector<std::string>;
-
-std::string quoted(const std::string& name) { return '"' + name + '"'; }
-
-std::string quotedList(const Names& names) {
-  std::string list;
-  for (const std::string& name : names) list += (list.empty() ? "" : ", ") + quoted(name);
-  return list;
-}
-
-// The columns of an index, split at any run of commas and blanks.
-Names splitColumns(const std::string& columns) {
-  Names names;
-  gSplit(columns, ", ", &names, true);
-  if (names.back().empty()) names.pop_back();  // the last field is kept even when empty
-  return names;
-}
 
 // The columns that are to have an index of their own. They are visited in the
 // order of their hashes, which decides the order in which the indexes are made.
 class KeyColumns {
  public:
   void add(const std::string& name) {
-    Names& bucket = bucketOf(name);
+    ColumnNames& bucket = bucketOf(name);
     if (std::find(bucket.begin(), bucket.end(), name) == bucket.end()) bucket.push_back(name);
   }
   void remove(const std::string& name) {
-    Names& bucket = bucketOf(name);
+    ColumnNames& bucket = bucketOf(name);
     bucket.erase(std::remove(bucket.begin(), bucket.end(), name), bucket.end());
   }
   template <typename Visit>
   void forEach(Visit visit) const {
-    for (const Names& bucket : buckets)
+    for (const ColumnNames& bucket : buckets)
       for (const std::string& name : bucket) visit(name);
   }
 
  private:
-  Names& bucketOf(const std::string& name) {
+  ColumnNames& bucketOf(const std::string& name) {
     unsigned hash = 0;
     for (const char c : name) hash = hash * 5 + static_cast<unsigned char>(c);
     return buckets[hash % buckets.size()];
   }
 
-  std::array<Names, 64> buckets;
+  std::array<ColumnNames, 64> buckets;
 };
 
-// What stands behind a column's name. A type beyond the known ones gets none.
+// A type beyond the known ones gets no words, as SQLite needs none.
 const char* sqlTypeName(GDbFieldType type) {
   switch (type) {
+    case GDbFieldNone:
+      return nullptr;
     case GDbFieldInt:
     case GDbFieldUInt:
       return "INTEGER";
@@ -74,33 +61,6 @@ const char* sqlTypeName(GDbFieldType type) {
       return "";
   }
 }
-
-Names primaryKeyOf(const GDbStructure& structure) {
-  Names names;
-  for (const GDbField& field : structure.getFields())
-    if (field.isPrimKey()) names.push_back(field.getName());
-  return names;
-}
-
-std::string createStatement(const std::string& table, const GDbStructure& structure) {
-  std::string columns;
-  for (const GDbField& field : structure.getFields()) {
-    if (!columns.empty()) columns += ", ";
-    columns += quoted(field.getName()) + " " + sqlTypeName(field.getType());
-  }
-  const Names primaryKey = primaryKeyOf(structure);
-  if (!primaryKey.empty()) columns += ", PRIMARY KEY(" + quotedList(primaryKey) + ")";
-  return "CREATE TABLE " + quoted(table) + " (" + columns + ");";
-}
-
-bool isPrimaryKey(const Names& columns, const Names& primaryKey) {
-  return columns.size() == primaryKey.size() &&
-         std::all_of(columns.begin(), columns.end(), [&](const std::string& column) {
-           return std::find(primaryKey.begin(), primaryKey.end(), column) != primaryKey.end();
-         });
-}
-
-void logLine(const std::string& text) { gOutput->log(0, gDataSysName, text.c_str()); }
 
 }  // namespace
 
@@ -140,15 +100,9 @@ GDbStatus GSqlite3Database::getTableStructure(const std::string& tableName,
 
 GDbStatus GSqlite3Database::createTable(const std::string& tableName, const GDbStructure* structure,
                                         GDbTable** table) {
-  if (table == nullptr) return setError(GDbInvalidArgument);
-  *table = nullptr;
-  if (structure == nullptr) return setError(GDbInvalidArgument);
-  GDbStatus status = tableExists(tableName);
-  if (status == GDbNoError) return setError(GDbTableExists);
-  if (status != GDbInvalidTableName) return status;
-  for (const GDbField& field : structure->getFields())
-    if (field.getType() == GDbFieldNone) return setError(GDbInvalidFieldType);
-  status = execute(createStatement(tableName, *structure));
+  const loomkit::TableMaker maker{this, sqlTypeName,
+                                  [this](const std::string& text) { return execute(text); }};
+  const GDbStatus status = maker.make(tableName, structure, table);
   if (status != GDbNoError) return status;
   createIndexes(tableName, *structure);
   return openTable(tableName, structure, table);
@@ -159,10 +113,10 @@ void GSqlite3Database::createIndexes(const std::string& table, const GDbStructur
   KeyColumns keyColumns;
   for (const GDbField& field : structure.getFields())
     if (field.isKey()) keyColumns.add(field.getName());
-  const Names primaryKey = primaryKeyOf(structure);
+  const ColumnNames primaryKey = loomkit::primaryKeyOf(structure);
 
   for (const GDbIndex& index : structure.getIndices()) {
-    const Names columns = splitColumns(index.getColumns());
+    const ColumnNames columns = loomkit::indexColumns(index.getColumns());
     if (columns.empty()) {
       logLine("Invalid index column specification \"" + index.getColumns() + "\" for index \"" +
               index.getName() + "\" of SQLite table \"" + table + "\" of database \"" + getName() +
@@ -170,17 +124,17 @@ void GSqlite3Database::createIndexes(const std::string& table, const GDbStructur
       continue;
     }
     if (columns.size() == 1) keyColumns.remove(columns.front());
-    if (isPrimaryKey(columns, primaryKey)) {
+    if (loomkit::isPrimaryKey(columns, primaryKey)) {
       logLine("Index \"" + index.getName() + "\" of SQLite table \"" + table + "\" of database \"" +
               getName() + "\" ignored (identical with primary key).");
       continue;
     }
-    createIndex(table, index, quotedList(columns));
+    createIndex(table, index, loomkit::quotedList(*this, columns));
   }
 
   keyColumns.forEach([&](const std::string& column) {
-    const GDbStatus status = execute("CREATE INDEX " + quoted(table + "_" + column + "_idx") +
-                                     " ON " + quoted(table) + " (" + quoted(column) + ");");
+    const GDbStatus status = execute("CREATE INDEX " + quoteName(table + "_" + column + "_idx") +
+                                     " ON " + quoteTable(table) + " (" + quoteName(column) + ");");
     if (status != GDbNoError)
       logLine("Failed to create index for column \"" + column + "\" on table \"" + table +
               "\" of database \"" + getName() + "\": " + gDbStrError(status));
@@ -191,8 +145,8 @@ void GSqlite3Database::createIndex(const std::string& table, const GDbIndex& ind
                                    const std::string& columns) {
   const std::string kind = index.isUnique() ? "UNIQUE INDEX " : "INDEX ";
   const GDbStatus status =
-      execute("CREATE " + kind + quoted(table + "_" + index.getName() + "_idx_") + " ON " +
-              quoted(table) + " (" + columns + ");");
+      execute("CREATE " + kind + quoteName(table + "_" + index.getName() + "_idx_") + " ON " +
+              quoteTable(table) + " (" + columns + ");");
   if (status != GDbNoError)
     logLine("Failed to create index \"" + index.getName() + "\" on table \"" + table +
             "\" of database \"" + getName() + "\": " + gDbStrError(status));
