@@ -219,4 +219,83 @@ TEST_F(DbCommand, SaysWhatItCannotOpen) {
   EXPECT_EQ(runLoom({"db", "scan", "--columns", "a:real", csv, "parts"}).code, 2);
 }
 
+// What a backend takes for no table or no database, told with the system's reason.
+class UnreadableFiles : public ::testing::Test {
+ protected:
+  UnreadableFiles() {
+    static_cast<void>(shell("cd " + folder +
+                            " && mkdir dir.csv dir.dbf && mkfifo pipe.csv pipe.dbf && "
+                            "ln -s nowhere link.csv && printf '1;a\\n' | tee ok.csv >shut.csv && "
+                            "chmod 0 shut.csv && python3 -c \"import zipfile; "
+                            "zipfile.ZipFile('z.zip', 'w').writestr('inside.csv', '2;b')\""));
+  }
+  const std::string folder = newFolder();
+  const std::string csv = "csv:" + folder;
+};
+
+TEST_F(UnreadableFiles, SayWhatTheyAre) {
+  const struct {
+    std::string locator;
+    const char* table;
+    const char* reason;
+  } cases[] = {{csv, "dir", "invalid table name (is a directory)"},
+               {csv, "pipe", "invalid table name (is no regular file)"},
+               {csv, "link", "invalid table name (is a link to nothing)"},
+               {csv, "none", "invalid table name"},
+               {"xbase:" + folder, "dir", "invalid table name (is a directory)"},
+               {"xbase:" + folder, "pipe", "invalid table name (is no regular file)"},
+               {csv + "?zipfile=z.zip", "pipe", "invalid table name (is no regular file)"}};
+  for (const auto& c : cases)
+    EXPECT_EQ(runLoom({"db", "scan", c.locator, c.table}),
+              (Ended{3, "", std::string("loom: ") + c.table + ": " + c.reason + "\n"}))
+        << c.locator;
+  for (const char* type : {"sqlite3:", "tessel:"}) {
+    const std::string place = type + folder;
+    EXPECT_EQ(runLoom({"db", "tables", place + "/dir.csv"}).err,
+              "loom: " + place + "/dir.csv: can't open database file (is a directory)\n");
+    EXPECT_EQ(runLoom({"db", "tables", place + "/pipe.csv"}).err,
+              "loom: " + place + "/pipe.csv: can't open database file (is no regular file)\n");
+  }
+}
+
+TEST_F(UnreadableFiles, AreNotListed) {
+  EXPECT_EQ(runLoom({"db", "tables", csv}).out, "ok\nshut\n");
+}
+
+TEST_F(UnreadableFiles, ThoseThatTheSystemRefusesSaySo) {
+  static_cast<void>(shell("ln -s loop.csv " + folder + "/loop.csv"));
+  EXPECT_EQ(runLoom({"db", "scan", csv, "loop"}).err,
+            "loom: loop: invalid table name (Too many levels of symbolic links)\n");
+  // Root reads what is forbidden unless that right is taken away; cat is the witness.
+  const std::string root = "setpriv --bounding-set=-dac_override,-dac_read_search ";
+  const std::string as = runProgram({"id", "-u"}).out == "0\n" ? root : "";
+  static_cast<void>(shell("cd " + folder +
+                          " && mkdir shut && touch shut/t.csv shut.db && "
+                          "chmod 0 shut shut.db"));
+  const std::string denied = "Permission denied";
+  if (shell(as + "cat " + folder + "/shut.db").err.find(denied) != std::string::npos) {
+    const std::string reason = " (" + denied + ")\n";
+    const auto err = [&](const std::string& words) { return shell(as + words).err; };
+    EXPECT_EQ(err("loom db scan " + csv + " shut"), "loom: shut: invalid table name" + reason);
+    EXPECT_EQ(err("loom db scan " + csv + "/shut t"), "loom: t: invalid table name" + reason);
+    const std::string database = "sqlite3:" + folder + "/shut.db";
+    EXPECT_EQ(err("loom db tables " + database),
+              "loom: " + database + ": can't open database file" + reason);
+  }
+  static_cast<void>(shell("chmod 755 " + folder + "/shut"));
+}
+
+TEST_F(UnreadableFiles, AnArchiveListsItsTablesOrSaysWhyNot) {
+  EXPECT_EQ(runLoom({"db", "tables", csv + "?order=zip;zipfile=z.zip"}).out, "inside\n");
+  EXPECT_EQ(runLoom({"db", "scan", csv + "?zipfile=z.zip", "inside"}).out, "2\tb\n");
+  const std::string missing = csv + "?zipfile=none.zip";
+  EXPECT_EQ(runLoom({"db", "tables", missing}),
+            (Ended{3, "", "loom: " + missing + ": there is no archive 'none.zip'\n"}));
+  const Ended damaged = runLoom({"db", "tables", csv + "?zipfile=ok.csv"});
+  EXPECT_EQ(damaged.code, 4);
+  EXPECT_NE(damaged.err.find("'ok.csv' is no archive that can be read"), std::string::npos)
+      << damaged;
+  EXPECT_EQ(runLoom({"db", "tables", csv + "?zipfile=dir.csv"}).code, 3);
+}
+
 }  // namespace

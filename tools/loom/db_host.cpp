@@ -6,6 +6,7 @@
 
 #include "command.h"
 #include "did_you_mean.h"
+#include "loomkit/archive/zip/zip_reader.h"
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
 #include "loomkit/db/postgresql/postgresql_database.h"
@@ -13,6 +14,7 @@
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
+#include "readable_file.h"
 
 namespace loom {
 
@@ -158,21 +160,24 @@ DbHost::DbHost(const std::string& locator, bool create)
   loomkit::Locator parts;
   loomkit::splitLocator(locator, &parts);
   typeId = parts.type;
+  path = parts.path;
   checkOptions(parts.options);
   checkArchive(parts.path, parts.options);
+  if (typeId == "tessel") checkFile(std::filesystem::exists(path) ? path : path + ".tessel");
   if (!isSqlite()) {
     open(locator);
     return;
   }
   // SQLite would make an empty file of a mistyped name.
-  if (!create && !std::filesystem::exists(parts.path))
+  std::error_code error;
+  if (!create &&
+      std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found)
     throw Failure(ExitCode::cannotOpen, shownName + ": " + gDbStrError(GDbCantOpenFile));
-  if (std::filesystem::is_directory(parts.path))
-    throw Failure(ExitCode::cannotOpen, shownName + ": is a directory");
+  checkFile(path);
   readOnly =
       std::find(parts.options.begin(), parts.options.end(), "readonly") != parts.options.end();
   if (readOnly)
-    openReadOnly(locator, parts.path);
+    openReadOnly(locator);
   else
     open(locator);
   // A person at the command line would rather be told than wait for a lock.
@@ -194,7 +199,7 @@ void DbHost::open(const std::string& locator) {
 // The backend has no way to open a file for reading only, but the library behind it
 // takes a URI that does (https://www.sqlite.org/uri.html), where it was built so.
 // keepReadOnly() keeps nearly everything from being written where it was not.
-void DbHost::openReadOnly(const std::string& locator, const std::string& path) {
+void DbHost::openReadOnly(const std::string& locator) {
   const std::string uri = "sqlite3:" + escaped("file:" + escaped(path) + "?mode=ro");
   GDbDatabase* made = nullptr;
   if (GDbDatabase::openDatabase(uri.c_str(), &made) == GDbNoError)
@@ -224,16 +229,52 @@ void DbHost::checkOptions(const std::vector<std::string>& options) {
   }
 }
 
-// The backend takes a missing archive for an empty one.
+void DbHost::checkFile(const std::filesystem::path& file) const {
+  const std::string reason = whyUnreadable(file);
+  if (!reason.empty())
+    throw Failure(ExitCode::cannotOpen,
+                  shownName + ": " + gDbStrError(GDbCantOpenFile) + " (" + reason + ")");
+}
+
+// The backend takes an archive that it cannot read for an empty one.
 void DbHost::checkArchive(const std::string& directory, const std::vector<std::string>& options) {
-  constexpr std::string_view prefix = "zipfile=";
-  if (typeId != "csv" || !std::filesystem::is_directory(directory)) return;
+  constexpr std::string_view archive = "zipfile=";
+  constexpr std::string_view order = "order=";
+  std::error_code error;
+  if (typeId != "csv" || !std::filesystem::is_directory(directory, error)) return;
   for (const std::string& option : options) {
-    if (!option.starts_with(prefix)) continue;
-    const std::string file = option.substr(prefix.size());
-    if (!std::filesystem::is_regular_file(std::filesystem::path(directory) / file))
-      throw Failure(ExitCode::cannotOpen, shownName + ": there is no archive '" + file + "'");
+    if (option.starts_with(order)) readsFiles = option.find("files") != std::string::npos;
+    if (!option.starts_with(archive)) continue;
+    hasArchive = true;
+    const std::string name = option.substr(archive.size());
+    const std::filesystem::path file = std::filesystem::path(directory) / name;
+    if (!std::filesystem::exists(file, error))
+      throw Failure(ExitCode::cannotOpen, shownName + ": there is no archive '" + name + "'");
+    checkFile(file);
+    const LogKeeper log;
+    if (!GZipReader().open(file.string()))
+      throw Failure(ExitCode::damaged, shownName + ": '" + name +
+                                           "' is no archive that can be read" +
+                                           (log.text().empty() ? "" : " (" + log.text() + ")"));
   }
+}
+
+std::filesystem::path DbHost::fileOf(const std::string& table) const {
+  if (typeId == "csv" && readsFiles) return csvFileOf(path, table);
+  if (typeId == "xbase") return xbaseFileOf(path, table);
+  return {};
+}
+
+// The backends tell of such a file only that it is no table. Where there is an archive,
+// the table may be in it instead.
+void DbHost::checkTable(const std::string& table) const {
+  const std::filesystem::path file = fileOf(table);
+  std::error_code error;
+  if (hasArchive && std::filesystem::is_regular_file(file, error)) return;
+  const std::string reason = whyUnreadable(file);
+  if (!reason.empty())
+    throw Failure(ExitCode::cannotOpen,
+                  table + ": " + gDbStrError(GDbInvalidTableName) + " (" + reason + ")");
 }
 
 void DbHost::run(const std::string& statement) const {
@@ -258,7 +299,12 @@ std::vector<std::string> DbHost::tables() const {
   check(GDbCatalog::listTables(opened.get(), &listed), shownName);
   std::vector<std::string> names;
   names.reserve(listed.size());
-  for (const GDbCatalog::Table& entry : listed) names.push_back(entry.name);
+  for (const GDbCatalog::Table& entry : listed) {
+    // A directory or a pipe may have the name of a table.
+    std::error_code error;
+    const std::filesystem::path file = typeId == "csv" ? fileOf(entry.name) : "";
+    if (file.empty() || std::filesystem::is_regular_file(file, error)) names.push_back(entry.name);
+  }
   return names;
 }
 
@@ -285,6 +331,7 @@ std::vector<Column> DbHost::sqliteColumns(const std::string& name) const {
 }
 
 std::vector<Column> DbHost::columnsOf(const std::string& name) const {
+  checkTable(name);
   if (isSqlite()) {
     std::vector<Column> columns = sqliteColumns(name);
     if (!columns.empty()) return columns;
@@ -310,6 +357,7 @@ std::vector<Column> DbHost::columnsOf(const std::string& name) const {
 
 std::vector<Column> DbHost::columnsOf(const std::string& name, const std::string& list) const {
   if (list.empty()) return columnsOf(name);
+  checkTable(name);
   std::vector<Column> chosen = parseColumns(list);
   if (typeId == "csv") {
     for (Column& column : chosen)

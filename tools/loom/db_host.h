@@ -3,6 +3,7 @@
 #ifndef LOOM_DB_HOST_H
 #define LOOM_DB_HOST_H
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@ inline constexpr std::string_view locatorHelp =
     "options behind ?. Passwords are better kept in ~/.pgpass than typed here.";
 
 /// Throws Failure where a database or table cannot be opened. The database's own
-/// words stand behind ours in it.
+/// words stand behind ours in it, or the system's, where a file cannot be read.
 class DbHost {
  public:
   /// Opens the locator. A SQLite file must exist, unless `create` is set, and its
@@ -80,13 +81,19 @@ class DbHost {
  private:
   void checkOptions(const std::vector<std::string>& options);
   void open(const std::string& locator);
+  void checkFile(const std::filesystem::path& file) const;
   void checkArchive(const std::string& directory, const std::vector<std::string>& options);
-  void openReadOnly(const std::string& locator, const std::string& path);
+  [[nodiscard]] std::filesystem::path fileOf(const std::string& table) const;
+  void checkTable(const std::string& table) const;
+  void openReadOnly(const std::string& locator);
   void run(const std::string& statement) const;
   [[nodiscard]] std::vector<Column> sqliteColumns(const std::string& name) const;
 
   std::string shownName;
   std::string typeId;
+  std::string path;        // of the directory or file
+  bool readsFiles = true;  // whether tables are files of the directory
+  bool hasArchive = false;
   std::unique_ptr<GDbDatabase> opened;
   bool readOnly = false;
 };
