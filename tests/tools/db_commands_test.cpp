@@ -298,4 +298,60 @@ TEST_F(UnreadableFiles, AnArchiveListsItsTablesOrSaysWhyNot) {
   EXPECT_EQ(runLoom({"db", "tables", csv + "?zipfile=dir.csv"}).code, 3);
 }
 
+// loom db get by an index or key, and without one.
+class Lookup : public ::testing::Test {
+ protected:
+  Lookup() {
+    std::string lines;
+    for (int i = 0; i < 200; ++i)
+      lines += std::to_string(i) + ";name" + std::to_string(i % 50) + ";" + std::to_string(i % 7) +
+               ".5\n";
+    writeFile(folder + "/t.csv", lines);
+    for (const char* words :
+         {"csv:. t xbase:. --as x", "csv:. t tessel:s --index id:unique --index name"})
+      EXPECT_EQ(
+          shell("cd " + folder + " && loom db copy --columns id:int,name,price:float " + words).out,
+          "200 records\n");
+  }
+  // The records found, sorted.
+  std::string get(const std::string& words) {
+    const Ended found = shell("cd " + folder + " && loom db get " + words + " | sort -n");
+    return found.out + found.err;
+  }
+  const std::string folder = newFolder();
+  const std::string csv = "csv:. t --columns id:int,name:string,price:float ";
+};
+
+TEST_F(Lookup, FindsTheSameInEveryDatabase) {
+  for (const std::string& place : {csv, std::string("xbase:. x "), std::string("tessel:s t ")}) {
+    EXPECT_EQ(get(place + "id=17"), "17\tname17\t3.5\n") << place;
+    EXPECT_EQ(get(place + "name=name3"),
+              "3\tname3\t3.5\n53\tname3\t4.5\n103\tname3\t5.5\n153\tname3\t6.5\n")
+        << place;
+    EXPECT_EQ(get(place + "name=name3 price=5.5"), "103\tname3\t5.5\n") << place;
+    EXPECT_EQ(get(place + "price=2.5 id=9"), "9\tname9\t2.5\n") << place;
+    EXPECT_EQ(get(place + "id=2147483647"), "") << place;
+    EXPECT_EQ(get(place + "name=name"), "") << place;
+    EXPECT_EQ(get(place + "nam=x").find("loom: no such column: nam"), 0U) << place;
+    EXPECT_NE(get(place + "id=x").find("not a value of the column's type"), std::string::npos);
+  }
+  EXPECT_EQ(get("tessel:s t id=17 --columns price,name"), "3.5\tname17\n");
+}
+
+TEST_F(Lookup, AnIntegerAtTheEndOfTheRangeIsNotClamped) {
+  writeFile(folder + "/c.csv", "2147483647;a\n2147483648;b\n-2147483648;c\n-2147483649;d\n");
+  const std::string place = "csv:. c --columns id:int,name:string ";
+  EXPECT_EQ(get(place + "id=2147483647"), "2147483647\ta\n");
+  EXPECT_EQ(get(place + "id=2147483648"), "2147483648\tb\n");
+  EXPECT_EQ(get(place + "id=-2147483648"), "-2147483648\tc\n");
+  EXPECT_EQ(get(place + "name=d"), "-2147483649\td\n");
+}
+
+// The damaged line is told as a scan tells it.
+TEST_F(Lookup, ADamagedLineIsNamed) {
+  writeFile(folder + "/d.csv", "1;a\nx;b\n");
+  EXPECT_EQ(get("csv:. d --columns id:int,name:string id=2"),
+            "loom: d: row 2, column id: 'x' is no int\n");
+}
+
 }  // namespace

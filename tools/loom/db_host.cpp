@@ -2,7 +2,7 @@
 #include "db_host.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <limits>
 
 #include "command.h"
 #include "did_you_mean.h"
@@ -99,10 +99,17 @@ std::string escaped(const std::string& path) {
   return text;
 }
 
+bool sameName(const std::string& a, const std::string& b, bool anyCase) {
+  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 32) : c; };
+  return a == b || (anyCase && std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                                          [&](char x, char y) { return lower(x) == lower(y); }));
+}
+
 // The column of that name, as the database tells letters apart.
-std::size_t positionOf(const std::vector<Column>& columns, const std::string& name) {
-  const auto found = std::find_if(columns.begin(), columns.end(),
-                                  [&](const Column& column) { return column.name == name; });
+std::size_t positionOf(const std::vector<Column>& columns, const std::string& name, bool anyCase) {
+  const auto found = std::find_if(columns.begin(), columns.end(), [&](const Column& column) {
+    return sameName(column.name, name, anyCase);
+  });
   if (found != columns.end()) return static_cast<std::size_t>(found - columns.begin());
   std::vector<std::string> names;
   for (const Column& column : columns) names.push_back(column.name);
@@ -126,30 +133,68 @@ Cell valueFor(const Column& column, const DbHost::Match& match) {
                 "not a value of the column's type: " + match.column + "=" + match.value);
 }
 
-// The rows of another source that hold certain values.
+// The rows of another source that hold certain values, and some columns of them.
 class MatchingRows : public RowSource {
  public:
-  MatchingRows(std::unique_ptr<RowSource> all, std::vector<std::pair<std::size_t, Cell>> values)
-      : RowSource(all->name(), all->columns()), source(std::move(all)), wanted(std::move(values)) {}
+  MatchingRows(std::unique_ptr<RowSource> all, std::vector<Column> chosen,
+               DbHost::MatchedValues values)
+      : RowSource(all->name(), std::move(chosen)),
+        source(std::move(all)),
+        wanted(std::move(values)) {
+    for (const Column& column : fields)
+      positions.push_back(positionOf(source->columns(), column.name, false));
+  }
 
  protected:
   bool read(Row* row) override {
-    while (source->next(row))
-      if (matches(*row)) return true;
+    while (source->next(&whole)) {
+      if (!matches()) continue;
+      row->clear();
+      for (const std::size_t position : positions) row->push_back(whole[position]);
+      return true;
+    }
     return false;
   }
 
  private:
-  [[nodiscard]] bool matches(const Row& row) const {
+  [[nodiscard]] bool matches() const {
     return std::all_of(wanted.begin(), wanted.end(), [&](const auto& value) {
-      return row[value.first].index() == value.second.index() &&
-             cellText(row[value.first]) == cellText(value.second);
+      return whole[value.first].index() == value.second.index() &&
+             cellText(whole[value.first]) == cellText(value.second);
     });
   }
 
   std::unique_ptr<RowSource> source;
-  std::vector<std::pair<std::size_t, Cell>> wanted;
+  DbHost::MatchedValues wanted;
+  std::vector<std::size_t> positions;
+  Row whole;
 };
+
+// The backend of CSV files takes an integer beyond 32 bits for the largest one.
+bool isWithinInt(const Cell& cell) {
+  const auto* value = std::get_if<std::int64_t>(&cell);
+  return value != nullptr && *value > std::numeric_limits<int>::min() &&
+         *value < std::numeric_limits<int>::max();
+}
+
+// False for a value that no record can hold. The text of the value outlives the key.
+bool appendKey(int field, GDbFieldType type, const Cell& value, std::vector<GDbKey>* keys) {
+  const auto* integer = std::get_if<std::int64_t>(&value);
+  const auto* real = std::get_if<double>(&value);
+  const auto* text = std::get_if<std::string>(&value);
+  if (text != nullptr && text->find('\0') == std::string::npos)
+    keys->emplace_back(field, text->c_str());
+  else if (real != nullptr)
+    keys->emplace_back(field, *real);
+  else if (type == GDbFieldInt && isWithinInt(value))
+    keys->emplace_back(field, static_cast<int>(*integer));
+  else if (type == GDbFieldUInt && integer != nullptr && *integer >= 0 &&
+           *integer <= std::numeric_limits<unsigned>::max())
+    keys->emplace_back(field, static_cast<unsigned>(*integer));
+  else
+    return false;
+  return true;
+}
 
 }  // namespace
 
@@ -366,7 +411,7 @@ std::vector<Column> DbHost::columnsOf(const std::string& name, const std::string
   }
   const std::vector<Column> all = columnsOf(name);
   for (Column& column : chosen) {
-    const Column& found = all[positionOf(all, column.name)];
+    const Column& found = all[positionOf(all, column.name, ignoresCase())];
     if (column.type != GDbFieldNone && column.type != found.type)
       throw Failure(ExitCode::usage, "column " + column.name + " is " +
                                          std::string(typeName(found.type)) + ", not " +
@@ -404,9 +449,9 @@ std::unique_ptr<RowSource> DbHost::rows(const std::string& name, const std::stri
                                         const std::vector<Match>& matches) const {
   std::vector<Column> columns = columnsOf(name, list);
   const std::vector<Column> all = matches.empty() || typeId == "csv" ? columns : columnsOf(name);
-  std::vector<std::pair<std::size_t, Cell>> values;
+  MatchedValues values;
   for (const Match& match : matches) {
-    const std::size_t at = positionOf(all, match.column);
+    const std::size_t at = positionOf(all, match.column, ignoresCase());
     values.emplace_back(at, valueFor(all[at], match));
   }
   if (sql() != nullptr) {
@@ -422,24 +467,82 @@ std::unique_ptr<RowSource> DbHost::rows(const std::string& name, const std::stri
     require(query.exec(), name, query.getLastError());
     return rowsOfQuery(name, query, std::move(columns));
   }
-  std::unique_ptr<RowSource> source;
-  if (typeId == "csv") {
-    const GDbStructure structure = structureOf(columns, GDbFieldString);
-    GDbTable* made = nullptr;
-    check(opened->openTable(name, &structure, &made), name);
-    source = rowsOfTexts(std::unique_ptr<GDbTable>(made), std::move(columns));
-  } else {
-    std::unique_ptr<GDbTable> whole = table(name);
-    std::vector<int> positions;
-    for (const Column& column : columns) {
-      int id = -1;
-      check(whole->getFieldId(column.name.c_str(), &id), name);
-      positions.push_back(id);
-    }
-    source = rowsOfTable(std::move(whole), std::move(columns), std::move(positions));
+  if (values.empty()) return tableRows(name, std::move(columns));
+  std::unique_ptr<RowSource> found = lookedUp(name, all, values);
+  if (found == nullptr) found = tableRows(name, all);
+  return std::make_unique<MatchingRows>(std::move(found), std::move(columns), std::move(values));
+}
+
+// Field numbers of an opened table.
+std::vector<int> DbHost::positionsIn(GDbTable& table, const std::vector<Column>& columns) const {
+  std::vector<int> positions;
+  for (const Column& column : columns) {
+    int id = -1;
+    check(table.getFieldId(column.name.c_str(), &id), table.getName());
+    positions.push_back(id);
   }
-  if (values.empty()) return source;
-  return std::make_unique<MatchingRows>(std::move(source), std::move(values));
+  return positions;
+}
+
+std::unique_ptr<GDbTable> DbHost::openTable(const std::string& name,
+                                            const GDbStructure& structure) const {
+  GDbTable* made = nullptr;
+  check(opened->openTable(name, &structure, &made), name);
+  return std::unique_ptr<GDbTable>(made);
+}
+
+std::unique_ptr<RowSource> DbHost::tableRows(const std::string& name,
+                                             std::vector<Column> columns) const {
+  std::unique_ptr<GDbTable> whole =
+      typeId == "csv" ? openTable(name, structureOf(columns, GDbFieldString)) : table(name);
+  std::vector<int> positions = positionsIn(*whole, columns);
+  return rowsOfTable(std::move(whole), std::move(columns), std::move(positions));
+}
+
+// The structure with which the table can be looked up in, or nothing.
+std::optional<GDbStructure> DbHost::lookupStructure(const std::string& name,
+                                                    const std::vector<Column>& columns,
+                                                    const MatchedValues& values) const {
+  // In a CSV table the columns of the keys are opened as what they are, others as texts.
+  std::vector<GDbFieldType> types(columns.size(), GDbFieldString);
+  for (const auto& [at, value] : values) types[at] = columns[at].type;
+  GDbStructure structure;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    const GDbFieldType type = typeId == "csv" ? types[i] : columns[i].type;
+    structure.appendField(GDbField(columns[i].name, type, 0, 0, false, false));
+  }
+  if (typeId == "csv") {
+    const bool fits = std::all_of(values.begin(), values.end(), [&](const auto& value) {
+      const GDbFieldType type = types[value.first];
+      return type == GDbFieldString || (type == GDbFieldInt && isWithinInt(value.second));
+    });
+    return fits ? std::optional(structure) : std::nullopt;
+  }
+  GDbCatalog::Description description;
+  check(GDbCatalog::describeTable(opened.get(), name, &description), name);
+  // Of several records with one key, a unique index of an xBase table has the first.
+  for (const GDbIndex& index : description.structure.getIndices())
+    if (typeId != "xbase" || !index.isUnique()) structure.addIndex(index);
+  return structure;
+}
+
+// What a lookup by an index or a key finds, perhaps more than that; null where there is
+// no way to look these columns up.
+std::unique_ptr<RowSource> DbHost::lookedUp(const std::string& name,
+                                            const std::vector<Column>& columns,
+                                            const MatchedValues& values) const {
+  const std::optional<GDbStructure> structure = lookupStructure(name, columns, values);
+  GDbTable* made = nullptr;
+  if (!structure || opened->openTable(name, &*structure, &made) != GDbNoError) return nullptr;
+  const std::unique_ptr<GDbTable> table(made);
+  std::vector<int> positions = positionsIn(*table, columns);
+  std::vector<GDbKey> keys;
+  for (const auto& [at, value] : values)
+    if (!appendKey(positions[at], columns[at].type, value, &keys)) return nullptr;
+  auto records = std::make_unique<GDbRecordSet>();
+  if (table->lookupKeys(keys.data(), static_cast<int>(keys.size()), records.get()) != GDbNoError)
+    return nullptr;
+  return rowsOfRecords(name, std::move(records), columns, std::move(positions));
 }
 
 }  // namespace loom

@@ -5,7 +5,9 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "loomkit/db/database.h"
@@ -55,13 +57,17 @@ class DbHost {
   [[nodiscard]] std::unique_ptr<RowSource> rows(const std::string& name,
                                                 const std::string& list) const;
 
-  /// The rows whose columns hold the values.
+  /// The rows whose columns hold the values, by an index or a key where there is one
+  /// for these columns. Throws a usage Failure for a column that is not there.
   struct Match {
     std::string column;
     std::string value;
   };
   [[nodiscard]] std::unique_ptr<RowSource> rows(const std::string& name, const std::string& list,
                                                 const std::vector<Match>& matches) const;
+
+  /// Values that columns must have, by the number of the column.
+  using MatchedValues = std::vector<std::pair<std::size_t, Cell>>;
 
   /// Opens a table for its own operations, with all columns of a known type.
   [[nodiscard]] std::unique_ptr<GDbTable> table(const std::string& name) const;
@@ -79,12 +85,26 @@ class DbHost {
   void keepReadOnly() const;
 
  private:
+  // Whether names of columns are the same in any letter case.
+  [[nodiscard]] bool ignoresCase() const { return typeId == "xbase" || typeId == "tessel"; }
   void checkOptions(const std::vector<std::string>& options);
   void open(const std::string& locator);
   void checkFile(const std::filesystem::path& file) const;
   void checkArchive(const std::string& directory, const std::vector<std::string>& options);
   [[nodiscard]] std::filesystem::path fileOf(const std::string& table) const;
   void checkTable(const std::string& table) const;
+  [[nodiscard]] std::unique_ptr<GDbTable> openTable(const std::string& name,
+                                                    const GDbStructure& structure) const;
+  [[nodiscard]] std::vector<int> positionsIn(GDbTable& table,
+                                             const std::vector<Column>& columns) const;
+  [[nodiscard]] std::unique_ptr<RowSource> tableRows(const std::string& name,
+                                                     std::vector<Column> columns) const;
+  [[nodiscard]] std::optional<GDbStructure> lookupStructure(const std::string& name,
+                                                            const std::vector<Column>& columns,
+                                                            const MatchedValues& values) const;
+  [[nodiscard]] std::unique_ptr<RowSource> lookedUp(const std::string& name,
+                                                    const std::vector<Column>& columns,
+                                                    const MatchedValues& values) const;
   void openReadOnly(const std::string& locator);
   void run(const std::string& statement) const;
   [[nodiscard]] std::vector<Column> sqliteColumns(const std::string& name) const;

@@ -103,26 +103,49 @@ class QueryRows : public RowSource {
   std::vector<std::size_t> expected;  // the reader of each column
 };
 
+// Makes rows of records. A CSV table is opened with texts, which are read here, since
+// its backend keeps 32 bits of an integer.
+class RecordRows : public RowSource {
+ protected:
+  RecordRows(const std::string& itsName, std::vector<Column> itsColumns,
+             std::vector<int> itsPositions)
+      : RowSource(itsName, std::move(itsColumns)), positions(std::move(itsPositions)) {}
+
+  void take(const GDbRecord& record, Row* row) const {
+    const GDbTypedRow typed(record, nameless);
+    row->resize(fields.size());
+    for (std::size_t i = 0; i < fields.size(); ++i)
+      (*row)[i] = convert(cellOf(typed, positions[i]), fields[i]);
+  }
+
+ private:
+  [[nodiscard]] Cell convert(Cell cell, const Column& column) const {
+    const auto* text = std::get_if<std::string>(&cell);
+    if (text == nullptr || column.type == GDbFieldString) return cell;
+    Cell value;
+    if (readCell(*text, column.type, &value)) return value;
+    throw RowFailure(ExitCode::damaged, place(column.name) + ": '" + *text + "' is no " +
+                                            std::string(typeName(column.type)));
+  }
+
+  std::vector<int> positions;
+  const GDbStructure nameless;
+};
+
 // Walks over the records of a table.
-class TableRows : public RowSource {
+class TableRows : public RecordRows {
  public:
   TableRows(std::unique_ptr<GDbTable> itsTable, std::vector<Column> itsColumns,
             std::vector<int> itsPositions)
-      : RowSource(itsTable->getName(), std::move(itsColumns)),
-        table(std::move(itsTable)),
-        positions(std::move(itsPositions)) {}
+      : RecordRows(itsTable->getName(), std::move(itsColumns), std::move(itsPositions)),
+        table(std::move(itsTable)) {}
 
  protected:
   bool read(Row* row) override {
     if (!readRecord()) return false;
-    const GDbTypedRow record(*one.getRecord(0), nameless);
-    row->resize(fields.size());
-    for (std::size_t i = 0; i < fields.size(); ++i)
-      (*row)[i] = convert(cellOf(record, positions[i]), fields[i]);
+    take(*one.getRecord(0), row);
     return true;
   }
-
-  virtual Cell convert(Cell cell, const Column& /*column*/) { return cell; }
 
  private:
   // A record that is not what it must be ends nothing: the table has moved behind it.
@@ -137,32 +160,29 @@ class TableRows : public RowSource {
   }
 
   std::unique_ptr<GDbTable> table;
-  std::vector<int> positions;
   GDbRecordSet one;
-  const GDbStructure nameless;
   bool started = false;
 };
 
-// The backend of CSV files keeps 32 bits of an integer, so the texts are read here.
-class TextRows : public TableRows {
+// Walks over records that a lookup has found.
+class FoundRows : public RecordRows {
  public:
-  using TableRows::TableRows;
+  FoundRows(const std::string& itsName, std::unique_ptr<GDbRecordSet> itsRecords,
+            std::vector<Column> itsColumns, std::vector<int> itsPositions)
+      : RecordRows(itsName, std::move(itsColumns), std::move(itsPositions)),
+        records(std::move(itsRecords)) {}
 
  protected:
-  Cell convert(Cell cell, const Column& column) override {
-    const std::string& text = std::get<std::string>(cell);
-    Cell value;
-    if (readCell(text, column.type, &value)) return value;
-    throw RowFailure(ExitCode::damaged, place(column.name) + ": '" + text + "' is no " +
-                                            std::string(typeName(column.type)));
+  bool read(Row* row) override {
+    if (next == records->getNumRecords()) return false;
+    take(*records->getRecord(next++), row);
+    return true;
   }
-};
 
-std::vector<int> allPositions(std::size_t count) {
-  std::vector<int> positions;
-  for (std::size_t i = 0; i < count; ++i) positions.push_back(static_cast<int>(i));
-  return positions;
-}
+ private:
+  std::unique_ptr<GDbRecordSet> records;
+  unsigned next = 0;
+};
 
 }  // namespace
 
@@ -188,10 +208,11 @@ std::unique_ptr<RowSource> rowsOfTable(std::unique_ptr<GDbTable> table, std::vec
   return std::make_unique<TableRows>(std::move(table), std::move(columns), std::move(positions));
 }
 
-std::unique_ptr<RowSource> rowsOfTexts(std::unique_ptr<GDbTable> table,
-                                       std::vector<Column> columns) {
-  std::vector<int> positions = allPositions(columns.size());
-  return std::make_unique<TextRows>(std::move(table), std::move(columns), std::move(positions));
+std::unique_ptr<RowSource> rowsOfRecords(const std::string& name,
+                                         std::unique_ptr<GDbRecordSet> records,
+                                         std::vector<Column> columns, std::vector<int> positions) {
+  return std::make_unique<FoundRows>(name, std::move(records), std::move(columns),
+                                     std::move(positions));
 }
 
 bool readCell(const std::string& text, GDbFieldType type, Cell* cell) {

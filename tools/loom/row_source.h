@@ -14,6 +14,7 @@
 
 #include "cell.h"
 #include "command.h"
+#include "loomkit/db/record_set.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/table.h"
 
@@ -64,16 +65,18 @@ class RowSource {
                                                      const GSqlQuery& query,
                                                      std::vector<Column> columns);
 
-/// The records of a table, which it takes over. `positions` are the numbers of
-/// the table's fields that the columns are.
+/// The records of a table, which it takes over. `positions` are the numbers of the
+/// table's fields that the columns are. A text in a field is read as its column's type,
+/// for tables that are opened with texts.
 [[nodiscard]] std::unique_ptr<RowSource> rowsOfTable(std::unique_ptr<GDbTable> table,
                                                      std::vector<Column> columns,
                                                      std::vector<int> positions);
 
-/// The records of a table whose columns are all texts, read as the types of
-/// `columns`.
-[[nodiscard]] std::unique_ptr<RowSource> rowsOfTexts(std::unique_ptr<GDbTable> table,
-                                                     std::vector<Column> columns);
+/// The same of records that were looked up in the table `name`.
+[[nodiscard]] std::unique_ptr<RowSource> rowsOfRecords(const std::string& name,
+                                                       std::unique_ptr<GDbRecordSet> records,
+                                                       std::vector<Column> columns,
+                                                       std::vector<int> positions);
 
 /// The value that a text stands for in a column of `type`. False when it is none.
 [[nodiscard]] bool readCell(const std::string& text, GDbFieldType type, Cell* cell);
