@@ -34,7 +34,7 @@ void GDbRecordSet::addRecord(GDbRecord* record) {
   try {
     records.push_back(record);
   } catch (...) {
-    record->deleteRecord();  // it is ours already
+    record->deleteRecord();  // the set owns it, although it has no room for it
     throw;
   }
 }

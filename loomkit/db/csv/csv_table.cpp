@@ -63,7 +63,7 @@ GDbStatus GDbCSVTable::readLine(bool* found) {
   }
 }
 
-// Null at the end of the data.
+// Gives null at the end of the data.
 GDbStatus GDbCSVTable::readRecord(GDbRecord** record) {
   *record = nullptr;
   if (structure == nullptr) return GDbTableNotOpen;

@@ -99,8 +99,8 @@ std::int64_t PgValue::integer() const {
   }
 }
 
-// A float4 has the digits of a float: read as a double they would be another
-// number than the one that is stored.
+// The text of a float4 has only the digits that tell floats apart. Read as a double, it
+// would give another number than the one that is stored.
 double PgValue::number() const {
   const bool narrow = rowOf(type).form == Form::float4;
   if (!binary) return narrow ? double{fromText<float>(*this)} : fromText<double>(*this);

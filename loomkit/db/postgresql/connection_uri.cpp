@@ -13,8 +13,8 @@ namespace {
 
 constexpr std::string_view schemes[] = {"postgresql://", "postgres://"};
 
-// The query's parameters that may be shown; libpq knows no others but the two
-// passwords. What else stands there may be the rest of a password with a "&".
+// The parameters of a URI that may be shown. libpq knows these and two more, which are
+// passwords. Any other word may be the rest of a password that has a "&" in it.
 constexpr std::string_view shownParameters[] = {
     "application_name",
     "channel_binding",
@@ -74,7 +74,7 @@ std::size_t schemeLength(std::string_view locator) {
 // The user and the password in front of an authority.
 struct UserInfo {
   std::string_view text;  // without its "@"
-  bool plain = true;      // libpq ends it where it seems to end
+  bool plain = true;      // libpq sees its end at the same place
   std::size_t end = 0;    // behind its "@"
 };
 

@@ -64,7 +64,8 @@ constexpr FunctionEntry<LibpqApi> functions[] = {
 
 }  // namespace
 
-// Its name begins with "lib" on every system, also where others' do not.
+// The file is called libpq on every system, also where the names of libraries have no
+// "lib" in front.
 bool LibpqLibrary::load(const DsoCalls& calls) {
   if (!loaded)
     loaded =

@@ -10,8 +10,8 @@
 namespace loomkit {
 namespace {
 
-// So many rows that nobody wants are read before the server is asked to stop:
-// asking takes a connection of its own.
+// How many rows that nobody wants are read before the server is asked to stop. Asking
+// takes a connection of its own, so that a few rows are sooner read.
 constexpr int rowsToDiscard = 1000;
 
 std::string trimmed(std::string_view text) {
@@ -19,7 +19,7 @@ std::string trimmed(std::string_view text) {
   return std::string(text);
 }
 
-// libpq would print them.
+// Without this, libpq prints the server's notices to standard error.
 void logNotice(void* /*context*/, const char* text) { logLine(trimmed(text)); }
 
 bool isRow(const PgResult& result) {
@@ -36,7 +36,8 @@ void endCopy(pg_conn* connection, int status) {
 }  // namespace
 
 PgFailure PgConnection::open(const std::string& uri, const std::string& shownName) {
-  // Later entries win over the URI's own: texts are UTF-8 on the way.
+  // Entries behind the URI win over what it says itself, so that texts always travel in
+  // UTF-8.
   const char* const keywords[] = {"fallback_application_name", "dbname", "client_encoding",
                                   nullptr};
   const char* const values[] = {"loomkit", uri.c_str(), "UTF8", nullptr};
@@ -57,9 +58,9 @@ void PgConnection::close() {
 
 PgFailure PgConnection::ready() {
   if (connection == nullptr) return {GDbNotOpen};
-  // A server that has gone has left the end of its stream: better seen here than
-  // behind a statement of which nobody could tell whether it ran.
-  // The first call may find no more than the server's last words.
+  // When the server has gone, the end of its stream has arrived. It is looked for now,
+  // because once a statement is sent nobody can tell whether the server has run it. The
+  // first call may find only the server's last message, and the second one the end.
   if (currentReader != nullptr) currentReader->setAside();
   libpq().consumeInput(connection);
   libpq().consumeInput(connection);
@@ -96,8 +97,9 @@ void PgConnection::forgetStatement(const std::string& statementName, unsigned it
   if (connection != nullptr && itsGeneration == generationNo) obsolete.push_back(statementName);
 }
 
-// A failure to drop a statement would take an open transaction with it. The
-// number of pipelines that were sent.
+// Has the server drop the statements that nobody uses, and gives the number of pipelines
+// that were sent. Within a transaction nothing is dropped, since a failure of it would
+// make the whole transaction fail.
 int PgConnection::sendObsolete() {
   if (obsolete.empty() || transactionOpen) return 0;
   for (const std::string& statementName : obsolete)
@@ -118,7 +120,7 @@ PgFailure PgConnection::prepare(const std::string& text, std::string* statementN
   api.sendDescribePrepared(connection, statementName->c_str());
   api.pipelineSync(connection);
   PgFailure failure;
-  if (dropping != 0) readPipeline(dropping, nullptr, nullptr);  // what is gone already is well gone
+  if (dropping != 0) readPipeline(dropping, nullptr, nullptr);  // a statement may be gone already
   failure = readPipeline(1, description, nullptr);
   api.exitPipelineMode(connection);
   noteTransaction();
@@ -162,7 +164,7 @@ void PgConnection::cancelRunning() {
   pg_cancel* cancel = libpq().getCancel(connection);
   if (cancel == nullptr) return;
   char error[256];
-  libpq().cancel(cancel, error, sizeof error);  // in vain: all rows are read
+  libpq().cancel(cancel, error, sizeof error);  // when this fails, all rows are read
   libpq().freeCancel(cancel);
 }
 

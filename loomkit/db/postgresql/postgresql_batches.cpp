@@ -13,19 +13,20 @@ using loomkit::PgResult;
 
 namespace {
 
-// A batch is large enough for a server that is 1 ms away, and small enough that
-// neither side has much to keep.
+// The limits of a batch. It is large enough that waiting for a server 1 ms away hardly
+// counts, and small enough that neither side has much to keep in memory.
 constexpr unsigned executionsInBatch = 1000;
 constexpr std::size_t bytesInBatch = 1 << 20;
 
-// The first chunk tells how large the rows are; later ones come near the size.
+// The first chunk tells how large the rows are; the later ones have as many rows as
+// come near `bytesInChunk`.
 constexpr int rowsInFirstChunk = 32;
 constexpr int rowsInChunk = 4096;
 constexpr std::size_t bytesInChunk = 1 << 19;
 
 }  // namespace
 
-// What became of a batch.
+// How the execution of a batch went.
 struct GPostgresqlQueryData::Batch {
   unsigned sent = 0;
   unsigned executed = 0;           // before the first failure
@@ -46,7 +47,7 @@ PgFailure GPostgresqlQueryData::sendBatch(unsigned from, unsigned count,
   return {};
 }
 
-// Executes up to `count` times; the first failure.
+// Executes up to `count` times and gives the first failure.
 PgFailure GPostgresqlQueryData::execBatch(unsigned from, unsigned count,
                                           const std::function<GDbStatus(unsigned)>& bindTime,
                                           Batch* batch) {
@@ -62,8 +63,9 @@ PgFailure GPostgresqlQueryData::execBatch(unsigned from, unsigned count,
 }
 
 // Outside of a transaction the server keeps all of a batch or nothing. So when
-// one fails, those before it are sent again. A failure that none of them has
-// caused alone, of a deferred constraint, comes out when each is sent by itself.
+// an execution fails, those before it are sent again. A deferred constraint fails at the
+// end of a batch and does not tell which execution is the reason; it does when each is
+// sent by itself.
 GDbStatus GPostgresqlQueryData::execMany(unsigned count,
                                          const std::function<GDbStatus(unsigned)>& bindTime) {
   stop();

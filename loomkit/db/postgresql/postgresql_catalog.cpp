@@ -21,15 +21,15 @@ constexpr const char* listStatement =
     " AND n.nspname NOT IN ('pg_catalog', 'information_schema', 'crdb_internal')"
     " AND n.nspname NOT LIKE 'pg\\_toast%' AND n.nspname NOT LIKE 'pg\\_temp\\_%'";
 
-// A table that the search path shows comes before any other. The oid is told as
-// a number of 64 bits, as it has no sign.
+// Without a schema, only tables that the search path shows are found. An oid is an
+// unsigned number of 32 bits, so it is asked for as one of 64 bits.
 constexpr const char* findStatement =
     "SELECT c.oid::int8"
     " FROM pg_catalog.pg_class c JOIN pg_catalog.pg_namespace n ON n.oid = c.relnamespace"
     " WHERE c.relkind IN ('r', 'p', 'f', 'v', 'm') AND c.relname = ?"
     " AND (n.nspname = ? OR (? = '' AND pg_table_is_visible(c.oid)))";
 
-// A domain stands for the type that it is over.
+// A column whose type is a domain is read as the type below the domain.
 constexpr const char* columnsStatement =
     "SELECT a.attname::text,"
     " (CASE WHEN t.typtype = 'd' THEN t.typbasetype ELSE a.atttypid END)::int8,"
@@ -41,7 +41,8 @@ constexpr const char* columnsStatement =
     " WHERE a.attrelid = CAST(CAST(? AS int8) AS oid) AND a.attnum > 0 AND NOT a.attisdropped"
     " ORDER BY a.attnum";
 
-// A row for each column of each index; the lowest bit of an option: descending.
+// Gives a row for each column of each index. The lowest bit of a column's option says
+// that it is descending.
 constexpr const char* indexesStatement =
     "SELECT c.relname::text, a.attname::text, i.indisunique::int,"
     " (i.indoption[k.place - 1] & 1)::int"
@@ -62,10 +63,10 @@ GDbStatus findTable(GPostgresqlDatabase* database, const PgTableName& name,
   return forEachRow(&query, [&](GSqlQuery& row) { return row.getInt64(0, &oid->emplace()); });
 }
 
-// Characters of a text, -1 without a bound; digits behind the point.
+// Stores the width and the decimal digits of a column, as GDbField has them.
 void sizesOf(GDbFieldType type, const std::string& declared, int modifier, int* width,
              int* decDigits) {
-  constexpr int header = 4;  // a modifier counts it in
+  constexpr int header = 4;  // a modifier is larger by it
   *width = type == GDbFieldString ? -1 : 0;
   *decDigits = type == GDbFieldFloat ? -1 : 0;
   if (modifier < header) return;

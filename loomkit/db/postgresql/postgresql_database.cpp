@@ -14,7 +14,8 @@ using loomkit::PgFailure;
 
 namespace {
 
-// From 150004 to the three fields of a driver's version.
+// libpq's number of a version, such as 150004 for 15.4, in the form of
+// getDriverVersion().
 unsigned packedVersion(int version) {
   const auto number = static_cast<unsigned>(version);
   return number / 10000 << 20 | number % 10000 << 10;
@@ -108,7 +109,8 @@ GDbStatus GPostgresqlDatabase::endTransaction(bool commit) {
   std::string command;
   const PgFailure failure = server->execute(commit ? "COMMIT" : "ROLLBACK", &command);
   if (failure) return report(failure);
-  // The server does as it must and calls it a success.
+  // The server ends a failed transaction by rolling it back, and calls the COMMIT a
+  // success.
   if (commit && command == "ROLLBACK")
     return report(
         {GDbSqlError, "a statement had failed; the transaction was rolled back", "25P02"});

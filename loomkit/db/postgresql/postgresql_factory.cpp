@@ -22,8 +22,8 @@ bool isPortList(std::string_view ports) {
                      [](char c) { return c == ',' || (c >= '0' && c <= '9'); });
 }
 
-// Whether libpq can read the URI, and reads as password what stands there as
-// one. Its own words would quote the URI, so they are not asked for.
+// Whether libpq can read the URI, and takes the same part of it for the password as we
+// do. libpq's reason is not asked for, as it would quote the URI with its password.
 bool isReadable(const std::string& uri) {
   if (!loomkit::hasPlainUser(uri)) return false;
   const std::unique_ptr<loomkit::PgOption, void (*)(loomkit::PgOption*)> options(

@@ -65,7 +65,7 @@ GDbStatus GPostgresqlQueryData::prepare() {
   return failure ? owner()->report(failure) : prepareReady();
 }
 
-// On a connection that is ready.
+// Prepares the statement on a connection that is ready.
 GDbStatus GPostgresqlQueryData::prepareReady() {
   if (isPrepared()) return GDbNoError;
   const loomkit::HulText text = loomkit::toUtf8(getStatement().c_str(), -1, nullptr,
@@ -166,7 +166,7 @@ GDbStatus GPostgresqlQueryData::exec() {
   return take(connection().result());
 }
 
-// The first answer to the statement.
+// Takes the server's first answer to the statement.
 GDbStatus GPostgresqlQueryData::take(PgResult result) {
   const PgFailure failure = connection().failureOf(result.get());
   if (failure) return failAndStop(failure);
@@ -198,7 +198,8 @@ GDbStatus GPostgresqlQueryData::failAndStop(const PgFailure& failure) {
   return owner()->report(kept);
 }
 
-// A statement that is wrong in itself says so first.
+// A query that was not executed fails. When its statement cannot even be prepared, that
+// is the reason to tell.
 GDbStatus GPostgresqlQueryData::failInactive() {
   const GDbStatus status = prepare();
   return status != GDbNoError ? status : fail(GDbQueryNotActive);
@@ -222,7 +223,7 @@ GDbStatus GPostgresqlQueryData::next() {
   return GDbNoError;
 }
 
-// Replaces rows that are used up by those behind them; null or empty at the end.
+// Puts the next rows into `rows`, which is null or empty behind the last one.
 PgFailure GPostgresqlQueryData::moreRows() {
   if (reading) {
     rows = connection().result();
@@ -270,7 +271,8 @@ GDbStatus GPostgresqlQueryData::seek(int position, bool relative) {
   return status != GDbNoError || valid ? status : fail(GDbUnknownError);
 }
 
-// Another statement needs the connection. The current row stays where it is.
+// Called when another statement needs the connection: the rows that are left are taken
+// into memory. The current row stays where it is.
 void GPostgresqlQueryData::setAside() {
   laterRows.reset(libpq().copyResult(rows.get(), loomkit::pgCopyColumns));
   int count = 0;
@@ -290,7 +292,7 @@ void GPostgresqlQueryData::setAside() {
   endReading();
 }
 
-// The connection is free again.
+// Reads the answer to its end, so that the connection is free for other statements.
 void GPostgresqlQueryData::endReading() {
   if (!reading) return;
   reading = false;
@@ -298,7 +300,7 @@ void GPostgresqlQueryData::endReading() {
   connection().finish();
 }
 
-// Back to inactive.
+// Makes the query inactive.
 void GPostgresqlQueryData::stop() {
   clearRecord();
   if (reading) connection().discardRows();

@@ -16,7 +16,7 @@ using loomkit::PgTableName;
 
 namespace {
 
-// An unsigned integer needs more than the 32 bits with a sign of "integer".
+// An unsigned integer needs "bigint", because "integer" has 32 bits with a sign.
 const char* sqlTypeName(GDbFieldType type) {
   switch (type) {
     case GDbFieldInt:
@@ -95,7 +95,8 @@ void GPostgresqlDatabase::createIndexes(const std::string& table, const GDbStruc
     createIndex(table, column + "_idx", false, quoteName(column));
 }
 
-// Within a transaction a savepoint keeps a failure from taking the table along.
+// Within a transaction, a failed statement makes all later ones fail, also the making of
+// the table. A savepoint around each index prevents that.
 void GPostgresqlDatabase::createIndex(const std::string& table, const std::string& suffix,
                                       bool unique, const std::string& columns) {
   const PgTableName owner = PgTableName::of(table);

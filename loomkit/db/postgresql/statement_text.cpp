@@ -11,7 +11,7 @@
 namespace loomkit {
 namespace {
 
-// Bytes above ASCII are letters, as the server has it.
+// The server counts all bytes above ASCII as letters.
 bool isNameStart(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
          (static_cast<unsigned char>(c) & 0x80) != 0;
@@ -62,7 +62,8 @@ std::size_t dollarEnd(std::string_view text, std::size_t pos) {
   return close == std::string_view::npos ? text.size() : close + mark.size();
 }
 
-// A name may contain dollar signs, and one that is just "e" escapes a string.
+// Where the name ends that begins at `pos`. It may contain dollar signs. The name "e"
+// directly in front of a quote belongs to a string with backslash escapes.
 std::size_t nameEnd(std::string_view text, std::size_t pos, bool backslashes) {
   std::size_t end = pos;
   while (end < text.size() && (isNamePart(text[end]) || text[end] == '$')) ++end;
@@ -72,7 +73,8 @@ std::size_t nameEnd(std::string_view text, std::size_t pos, bool backslashes) {
   return end;
 }
 
-// Where the piece ends that begins at `pos`. A question mark is a piece.
+// Where the piece ends that begins at `pos`: a string, a name, a comment, or a single
+// character.
 std::size_t pieceEnd(std::string_view text, std::size_t pos, bool backslashes) {
   const char c = text[pos];
   const char next = pos + 1 < text.size() ? text[pos + 1] : '\0';

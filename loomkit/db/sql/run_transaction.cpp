@@ -24,7 +24,7 @@ class OpenTransaction {
   GSqlDatabase* database;
 };
 
-// One attempt; what the database said of its failure goes to `*error`.
+// Makes one attempt. What the database has said of a failure goes to `*error`.
 GDbStatus runOnce(GSqlDatabase* database, const std::function<GDbStatus()>& work,
                   GSqlError* error) {
   GDbStatus status = database->beginTransaction(GSqlDatabase::defaultTransactionMode);

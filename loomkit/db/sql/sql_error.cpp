@@ -28,7 +28,7 @@ GSqlError::GSqlError(GDbStatus status, const std::string& databaseText)
 GSqlError::GSqlError(GDbStatus status, const std::string& databaseText, const std::string& sqlState)
     : block(new Block{1, status, {}, databaseText, sqlState}) {}
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the reference comes first
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the reference to it is counted first
 GSqlError& GSqlError::operator=(const GSqlError& other) {
   Block* const taken = other.block;  // `other` may be this object
   if (taken != nullptr) ++taken->refCount;

@@ -8,7 +8,8 @@
 namespace loomkit {
 namespace {
 
-// Objects are aligned, so the four low bits say nothing: rotate them away.
+// The four low bits of an aligned object's address are always 0, so they are rotated to
+// the other end.
 std::uintptr_t hashOf(const GSqlQueryData* query) {
   constexpr unsigned bits = sizeof(std::uintptr_t) * CHAR_BIT;
   const auto value = reinterpret_cast<std::uintptr_t>(query);

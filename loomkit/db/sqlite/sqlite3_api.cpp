@@ -40,10 +40,10 @@ constexpr FunctionEntry<Sqlite3Api> requiredSymbols[] = {
     functionEntry<&Sqlite3Api::libversion_number>("sqlite3_libversion_number"),
 };
 
-// Deliberately the two-argument function under a four-argument type comes first: it
-// ignores the flags, so a database opens the same way whatever the locator's options
-// say. Hosts rely on "readonly" locators that create their file. Only extensions of
-// the SQL layer ask for the others, so nothing else fails without them.
+// The first entry is deliberate: it is the opening function with two parameters under a
+// type with four. It ignores the flags, so a database opens the same way whatever the
+// locator's options say, and hosts rely on "readonly" locators that create their file.
+// The other functions only describe statements, which nothing else depends on.
 constexpr FunctionEntry<Sqlite3Api> optionalSymbols[] = {
     functionEntry<&Sqlite3Api::openWithFlags>("sqlite3_open"),
     functionEntry<&Sqlite3Api::column_name>("sqlite3_column_name"),

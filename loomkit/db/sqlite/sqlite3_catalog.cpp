@@ -15,8 +15,8 @@ std::string quotedName(std::string name) {
   return '"' + name + '"';
 }
 
-// forEachRow() of each_row.h, for a statement. A pragma that has nothing to say is a statement
-// without a result.
+// forEachRow() of each_row.h, for a statement. A pragma that has nothing to say is a
+// statement without a result.
 template <typename Use>
 GDbStatus forEachRow(GSqlDatabase* database, const std::string& statement, Use use) {
   GSqlQuery query(database, statement);

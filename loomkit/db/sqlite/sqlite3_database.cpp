@@ -26,7 +26,7 @@ sqlite3_stmt* stmtOf(GSqlQueryData* query) { return dataOf(query)->getHandle(); 
 // SQLite counts parameters from 1, and refuses 0.
 int parameterOf(int index) { return index < INT_MAX ? index + 1 : 0; }
 
-// The mark for data that SQLite copies, or the one for data that stay valid.
+// What tells SQLite to copy the data of a blob, or that they stay valid.
 loomkit::SqliteDestructor blobMark(bool copy) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): SQLite's own value for it
   return copy ? reinterpret_cast<loomkit::SqliteDestructor>(std::intptr_t{-1}) : nullptr;

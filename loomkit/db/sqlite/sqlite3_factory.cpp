@@ -32,8 +32,9 @@ int openFlags(const std::vector<std::string>& options) {
   return flags;
 }
 
-// Stores the result code of the opening call in `*code`. Without the optional
-// function the library would create a missing file, so that is tested here.
+// Stores the result code of the opening call in `*code`. The function without flags
+// creates a missing file, so that its existence is tested here, unless the options say
+// "create".
 GDbStatus openConnection(const std::string& path, int flags, sqlite3** db, int* code) {
   std::string logText = "Failed to convert path of Sqlite3 database (%1) to UTF-8: %2";
   logText << path;

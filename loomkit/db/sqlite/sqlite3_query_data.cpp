@@ -212,7 +212,7 @@ GDbStatus GSqlite3QueryData::checkColumn(int column, int storageClass) {
   return stored == storageClass ? GDbNoError : fail(GDbFieldTypeMismatch);
 }
 
-// The first reason why there is no current row to make a record of.
+// Gives the reason why there is no current row to make a record of, or 0.
 GDbStatus GSqlite3QueryData::checkRecord() const {
   const GDbStatus status = checkMove();
   if (status != GDbNoError) return status;

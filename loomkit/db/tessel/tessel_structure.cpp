@@ -12,7 +12,7 @@ namespace loomkit {
 namespace {
 
 constexpr int anyStorage = 0;
-// A width that depends on the field's own length.
+// Stands for the width of a text whose field tells its own length.
 constexpr int fixedTextWidth = -2;
 
 // How a field is presented. The first row that fits decides.
@@ -42,7 +42,7 @@ Presentation presentationOf(const TslField& field) {
   for (const Presentation& row : presentations)
     if (row.type == field.type && (row.storage == anyStorage || row.storage == field.storage))
       return row;
-  // The store contradicts itself.
+  // The store has a field of integers in a form that it does not have by its own rules.
   if (field.type == TslTypeSigned || field.type == TslTypeUnsigned) std::abort();
   return {field.type, anyStorage, GDbFieldNone, 0, 0};
 }

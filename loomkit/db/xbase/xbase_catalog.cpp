@@ -35,7 +35,8 @@ std::string columnsOf(const xbase::Tag& tag) {
       part = part.substr(prefixLength, part.find(',') - prefixLength);
   }
   const std::string columns = gJoin(",", parts);
-  // What the backend would generate from these columns tells whether they are.
+  // The backend makes an expression of these columns. When it is not that of the tag,
+  // the tag does not join columns.
   const GDbXBaseIndex index(GDbIndex(tag.name, columns, tag.unique, tag.descending),
                             *tag.index->data);
   const bool same = index.isValid() && index.getExpression() == xbase::tagExpression(tag);
@@ -59,7 +60,7 @@ void describeIndexes(const xbase::IndexFile& file, GDbCatalog::Description* desc
   }
 }
 
-// Opens the files for a look, since nobody has them open.
+// Opens the files of a table that nobody has open, describes it, and closes them.
 GDbStatus describeFiles(const GDbXBaseDirectory& directory, const std::string& upperName,
                         GDbCatalog::Description* description) {
   xbase::Engine& engine = gDbXBaseEngine();

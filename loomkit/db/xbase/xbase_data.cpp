@@ -20,7 +20,7 @@ namespace {
 
 void reportError(const std::string& text) { gOutput->error(gDataSysName, text.c_str()); }
 
-// Opens files for reading only while it lives, if so.
+// While the object lives, the engine opens files for reading only if `readOnly` is true.
 class ReadOnlySwitch {
  public:
   explicit ReadOnlySwitch(bool readOnly) { gDbXBaseEngine().readOnly = readOnly; }
@@ -123,7 +123,8 @@ GDbStatus GDbXBaseData::collectIndexes(const std::vector<GDbIndex>& wanted,
   return GDbNoError;
 }
 
-// An index file is expendable: one that cannot be opened goes.
+// The records are all in the table, and an index file can be made from them again. So
+// one that cannot be opened is deleted.
 void GDbXBaseData::openIndexFile() {
   const std::string path = directory->pathOf(indexFileName());
   if (path.empty()) return;
@@ -165,7 +166,7 @@ GDbStatus GDbXBaseData::deleteIndexFile() {
   return directory->removeFile(indexFileName()) ? GDbNoError : GDbCantDeleteIndex;
 }
 
-// The indexes that the table has already survive.
+// The new file has the wanted indexes and those that the table has already.
 GDbStatus GDbXBaseData::rebuildIndexFile(GDbXBaseIndexes wanted) {
   if (indexFile != nullptr) xbase::closeIndex(*indexFile);
   indexFile = nullptr;

@@ -47,7 +47,7 @@ GDbStatus describeFields(const GDbStructure& structure,
   for (const GDbField& field : structure.getFields()) {
     const char letter = letterOf(field.getType());
     if (letter == '\0') return GDbInvalidArgument;
-    // A negative width is none, and the engine refuses what it becomes.
+    // A negative width becomes a very large one here, which the engine refuses.
     fields->push_back({field.getName(), letter, static_cast<unsigned>(field.getWidth()),
                        static_cast<unsigned>(field.getDecDigits())});
   }

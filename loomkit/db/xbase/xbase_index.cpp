@@ -30,7 +30,7 @@ std::string columnExpression(const std::string& name, const Field& field) {
   return text;
 }
 
-// A name that is none ends the list.
+// The list ends at the first part of which no name is left.
 std::vector<std::string> normalizedColumns(const std::string& columns) {
   std::vector<std::string> parts;
   gSplit(columns, ",", &parts);

@@ -34,7 +34,8 @@ void copyText(std::string_view text, char* out) {
     std::replace(out, out + text.size(), '\0', ' ');
 }
 
-// A number's text, NUL-terminated for the readers.
+// Copies the text of a number into the buffer with a NUL behind it, which the parsers
+// of numbers need.
 constexpr std::size_t longestNumberText = 256;
 
 const char* terminated(std::string_view text, char (&buffer)[longestNumberText]) {
@@ -75,8 +76,7 @@ std::string readMemo(xbase::DataFile& data, std::size_t field) {
   return {};
 }
 
-// More bytes than any text becomes that is converted from one code set to
-// another.
+// No code set needs more than this many bytes for a character of another one.
 constexpr std::size_t widestCharacter = 8;
 
 constexpr std::size_t numberSize = sizeof(double);
@@ -95,7 +95,8 @@ void putNumber(const xbase::DataFile& data, std::size_t field, GDbFieldType type
   if (type == GDbFieldFloat) {
     new (out) double(gParseCDouble(terminated(bytes, buffer), static_cast<const char**>(nullptr)));
   } else if (readShortInteger(bytes, &number)) {
-    // The same bits for both kinds: a sign negates an unsigned number too.
+    // Signed and unsigned fields get the same bits, since a minus sign negates an
+    // unsigned number, too.
     new (out) std::int32_t(number);
   } else if (type == GDbFieldUInt) {
     new (out) std::uint32_t(parseUnsignedLong32(terminated(bytes, buffer), nullptr, base));
@@ -137,7 +138,7 @@ bool XBaseRecordMaker::prepareText(xbase::DataFile& data, std::size_t field,
     const std::size_t room = raw.size() * widestCharacter;
     if (convertText(decoder, raw, room, &text) != Conversion::done) return false;
   }
-  if (converted.capacity() == 0) converted.reserve(types.size());  // so that the views hold
+  if (converted.capacity() == 0) converted.reserve(types.size());  // a move would end the views
   converted.push_back(std::move(text));
   texts[field] = converted.back();
   return true;

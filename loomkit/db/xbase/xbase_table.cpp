@@ -24,14 +24,14 @@ namespace {
 
 constexpr std::uint32_t unknownRecord = 0xFFFFFFFF;
 
-// Reports what no caller can do anything about.
+// Reports a failure of the engine that has no status of its own.
 GDbStatus unexpected(const std::string& what, int code) {
   const std::string text = "Unexpected error: " + what + ": XBase error " + std::to_string(code);
   gOutput->error(gDataSysName, text.c_str());
   return GDbUnknownError;
 }
 
-// The status of a change that was not done.
+// The status for the code with which the engine has ended a change.
 GDbStatus changeStatus(int code, const std::string& what) {
   if (code == xbase::ok) return GDbNoError;
   if (code == xbase::locked) return GDbLockFailed;
@@ -39,7 +39,7 @@ GDbStatus changeStatus(int code, const std::string& what) {
   return unexpected(what, code);
 }
 
-// Whether the keys can be looked at.
+// Whether no key is a null pointer, nor holds one as its text.
 bool areKeys(const GDbKey* keys, int count) {
   if (keys == nullptr) return count < 1;
   return std::none_of(keys, keys + std::max(count, 0), [](const GDbKey& key) {
@@ -135,7 +135,7 @@ void assignField(xbase::DataFile& file, std::size_t field, const GDbRecord& reco
       assignDate(file, field, record);
       break;
     case 'L':
-      // Both kinds of integer have the same zero.
+      // The field may be signed or unsigned: both have the same bits for zero.
       xbase::assignChar(file, field, record.getUIntField(id) != 0 ? 'T' : 'F');
       break;
     default:
