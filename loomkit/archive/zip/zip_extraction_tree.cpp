@@ -26,24 +26,42 @@ ExtractionTree::Entered ExtractionTree::enter(const std::string& path,
                      path[currentPath.size()] == '/' &&
                      path.compare(0, currentPath.size(), currentPath) == 0;
   std::size_t begin = below ? currentPath.size() + 1 : 0;
-  if (!below) currentPath.clear();
+  if (!below) {
+    leaveCurrent();
+    if (auto open = others.extract(path); open) {
+      current = std::move(open.mapped());
+      currentPath = path;
+      return Entered::yes;
+    }
+  }
+  const platform::DirectoryHandle* parent = below ? &current : &top;
   while (begin < path.size()) {
     const std::size_t end = std::min(path.find('/', begin), path.size());
-    const Entered entered = step(path.substr(0, end), path.substr(begin, end - begin), trouble);
+    const Entered entered =
+        step(*parent, path.substr(0, end), path.substr(begin, end - begin), trouble);
     if (entered != Entered::yes) {
       currentPath.clear();
       return entered;
     }
+    parent = &current;
     begin = end + 1;
   }
   return Entered::yes;
 }
 
-// Goes on to one directory of the current one. A directory keeps its owner's rights until
+// Puts the current directory with the others. When there are too many, all of them are closed:
+// that costs little each time, and nothing has to be kept in the order of use.
+void ExtractionTree::leaveCurrent() {
+  if (currentPath.empty()) return;
+  if (others.size() >= mostOpen) others.clear();
+  others.insert_or_assign(std::exchange(currentPath, {}), std::exchange(current, {}));
+}
+
+// Goes on to one directory of another. A directory keeps its owner's rights until
 // finish(), so that files can be written into it.
-ExtractionTree::Entered ExtractionTree::step(const std::string& path, const std::string& name,
+ExtractionTree::Entered ExtractionTree::step(const platform::DirectoryHandle& parent,
+                                             const std::string& path, const std::string& name,
                                              std::string* trouble) {
-  const platform::DirectoryHandle& parent = currentPath.empty() ? top : current;
   const GZipMember* member = extractionPlan.directoryAt(path);
   const bool knowsMode = member != nullptr && member->mode != 0;
   const unsigned mode = knowsMode ? (member->mode & allRights) | ownersRights : allRights;

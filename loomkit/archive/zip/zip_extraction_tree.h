@@ -4,7 +4,9 @@
 #ifndef LOOMKIT_ARCHIVE_ZIP_ZIP_EXTRACTION_TREE_H
 #define LOOMKIT_ARCHIVE_ZIP_ZIP_EXTRACTION_TREE_H
 
+#include <cstddef>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "loomkit/archive/zip/zip_extraction_plan.h"
@@ -13,8 +15,8 @@
 namespace loomkit::zip {
 
 /// Opens and makes the directories below one directory, never through a link. It holds
-/// two of them open: the top, and the one that was asked for last, because members of
-/// one directory mostly follow each other.
+/// the top open and those that were asked for lately, because members of one directory
+/// mostly follow each other, or alternate with those of a few others.
 class ExtractionTree {
  public:
   /// The directory is made when the first file needs it. The plan tells the rights and times of
@@ -38,13 +40,19 @@ class ExtractionTree {
   bool sync() const { return !top.isOpen() || top.sync(); }
 
  private:
-  Entered step(const std::string& path, const std::string& name, std::string* trouble);
+  Entered step(const platform::DirectoryHandle& parent, const std::string& path,
+               const std::string& name, std::string* trouble);
+  void leaveCurrent();
+
+  // Far fewer than the descriptors that a process may have.
+  static constexpr std::size_t mostOpen = 64;
 
   std::string topPath;
   const ExtractionPlan& extractionPlan;
   platform::DirectoryHandle top;
   platform::DirectoryHandle current;
-  std::string currentPath;  // empty: nothing but the top is open
+  std::string currentPath;                                            // empty: none is
+  std::unordered_map<std::string, platform::DirectoryHandle> others;  // by path
   std::vector<std::string> made;
 };
 
