@@ -8,6 +8,7 @@
 
 #include "loomkit/platform/files.h"
 #include "loomkit/platform/platform.h"
+#include "loomkit/platform/shared_stream.h"
 #include "loomkit/streams/directory.h"
 #include "loomkit/text/char_class.h"
 #include "loomkit/text/gi_string.h"
@@ -19,16 +20,21 @@ namespace platform = loomkit::platform;
 
 namespace {
 
+std::ios_base::openmode modeOf(bool binary) {
+  return binary ? std::ios_base::binary : std::ios_base::openmode{};
+}
+
 // The opened stream, or null when it has failed.
 template <class Stream>
-std::unique_ptr<Stream> openStream(const std::string& path, std::ios_base::openmode mode,
-                                   bool binary) {
-  if (binary) mode |= std::ios_base::binary;
-  auto stream = std::make_unique<Stream>(platform::streamPath(path), mode);
+std::unique_ptr<Stream> unlessFailed(std::unique_ptr<Stream> stream, bool binary) {
   if (stream->fail()) return nullptr;
   if (!binary) stream->imbue(std::locale::classic());
   return stream;
 }
+
+static_assert(GFile::denyRead == int{platform::denyReading} &&
+              GFile::denyWrite == int{platform::denyWriting} &&
+              GFile::denyDelete == int{platform::denyDeletion});
 
 void logRealPathFailure(const std::string& nativeName, bool withError) {
   std::string text = "can't get real path of " + nativeName;
@@ -63,11 +69,14 @@ const std::string& GFile::getName() const { return name; }
 std::istream* GFile::getInStream(bool binary) {
   // Some systems open a directory, and fail only at the first read.
   if (platform::isDirectory(nativeName)) return nullptr;
-  return openStream<std::ifstream>(nativeName, std::ios_base::in, binary).release();
+  const std::ios_base::openmode mode = std::ios_base::in | modeOf(binary);
+  return unlessFailed(platform::openShared(nativeName, mode, shareFlags), binary).release();
 }
 
 std::ostream* GFile::getOutStream(bool binary) {
-  return openStream<std::ofstream>(nativeName, std::ios_base::out, binary).release();
+  const std::ios_base::openmode mode = std::ios_base::out | modeOf(binary);
+  auto stream = std::make_unique<std::ofstream>(platform::streamPath(nativeName), mode);
+  return unlessFailed(std::move(stream), binary).release();
 }
 
 bool GFile::exists() { return platform::access(nativeName, platform::Access::Exists); }
