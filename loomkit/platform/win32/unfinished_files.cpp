@@ -38,9 +38,10 @@ UnfinishedFile remember(const std::string& path) noexcept {
 
 OwnedHandle openUnfinished(const std::string& path, UnfinishedFile* file) {
   const Locked held;
-  // Shared for deletion, so that deleteUnfinished() can have it while it is written.
-  OwnedHandle made(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE,
-                                 nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  // Shared for deletion, so that deleteUnfinished() can have it while it is written, and
+  // not for reading: nobody is to see it before it has the rights of its model.
+  OwnedHandle made(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
+                                 CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
   const KeepLastError reason;
   if (made.isOpen()) *file = remember(path);
   return made;

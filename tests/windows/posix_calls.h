@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+// What the tests call of POSIX and Windows has by other names. Included before every
+// source of a test program that is built for Windows.
+#ifndef LOOMKIT_TESTS_WINDOWS_POSIX_CALLS_H
+#define LOOMKIT_TESTS_WINDOWS_POSIX_CALLS_H
+
+#include <direct.h>
+#include <malloc.h>
+#include <process.h>
+#include <stdlib.h>
+
+#include <atomic>
+#include <string>
+
+/// Makes a directory of a new name, which takes the place of the template. It has
+/// slashes, as on other systems, whatever the template had.
+inline char* mkdtemp(char* text) {
+  static std::atomic<unsigned> counter{0};
+  std::string path(text);
+  for (char& c : path)
+    if (c == '\\') c = '/';
+  constexpr std::size_t letters = 6;
+  constexpr unsigned most = 10000;
+  const std::string start = path.substr(0, path.size() - letters);
+  for (unsigned i = 0; i < most; ++i) {
+    const unsigned number = static_cast<unsigned>(::_getpid()) * 7919U + ++counter;
+    const std::string name = start + std::to_string(100000 + number % 900000);
+    if (::_mkdir(name.c_str()) != 0) continue;
+    name.copy(text, name.size());
+    return text;
+  }
+  return nullptr;
+}
+
+inline int setenv(const char* name, const char* value, int /*overwrite*/) {
+  return ::_putenv_s(name, value);
+}
+
+inline int unsetenv(const char* name) { return ::_putenv_s(name, ""); }
+
+inline std::size_t malloc_usable_size(void* memory) { return ::_msize(memory); }
+
+#endif  // LOOMKIT_TESTS_WINDOWS_POSIX_CALLS_H
