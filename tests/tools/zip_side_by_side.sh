@@ -65,7 +65,10 @@ with zipfile.ZipFile('python.zip', 'w', zipfile.ZIP_DEFLATED) as z:
 END
 bsdtar -cf bsdtar.zip --format zip in
 7z a -bso0 -bsp0 seven.zip in >log
-for archive in python bsdtar seven; do
+zip -qry infozip.zip in
+zip -qr -fz wide.zip in
+(cd in && zip -q - - <sub/numbers) >pipe.zip
+for archive in python bsdtar seven infozip wide pipe; do
   rm -rf u o
   unzip -qq $archive.zip -d u
   "$loom" zip x --links $archive.zip -d o
