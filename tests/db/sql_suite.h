@@ -159,6 +159,17 @@ TYPED_TEST(SqlDriver, ANameIsOneParameterWhereverItStands) {
   EXPECT_EQ(this->onlyNumber(query), 0);
 }
 
+TYPED_TEST(SqlDriver, ParametersBehindANumberedOneAreCountedOn) {
+  GSqlQuery query(this->sql, "SELECT COUNT(*) FROM parts WHERE id = ?2 OR id = ?1 OR id = :a");
+  GSqlDescription about;
+  ASSERT_EQ(query.describe(&about), GDbNoError) << query.getLastError().getText();
+  EXPECT_EQ(about.parameters, (std::vector<std::string>{"?1", "?2", ":a"}));
+  EXPECT_EQ(query.bindInt(1, 1), GDbNoError);
+  EXPECT_EQ(query.bindInt("?1", 2), GDbNoError);
+  EXPECT_EQ(query.bindInt("a", 4), GDbNoError);
+  EXPECT_EQ(this->onlyNumber(query), 3);
+}
+
 TYPED_TEST(SqlDriver, MarksInQuotesAndCommentsAreNoParameters) {
   GSqlQuery query(this->sql,
                   "SELECT COUNT(*) FROM parts WHERE name <> ':a' /* :b */ AND \"id\"=:c -- :d\n"

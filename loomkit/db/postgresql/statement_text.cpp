@@ -4,6 +4,7 @@
 #include "loomkit/db/postgresql/statement_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstddef>
 
 #include "loomkit/text/char_class.h"
@@ -95,6 +96,9 @@ bool isDigitAt(std::string_view text, std::size_t pos) {
   return pos < text.size() && text[pos] >= '0' && text[pos] <= '9';
 }
 
+// The protocol counts the parameters of a statement in 16 bits.
+constexpr std::size_t mostParameters = 65535;
+
 // Whether the word is ARRAY, whose brackets hold a list and no slice.
 bool isArrayWord(std::string_view word) {
   constexpr std::string_view upper = "ARRAY";
@@ -160,7 +164,17 @@ class Numberer {
     while (isDigitAt(statement, end)) ++end;
     text += '$';
     text += statement.substr(pos + 1, end - pos - 1);
+    noteNumber(statement.substr(pos, end - pos));
     finishPiece(end);
+  }
+
+  // Parameters that follow get numbers behind the largest so far, as in SQLite.
+  void noteNumber(std::string_view mark) {
+    std::size_t number = 0;
+    std::from_chars(mark.data() + 1, mark.data() + mark.size(), number);
+    if (number == 0 || number > mostParameters) return;  // the server refuses it
+    if (names->size() < number) names->resize(number);
+    (*names)[number - 1] = mark;
   }
 
   void takePiece(std::size_t end) {

@@ -38,7 +38,7 @@ struct GSqlDescription {
   std::vector<GDbCatalog::Column> columns;
 
   /// The names of the parameters by their numbers, with the mark in front, such as
-  /// ":limit"; empty for one without a name.
+  /// ":limit" or "?2"; empty for one without a name.
   std::vector<std::string> parameters;
 };
 
