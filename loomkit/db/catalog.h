@@ -56,6 +56,9 @@ class LOOMKIT_API GDbCatalog {
     std::string declaredType;
     /// Whether the database lets the column hold a NULL.
     bool nullable = true;
+    /// Of a column that was inferred: the line and the value that made it what it is, or
+    /// what all its values have in common.
+    std::string inferredFrom = {};
   };
 
   /// One table.

@@ -354,4 +354,75 @@ TEST_F(Lookup, ADamagedLineIsNamed) {
             "loom: d: row 2, column id: 'x' is no int\n");
 }
 
+TEST(Schema, ExplainTellsTheLineThatDecided) {
+  const std::string folder = newFolder();
+  writeFile(folder + "/t.csv", "1;007;2;x;1\n\n2;1;0.5;3;5000000000\n3;2;4\n");
+  EXPECT_EQ(
+      runLoom({"db", "schema", "--explain", "csv:" + folder, "t"}),
+      (Ended{0, "c1:int\nc2:string\nc3:float\nc4:string\nc5:string\n",
+             "loom: c1 is int: all values are whole numbers\n"
+             "loom: c2 is string: line 1: '007' is no number, or a code or too large for one\n"
+             "loom: c3 is float: line 3: '0.5' is no whole number of 32 bits\n"
+             "loom: c4 is string: line 4 has fewer columns\n"
+             "loom: c5 is string: line 4 has fewer columns\n"}));
+  EXPECT_EQ(runLoom({"db", "schema", "--explain", "--columns", "id", "csv:" + folder, "t"}).err,
+            "loom: id is string: --columns says so\n");
+  ASSERT_EQ(runLoom({"db", "import", "-", "sqlite3:" + folder + "/t.db", "t"}, "a\n1\n").code, 0);
+  EXPECT_EQ(runLoom({"db", "schema", "--explain", "sqlite3:" + folder + "/t.db", "t"}).err,
+            "loom: a is int: declared as INTEGER\n");
+}
+
+// What loom db copy takes along of a table beside its rows.
+class CopiedShape : public ::testing::Test {
+ protected:
+  CopiedShape() {
+    EXPECT_EQ(shell("cd " + folder +
+                    " && sqlite3 a.db \"CREATE TABLE t (id INTEGER PRIMARY KEY, "
+                    "name TEXT NOT NULL, n INTEGER DEFAULT 3, UNIQUE (name)); "
+                    "CREATE INDEX by_n ON t (n DESC); CREATE INDEX by_both ON t (n, name); "
+                    "CREATE INDEX some ON t (n) WHERE n > 1; "
+                    "CREATE TRIGGER log AFTER INSERT ON t BEGIN SELECT 1; END; "
+                    "INSERT INTO t VALUES (1, 'a', 5), (2, 'b', 6)\"")
+                  .code,
+              0);
+  }
+  Ended copy(const std::string& words) {
+    return shell("cd " + folder + " && loom db copy sqlite3:a.db t " + words);
+  }
+  const std::string folder = newFolder();
+};
+
+TEST_F(CopiedShape, SqliteGetsKeysIndexesAndNotNull) {
+  EXPECT_EQ(copy("sqlite3:b.db"),
+            (Ended{0, "2 records\n", "loom: t: left out: DEFAULT, index some, trigger log\n"}));
+  EXPECT_EQ(shell("sqlite3 " + folder + "/b.db .schema").out,
+            "CREATE TABLE IF NOT EXISTS \"t\" (\"id\" INTEGER, \"name\" TEXT NOT NULL, \"n\" "
+            "INTEGER, PRIMARY KEY (\"id\"));\n"
+            "CREATE INDEX \"by_both\" ON \"t\" (\"n\", \"name\");\n"
+            "CREATE INDEX \"by_n\" ON \"t\" (\"n\" DESC);\n"
+            "CREATE UNIQUE INDEX \"t_name_idx\" ON \"t\" (\"name\");\n");
+  EXPECT_EQ(copy("sqlite3:a.db --as u").code, 0) << "names of indexes are taken";
+}
+
+TEST_F(CopiedShape, OtherDatabasesGetWhatTheyHold) {
+  EXPECT_EQ(copy("tessel:s").code, 0);
+  const std::string info = shell("loom tessel info " + folder + "/s").out;
+  for (const char* index :
+       {"unique index on id", "index on n,", "index on n,name", "unique index on name"})
+    EXPECT_NE(info.find(index), std::string::npos) << index << "\n" << info;
+  EXPECT_EQ(copy("xbase:.").err,
+            "loom: t: left out: DEFAULT, index some, trigger log, uniqueness of index "
+            "sqlite_autoindex_t_1\n");
+  const std::string at = "cd " + folder + " && loom db ";
+  EXPECT_EQ(shell(at + "get xbase:. t name=b").out, "2\tb\t6\n");
+  EXPECT_EQ(copy("csv:. --as c").err,
+            "loom: c: left out: DEFAULT, index some, trigger log, primary key, index by_both, "
+            "index by_n, index sqlite_autoindex_t_1\n"
+            "loom: c.csv has no names of columns; read it with --columns "
+            "id:int,name:string,n:int\n");
+  EXPECT_EQ(copy("sqlite3:c.db --columns name").err,
+            "loom: t: left out: DEFAULT, index by_both, index by_n, index some, primary key, "
+            "trigger log\n");
+}
+
 }  // namespace

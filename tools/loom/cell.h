@@ -34,6 +34,7 @@ struct Column {
   std::string name;
   GDbFieldType type = GDbFieldNone;  ///< GDbFieldNone where it differs from row to row
   std::string declared = {};         ///< the type in the database's own words, if it has any
+  std::string inferredFrom = {};     ///< why it has its type, where that was inferred
 };
 
 /// What the cell holds, for messages: "NULL", "an integer", "a number", "a text" or

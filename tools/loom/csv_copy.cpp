@@ -65,6 +65,10 @@ unsigned long copyToText(const CopyJob& job) {
     return true;
   });
   if (code != ExitCode::done) throw Failure(code, job.name + ": not written");
+  std::vector<std::string> leftOut = job.shape.rest;
+  if (!job.shape.primaryKey.empty()) leftOut.emplace_back("primary key");
+  for (const GDbIndex& index : job.shape.indexes) leftOut.push_back("index " + index.getName());
+  reportLeftOut(job.name, leftOut);
   std::string columns;
   for (const Column& column : source->columns())
     columns +=

@@ -87,10 +87,22 @@ ExitCode tables(const Invocation& call) {
   return ExitCode::done;
 }
 
+// Why each column is what it is.
+void explain(const std::vector<Column>& columns, const char* otherwise) {
+  for (const Column& column : columns) {
+    const std::string reason = !column.inferredFrom.empty() ? column.inferredFrom
+                               : !column.declared.empty()   ? "declared as " + column.declared
+                                                            : otherwise;
+    complain(column.name + " is " + std::string(typeName(column.type)) + ": " + reason);
+  }
+}
+
 ExitCode schema(const Invocation& call) {
   const DbHost host(call.operand("LOCATOR"));
   const std::vector<Column> columns =
       host.columnsOf(call.operand("TABLE"), call.value("--columns"));
+  if (call.has("--explain"))
+    explain(columns, call.has("--columns") ? "--columns says so" : "the table says so");
   std::optional<JsonWriter> json;
   if (call.json()) json.emplace().beginArray();
   for (const Column& column : columns) {
@@ -183,25 +195,6 @@ unsigned long batchSize(const Invocation& call) {
   return size;
 }
 
-// The indexes of a table whose columns are all copied.
-std::vector<GDbIndex> indexesOf(const DbHost& host, const RowSource& source) {
-  GDbCatalog::Description description;
-  host.check(GDbCatalog::describeTable(host.database(), source.name(), &description),
-             source.name());
-  const std::vector<Column>& columns = source.columns();
-  std::vector<GDbIndex> indexes;
-  for (const GDbIndex& index : description.structure.getIndices()) {
-    std::vector<std::string> names;
-    gSplit(index.getColumns(), ",", &names);
-    const bool whole = std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-      return std::any_of(columns.begin(), columns.end(),
-                         [&](const Column& column) { return column.name == name; });
-    });
-    if (whole) indexes.push_back(index);
-  }
-  return indexes;
-}
-
 ExitCode copy(const Invocation& call) {
   const DbHost from(call.operand("FROM"));
   const std::string table = call.operand("TABLE");
@@ -216,7 +209,7 @@ ExitCode copy(const Invocation& call) {
     throw Failure(ExitCode::usage, "--index is for tessel: databases");
   if (call.has("--batch") && toStore)
     throw Failure(ExitCode::usage, "--batch is not for tessel: databases, which are written whole");
-  if (toStore) job.indexes = indexesOf(from, *job.open());
+  job.shape = shapeOf(from, *job.open());
   job.total = countForBar(from, call);
   reportCopied(call, job.name, copyTable(job));
   return ExitCode::done;
@@ -240,7 +233,9 @@ constexpr Option columnsOption = {
         "The columns to take, with the types int, uint, float, string and blob. Of a CSV table "
         "it tells what the columns are; without it they are inferred and called c1, c2, ... Of "
         "other tables it chooses some, and needs no types."};
-constexpr Option schemaOptions[] = {columnsOption};
+constexpr Option explainOption = {
+    .names = "--explain", .help = "Tell on standard error which line made a column what it is."};
+constexpr Option schemaOptions[] = {columnsOption, explainOption};
 constexpr Option scanOptions[] = {columnsOption, whereOption, skipErrorsOption,
                                   headerOption,  csvOption,   tableOption};
 constexpr Option headOptions[] = {
@@ -276,8 +271,6 @@ constexpr Operand exportOperands[] = {locatorOperand,
                                        .completes = Completes::files}};
 constexpr Option sepOption = {
     .names = "--sep", .value = "SIGN", .help = "The separator of the columns: a sign, or tab."};
-constexpr Option explainOption = {
-    .names = "--explain", .help = "Tell on standard error which line made a column what it is."};
 constexpr Option importOptions[] = {
     sepOption,
     {.names = "--quote", .value = "SIGN", .help = "The quote: a sign, or none."},

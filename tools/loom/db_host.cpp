@@ -395,7 +395,8 @@ std::vector<Column> DbHost::columnsOf(const std::string& name) const {
   std::vector<Column> columns;
   for (std::size_t i = 0; i < description.columns.size(); ++i) {
     const GDbField& field = description.structure.getField(static_cast<int>(i));
-    columns.push_back({field.getName(), field.getType(), description.columns[i].declaredType});
+    columns.push_back({field.getName(), field.getType(), description.columns[i].declaredType,
+                       description.columns[i].inferredFrom});
   }
   return columns;
 }

@@ -8,6 +8,7 @@
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
 #include "loomkit/streams/file.h"
+#include "loomkit/text/string_util.h"
 #include "progress_bar.h"
 #include "tessel/writer.h"
 
@@ -66,7 +67,9 @@ unsigned long copyToStore(const CopyJob& job) {
   const std::unique_ptr<RowSource> source = job.open();
   const std::string path = storePath(job.locator);
   GDbStructure structure = structureOf(*source);
-  for (const GDbIndex& index : job.indexes) structure.addIndex(index);
+  for (const GDbIndex& index : job.shape.indexes) structure.addIndex(index);
+  if (!job.shape.primaryKey.empty())
+    structure.addIndex(GDbIndex("primary", gJoin(",", job.shape.primaryKey), true, false));
   addIndexes(job.storeIndexes, &structure);
   GTesselWriter writer(path);
   keepTables(job.locator, path, &writer);
@@ -81,6 +84,7 @@ unsigned long copyToStore(const CopyJob& job) {
   }
   requireWritten(writer, writer.endTable());
   requireWritten(writer, writer.commit());
+  reportLeftOut(job.name, job.shape.rest);
   return source->number();
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "table_copy.h"
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -11,6 +12,7 @@
 #include "loomkit/db/record_owner.h"
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/db/table.h"
+#include "loomkit/text/string_util.h"
 #include "progress_bar.h"
 #include "store_copy.h"
 #include "xbase_copy.h"
@@ -151,6 +153,17 @@ class RecordTarget : public Target {
   GDbRecordSet batch;
 };
 
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string quotedList(const DbHost& to, const std::vector<std::string>& columns) {
+  std::string list;
+  for (const std::string& column : columns)
+    list += (list.empty() ? "" : ", ") + to.quotedColumn(column);
+  return list;
+}
+
 std::string_view sqliteType(const Column& column) {
   constexpr std::string_view types[] = {"", "INTEGER", "INTEGER", "FLOAT", "TEXT", "BLOB"};
   return types[column.type];
@@ -158,24 +171,59 @@ std::string_view sqliteType(const Column& column) {
 
 // SQLite's own words for the columns are kept, so that a DATE stays one.
 void createSqliteTable(const DbHost& to, const std::string& name,
-                       const std::vector<Column>& columns) {
+                       const std::vector<Column>& columns, const TableShape& shape) {
   std::string list;
   for (const Column& column : columns) {
     list += (list.empty() ? "" : ", ") + to.quotedColumn(column.name) + " ";
     list += column.declared.empty() ? sqliteType(column) : std::string_view(column.declared);
+    if (contains(shape.notNull, column.name)) list += " NOT NULL";
   }
+  if (!shape.primaryKey.empty()) list += ", PRIMARY KEY (" + quotedList(to, shape.primaryKey) + ")";
   GSqlQuery query(to.sql(), "CREATE TABLE " + to.quotedTable(name) + " (" + list + ");");
   if (query.exec() == GDbNoError) return;
   throw Failure(ExitCode::cannotWrite, name + ": " + query.getLastError().getText());
 }
 
-std::unique_ptr<Target> makeTarget(const RowSource& source, const DbHost& to,
-                                   const std::string& name) {
+void run(const DbHost& to, const std::string& name, const std::string& statement) {
+  GSqlQuery query(to.sql(), statement);
+  if (query.exec() == GDbNoError) return;
+  throw Failure(ExitCode::cannotWrite, name + ": " + query.getLastError().getText());
+}
+
+// A name of the source's may be taken, or kept for the database's own indexes.
+std::string indexName(const CopyJob& job, const std::string& table, const GDbIndex& index) {
+  const bool keeps = job.name == table && !index.getName().starts_with("sqlite_");
+  return keeps ? index.getName() : job.name + "_" + gJoin("_", columnsOf(index)) + "_idx";
+}
+
+// When the rows are in, an index is quicker to make.
+void createIndexes(const DbHost& to, const CopyJob& job, const std::string& table) {
+  for (const GDbIndex& index : job.shape.indexes) {
+    const std::vector<std::string> columns = columnsOf(index);
+    run(to, job.name,
+        std::string("CREATE ") + (index.isUnique() ? "UNIQUE " : "") + "INDEX " +
+            to.quotedColumn(indexName(job, table, index)) + " ON " + to.quotedTable(job.name) +
+            " (" + quotedList(to, columns) +
+            (index.isDescending() && columns.size() == 1 ? " DESC" : "") + ");");
+  }
+}
+
+GDbStructure structureWithKey(const RowSource& source, const TableShape& shape) {
+  const GDbStructure plain = structureOf(source);
+  GDbStructure structure;
+  for (const GDbField& field : plain.getFields())
+    structure.appendField(GDbField(field.getName(), field.getType(), 0, 0,
+                                   contains(shape.primaryKey, field.getName()), false));
+  return structure;
+}
+
+std::unique_ptr<Target> makeTarget(const RowSource& source, const DbHost& to, const CopyJob& job) {
+  const std::string& name = job.name;
   if (to.isSqlite()) {
-    createSqliteTable(to, name, source.columns());
+    createSqliteTable(to, name, source.columns(), job.shape);
     return std::make_unique<SqlTarget>(source, name, to);
   }
-  const GDbStructure structure = structureOf(source);
+  const GDbStructure structure = structureWithKey(source, job.shape);
   GDbTable* made = nullptr;
   const GDbStatus status = to.database()->createTable(name, &structure, &made);
   if (status != GDbNoError) {
@@ -184,8 +232,12 @@ std::unique_ptr<Target> makeTarget(const RowSource& source, const DbHost& to,
     throw Failure(ExitCode::cannotWrite, name + ": " + words);
   }
   std::unique_ptr<GDbTable> table(made);
-  if (to.sql() != nullptr) return std::make_unique<SqlTarget>(source, name, to);
-  return std::make_unique<RecordTarget>(source, name, std::move(table));
+  if (to.sql() == nullptr) return std::make_unique<RecordTarget>(source, name, std::move(table));
+  for (const std::string& column : job.shape.notNull)
+    run(to, name,
+        "ALTER TABLE " + to.quotedTable(name) + " ALTER COLUMN " + to.quotedColumn(column) +
+            " SET NOT NULL;");
+  return std::make_unique<SqlTarget>(source, name, to);
 }
 
 }  // namespace
@@ -226,7 +278,7 @@ unsigned long copyRows(const CopyJob& job) {
   const DbHost to(job.locator, true);
   GDbTransactionHandler* transaction = to.database()->getTransactionHandler();
   if (transaction != nullptr) to.check(transaction->begin(), to.name());
-  const std::unique_ptr<Target> target = makeTarget(*source, to, job.name);
+  const std::unique_ptr<Target> target = makeTarget(*source, to, job);
   ProgressBar progress(source->name(), job.total);
   Row row;
   while (source->next(&row)) {
@@ -239,7 +291,9 @@ unsigned long copyRows(const CopyJob& job) {
     showRows(progress, *source);
   }
   target->flush();
+  if (to.sql() != nullptr) createIndexes(to, job, source->name());
   if (transaction != nullptr) to.check(transaction->commit(), to.name());
+  reportLeftOut(job.name, job.shape.rest);
   return source->number();
 }
 

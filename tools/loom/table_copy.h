@@ -13,6 +13,7 @@
 #include "loomkit/db/structure.h"
 #include "progress_bar.h"
 #include "row_source.h"
+#include "table_shape.h"
 
 namespace loom {
 
@@ -49,8 +50,8 @@ struct CopyJob {
   unsigned long batch = 0;
   /// The number of rows for the progress bar, 0 where it is not known.
   std::uint64_t total = 0;
-  /// The source's indexes whose columns are all copied.
-  std::vector<GDbIndex> indexes = {};
+  /// The source's keys and indexes, which the target gets as far as it can hold them.
+  TableShape shape = {};
   /// Further ones, for a table store: "COLUMN,..." or "COLUMN,...:unique".
   std::vector<std::string> storeIndexes = {};
 };
@@ -58,7 +59,8 @@ struct CopyJob {
 /// Opens the target, creates the table in it, and copies all rows, in one transaction
 /// where the database has them. Every value arrives as it is. Throws a Failure, which
 /// names row and column where the target cannot hold a value; then what was not
-/// committed is gone, the new table as well. Returns the number of rows.
+/// committed is gone, the new table as well. What the copy does not have of the source's
+/// shape is told on standard error. Returns the number of rows.
 unsigned long copyTable(const CopyJob& job);
 
 }  // namespace loom

@@ -7,6 +7,7 @@
 
 #include "db_host.h"
 #include "loomkit/db/record_set.h"
+#include "loomkit/text/string_util.h"
 #include "progress_bar.h"
 
 namespace loom {
@@ -74,8 +75,31 @@ std::string keyColumn(const GDbStructure& structure) {
   return text;
 }
 
+// The indexes of the source whose keys are short enough, under names that are. A primary
+// key is an index as well: a unique one would silently hide a second record.
+void addIndexes(const TableShape& shape, GDbStructure* structure,
+                std::vector<std::string>* leftOut) {
+  std::vector<GDbIndex> wanted = shape.indexes;
+  if (!shape.primaryKey.empty())
+    wanted.emplace_back("primary", gJoin(",", shape.primaryKey), false, false);
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    const GDbIndex& index = wanted[i];
+    std::size_t width = 0;
+    for (const std::string& column : columnsOf(index))
+      width +=
+          static_cast<std::size_t>(structure->getField(structure->getFieldId(column)).getWidth());
+    const std::string name =
+        index.getName().size() <= longestName ? index.getName() : "index" + std::to_string(i + 1);
+    if (width <= widestKey)
+      structure->addIndex(GDbIndex(name, index.getColumns(), false, index.isDescending()));
+    else
+      leftOut->push_back("index " + index.getName());
+    if (index.isUnique()) leftOut->push_back("uniqueness of index " + index.getName());
+  }
+}
+
 GDbStructure structureFor(const CopyJob& job, const RowSource& source,
-                          const std::vector<Room>& rooms) {
+                          const std::vector<Room>& rooms, std::vector<std::string>* leftOut) {
   GDbStructure structure;
   for (std::size_t i = 0; i < rooms.size(); ++i) {
     const Column& column = source.columns()[i];
@@ -86,8 +110,8 @@ GDbStructure structureFor(const CopyJob& job, const RowSource& source,
     structure.appendField(GDbField(column.name, column.type, static_cast<int>(rooms[i].total()),
                                    static_cast<int>(rooms[i].decimals), false, false));
   }
-  for (const GDbIndex& index : job.indexes) structure.addIndex(index);
-  if (!job.indexes.empty()) return structure;
+  addIndexes(job.shape, &structure, leftOut);
+  if (!structure.getIndices().empty()) return structure;
   const std::string key = keyColumn(structure);
   if (key.empty())
     throw Failure(ExitCode::cannotWrite, job.name +
@@ -117,7 +141,8 @@ unsigned long copyToXBase(const CopyJob& job) {
   const std::unique_ptr<RowSource> source = job.open();
   static_cast<void>(structureOf(*source));  // a column without a type is refused
   const std::vector<Room> rooms = measure(*source, job.name);
-  const GDbStructure structure = structureFor(job, *source, rooms);
+  std::vector<std::string> leftOut = job.shape.rest;
+  const GDbStructure structure = structureFor(job, *source, rooms, &leftOut);
   const DbHost to(job.locator);
   GDbTable* made = nullptr;
   const GDbStatus status = to.database()->createTable(job.name, &structure, &made);
@@ -132,6 +157,7 @@ unsigned long copyToXBase(const CopyJob& job) {
     to.database()->deleteTable(job.name);
     throw;
   }
+  reportLeftOut(job.name, leftOut);
   return source->number();
 }
 

@@ -23,11 +23,15 @@ GDbStatus CsvCatalog::describe(GDbDatabase* database, const std::string& name,
   if (csv->isClosed()) return GDbNotOpen;
   std::unique_ptr<std::istream> text = csv->openText(name);
   if (text == nullptr) return GDbInvalidTableName;
-  const GDbStatus status = inferCsvStructure(std::move(text), &description->structure);
+  std::vector<std::string> reasons;
+  const GDbStatus status = inferCsvStructure(std::move(text), &description->structure, &reasons);
   if (status != GDbNoError) return status;
   Column column;
   column.nullable = false;  // a text file knows no NULL
-  description->columns.assign(description->structure.getFields().size(), column);
+  for (const std::string& reason : reasons) {
+    column.inferredFrom = reason;
+    description->columns.push_back(column);
+  }
   description->inferred = true;
   return GDbNoError;
 }

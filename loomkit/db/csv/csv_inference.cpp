@@ -20,26 +20,44 @@ bool isNumber(std::string_view text) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
-// What the values of a column have in common so far.
-struct Column {
-  bool ints = true;
-  bool floats = true;
+std::string inLine(std::size_t line, std::string_view value, const char* what) {
+  return "line " + std::to_string(line) + ": '" + std::string(value) + "' is " + what;
+}
 
-  void add(std::string_view value) {
-    ints = ints && isCsvInt(value);
-    floats = floats && (ints || isCsvFloat(value));
+// What the values of a column have in common so far.
+class Column {
+ public:
+  void add(std::string_view value, std::size_t line) {
+    if (ints && !isCsvInt(value)) {
+      ints = false;
+      notInt = inLine(line, value, "no whole number of 32 bits");
+    }
+    if (floats && !ints && !isCsvFloat(value)) {
+      floats = false;
+      notFloat = inLine(line, value, "no number, or a code or too large for one");
+    }
   }
   [[nodiscard]] GDbFieldType type() const {
     if (ints) return GDbFieldInt;
     return floats ? GDbFieldFloat : GDbFieldString;
   }
+  [[nodiscard]] std::string reason() const {
+    if (ints) return "all values are whole numbers";
+    return floats ? notInt : notFloat;
+  }
+
+ private:
+  bool ints = true;
+  bool floats = true;
+  std::string notInt;  // the first value that is none, with its line
+  std::string notFloat;
 };
 
 // The columns of the lines that were added. A line that has fewer columns than
 // another reads as empty texts there, and an empty text is no number.
 class ColumnTypes {
  public:
-  GDbStatus addLine(const std::string& line) {
+  GDbStatus addLine(const std::string& line, std::size_t number) {
     room.resize(line.size() + 1);
     const char* at = line.c_str();
     const char* const end = at + line.size();
@@ -48,35 +66,52 @@ class ColumnTypes {
       if (count == mostInferredColumns) return GDbRowTooBig;
       char* out = room.data();
       at = skipAsciiSpace(readCsvText(at, &out));
-      addValue(count, {room.data(), static_cast<std::size_t>(out - room.data()) - 1});
+      addValue(count, {room.data(), static_cast<std::size_t>(out - room.data()) - 1}, number);
       atEnd = at == end;
       if (!atEnd && *at++ != csvSeparator) return GDbFieldTypeMismatch;
     }
-    fewest = std::min(fewest, count);
+    if (count < fewest) {
+      fewest = count;
+      shortest = number;
+    }
     return GDbNoError;
   }
 
   // Such a line is a record, of an empty text, only where there is one column.
-  void addBlankLine() { sawBlankLine = true; }
+  void addBlankLine(std::size_t number) {
+    if (!sawBlankLine) blankLine = number;
+    sawBlankLine = true;
+  }
 
-  void appendTo(GDbStructure* structure) const {
+  void appendTo(GDbStructure* structure, std::vector<std::string>* reasons) const {
     const std::size_t numeric = sawBlankLine && columns.size() == 1 ? 0 : fewest;
     for (std::size_t i = 0; i < used; ++i) {
       const GDbFieldType type = i < numeric ? columns[i].type() : GDbFieldString;
       structure->appendField(GDbField("c" + std::to_string(i + 1), type, 0, 0, false, false));
+      if (reasons != nullptr) reasons->push_back(i < numeric ? columns[i].reason() : emptyReason());
     }
   }
 
  private:
-  void addValue(std::size_t index, std::string_view value) {
+  // A column that is not in every line has empty texts there.
+  [[nodiscard]] std::string emptyReason() const {
+    if (fewest == mostInferredColumns) return "there is no value";
+    return sawBlankLine && columns.size() == 1
+               ? "line " + std::to_string(blankLine) + " is blank"
+               : "line " + std::to_string(shortest) + " has fewer columns";
+  }
+
+  void addValue(std::size_t index, std::string_view value, std::size_t line) {
     if (index == columns.size()) columns.emplace_back();
-    columns[index].add(value);
+    columns[index].add(value, line);
     if (!value.empty()) used = std::max(used, index + 1);
   }
 
   std::vector<Column> columns = {Column()};  // of the widest line
   std::vector<char> room;                    // for the text of one value
   std::size_t fewest = mostInferredColumns;  // the columns of the shortest line
+  std::size_t shortest = 0;                  // the number of that line
+  std::size_t blankLine = 0;                 // of the first blank one
   std::size_t used = 1;                      // the columns up to the last that has a value
   bool sawBlankLine = false;
 };
@@ -94,23 +129,24 @@ bool isCsvFloat(std::string_view text) {
          isNumber<double>(text) && !(text[0] == '0' && text[1] != '.');
 }
 
-GDbStatus inferCsvStructure(std::unique_ptr<std::istream> text, GDbStructure* structure) {
+GDbStatus inferCsvStructure(std::unique_ptr<std::istream> text, GDbStructure* structure,
+                            std::vector<std::string>* reasons) {
   using Result = CsvLineReader::Result;
   CsvLineReader lines(std::move(text));
   ColumnTypes columns;
-  for (;;) {
+  for (std::size_t number = 1;; ++number) {
     const Result result = lines.read();
     if (result == Result::failed) return GDbIoError;
     if (result == Result::end) break;
     const std::string& line = lines.line();
     if (lines.hadTerminator() && isBlankLine(line.data(), line.size())) {
-      columns.addBlankLine();
+      columns.addBlankLine(number);
       continue;
     }
-    const GDbStatus status = columns.addLine(line);
+    const GDbStatus status = columns.addLine(line, number);
     if (status != GDbNoError) return status;
   }
-  columns.appendTo(structure);
+  columns.appendTo(structure, reasons);
   return GDbNoError;
 }
 

@@ -6,7 +6,9 @@
 
 #include <istream>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "loomkit/db/status.h"
 #include "loomkit/db/structure.h"
@@ -22,9 +24,13 @@ inline constexpr int mostInferredColumns = 1000000;
 /// that stand behind all others and are empty to the last line are left out,
 /// but at least one column is there.
 ///
+/// Appends to `*reasons`, unless it is null, for each column why it is what it is: the
+/// line and the value that made it so, or what all values have in common.
+///
 /// GDbFieldTypeMismatch: a line is malformed; GDbRowTooBig: a line has more than
 /// mostInferredColumns; GDbIoError: the text cannot be read.
-GDbStatus inferCsvStructure(std::unique_ptr<std::istream> text, GDbStructure* structure);
+GDbStatus inferCsvStructure(std::unique_ptr<std::istream> text, GDbStructure* structure,
+                            std::vector<std::string>* reasons = nullptr);
 
 /// Whether `text` is a whole number of 32 bits as a program would write it. A
 /// code such as 007 is none.
