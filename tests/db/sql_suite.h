@@ -46,7 +46,14 @@ class SqlDriver : public ::testing::Test {
   GSqlDatabaseImpl* sql = nullptr;
 };
 
-TYPED_TEST_SUITE(SqlDriver, TestedSqlBackends);
+struct SqlDriverNames {
+  template <typename Backend>
+  static std::string GetName(int) {
+    return Backend::traits.name;
+  }
+};
+
+TYPED_TEST_SUITE(SqlDriver, TestedSqlBackends, SqlDriverNames);
 
 TYPED_TEST(SqlDriver, DescribesTheColumnsAndParametersOfAStatement) {
   this->run("CREATE TABLE things (id INTEGER NOT NULL, big BIGINT, name VARCHAR(20) NOT NULL)");
