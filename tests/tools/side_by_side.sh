@@ -147,17 +147,17 @@ both 'members of an archive' anyCode 'ar qcS x.a numbers empty random; @ x.a ran
 both 'no such member' anyCode 'ar qcS x.a numbers; @ x.a nothing; true'
 both 'no archive' anyCode '@ numbers nothing'
 both 'the first of a name' anyCode \
-  'ar qcS x.a numbers empty; echo other >empty; ar qcS x.a empty; @ x.a empty numbers'
+  'ar qcS x.a numbers empty; echo other >empty; ar q x.a empty; @ x.a empty numbers'
 both 'a long name' anyCode 'cp numbers "a name of more than 16 letters"; ar qcS x.a a*; @ x.a a*s'
 both 'a damaged archive' anyCode 'ar qcS x.a numbers; head -c 1000 x.a >y.a; @ y.a numbers >o; true'
 peer='ar x' ours="$loom ar x -f"
 both 'extraction' anyCode 'ar qcS x.a numbers random "two words"; mkdir d; cd d; @ ../x.a'
 both 'extraction over files' anyCode 'ar qcS x.a numbers; echo old >numbers; @ x.a'
-both 'of one name' anyCode 'ar qcS x.a empty; echo 2 >empty; ar qcS x.a empty; rm empty; @ x.a
+both 'of one name' anyCode 'ar qcS x.a empty; echo 2 >empty; ar q x.a empty; rm empty; @ x.a
 cat empty'
 same 'the second of a name' anyCode \
-  'ar qcS x.a empty; echo 2 >empty; ar qcS x.a empty; rm empty; ar xN 2 x.a empty; cat empty' \
-  "ar qcS x.a empty; echo 2 >empty; ar qcS x.a empty; rm empty; $loom ar x -N 2 x.a empty; cat empty"
+  'ar qcS x.a empty; echo 2 >empty; ar q x.a empty; rm empty; ar xN 2 x.a empty; cat empty' \
+  "ar qcS x.a empty; echo 2 >empty; ar q x.a empty; rm empty; $loom ar x -N 2 x.a empty; cat empty"
 same 'a third that is not there' anyCode 'ar qcS x.a empty; ar xN 3 x.a empty; true' \
   "ar qcS x.a empty; $loom ar x -fN 3 x.a empty; true"
 same 'a list' anyCode 'ar qcS x.a random numbers empty empty; ar t x.a | sort' \

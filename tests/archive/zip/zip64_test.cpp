@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // GZip64Reader and GZip64Writer: what GZipReader and GZipWriter leave out.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -263,6 +264,30 @@ TEST_F(Zip64, TestAndExtractionAgree) {
     ASSERT_TRUE(openBytes(row.bytes)) << row.what;
     EXPECT_EQ(testAll(), row.result) << row.what;
     EXPECT_EQ(extractAll(), row.result) << row.what;
+  }
+}
+
+// More directories than are held open, and few descriptors for them.
+TEST_F(Zip64, MembersMayAlternateBetweenManyDirectories) {
+  std::vector<ZipMember> members;
+  for (const char* file : {"a", "b", "c"}) {
+    for (int i = 0; i < 150; ++i) {
+      const std::string directory = "top/" + std::to_string(i) + "/deep/";
+      members.push_back({directory + file, directory + file});
+      members.push_back({"top/0/" + std::to_string(i) + file, "x"});
+    }
+  }
+  ASSERT_TRUE(openBytes(zipOf(members)));
+  rlimit before{};
+  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+  const rlimit few{100, before.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+  EXPECT_EQ(extractAll(), GZipExtractor::Done);
+  EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+  EXPECT_TRUE(output.lines.empty());
+  for (const ZipMember& member : members) {
+    const std::string text = scratch.read("out/" + member.name);
+    EXPECT_TRUE(text == member.name || text == "x") << member.name;
   }
 }
 

@@ -2,7 +2,6 @@
 #include "loomkit/archive/zip/zip_extractor.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -105,33 +104,6 @@ TEST_F(Extractor, ExtractsEverything) {
   EXPECT_EQ(extractor.getFileCount(), 3U);
   EXPECT_EQ(extractor.getByteCount(), 100004U);
   EXPECT_EQ(output.texts(), Texts{});
-}
-
-// More directories than are held open, and few descriptors for them.
-TEST_F(Extractor, MembersMayAlternateBetweenManyDirectories) {
-  std::vector<ZipMember> members;
-  for (const char* file : {"a", "b", "c"}) {
-    for (int i = 0; i < 150; ++i) {
-      const std::string directory = "top/" + std::to_string(i) + "/deep/";
-      members.push_back({directory + file, directory + file});
-      members.push_back({"top/0/" + std::to_string(i) + file, "x"});
-    }
-  }
-  scratch.write("a.zip", zipOf(members));
-  GZip64Reader inOrder;
-  ASSERT_TRUE(inOrder.open(scratch / "a.zip"));
-  rlimit before{};
-  ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
-  const rlimit few{100, before.rlim_max};
-  ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
-  GZipExtractor extractor(&inOrder, scratch / "out");
-  EXPECT_EQ(extractor.extractAll(), GZipExtractor::Done);
-  EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
-  EXPECT_EQ(output.texts(), Texts{});
-  for (const ZipMember& member : members) {
-    const std::string text = scratch.read("out/" + member.name);
-    EXPECT_TRUE(text == member.name || text == "x") << member.name;
-  }
 }
 
 TEST_F(Extractor, KeepsTheTimeOfAMember) {
