@@ -31,8 +31,11 @@ std::uint64_t sizeOf(const tessel::Column& column, std::uint32_t rows) {
 }
 
 GTesselInspector::Index describe(const tessel::TableInfo& table, const tessel::Index& index) {
-  GTesselInspector::Index described{index.name, "", index.unique,
-                                    tessel::entriesSize(table.rowCount) + bucketsSize(index)};
+  GTesselInspector::Index described;
+  described.name = index.name;
+  described.unique = index.unique;
+  described.form = index.form == tessel::IndexForm::ranges ? "ranges" : "hashed";
+  described.size = tessel::entriesSize(index, table.rowCount) + tessel::bucketsSize(index);
   for (const std::int32_t number : index.columns) {
     if (!described.columns.empty()) described.columns += ',';
     described.columns += table.columns[static_cast<std::size_t>(number)].name;

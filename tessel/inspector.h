@@ -32,6 +32,7 @@ class LOOMKIT_API GTesselInspector {
     std::string name;
     std::string columns;  ///< the names joined by commas
     bool unique = false;
+    std::string form;  ///< "hashed" or "ranges"
     std::uint64_t size = 0;
   };
   struct Table {

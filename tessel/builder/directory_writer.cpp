@@ -84,8 +84,12 @@ class DirectoryWriter {
     RecordWriter record = append(&indexes, x::size);
     record.put(x::name, nameOf(index.name));
     record.put(x::unique, index.unique ? 1 : 0);
+    record.put(x::form, static_cast<std::uint8_t>(index.form));
     record.put(x::columnCount, countOf(index.columns.size()));
-    record.put(x::bucketBits, index.bucketBits);
+    if (index.form == IndexForm::hashed)
+      record.put(x::bucketBits, index.bucketBits);
+    else
+      record.put(x::rangeCount, index.rangeCount);
     record.put(x::entries, index.entries);
     record.put(x::buckets, index.buckets);
     for (const std::int32_t number : index.columns)

@@ -54,7 +54,10 @@ void TableBuilder::addIndex(const char* name, bool unique,
   index.name = name;
   index.unique = unique;
   index.columns = numbers;
-  indexes.push_back({std::move(index), EntrySorter(workspace, 0)});
+  IndexBuilder builder{std::move(index), EntrySorter(workspace, 0), std::nullopt};
+  if (numbers.size() == 1 && isInteger(columnTypes[static_cast<std::size_t>(numbers[0])]))
+    builder.ranges.emplace();
+  indexes.push_back(std::move(builder));
 }
 
 void TableBuilder::start() {
@@ -84,24 +87,64 @@ void TableBuilder::addRow(const std::vector<RowValue>& values) {
     }
   }
   for (IndexBuilder& builder : indexes) {
-    KeyHash hash;
-    for (const std::int32_t number : builder.index.columns) {
-      const auto i = static_cast<std::size_t>(number);
-      if (columnTypes[i] == TslTypeText) {
-        hash.addText(values[i].text.data(), values[i].text.size());
-        hash.endText();
-      } else if (columnTypes[i] == TslTypeFloating) {
-        hash.addFloating(values[i].floating);
-      } else {
-        hash.addInteger(values[i].integer);
-      }
-    }
-    builder.entries.add(hash.value(), rows);
+    if (builder.ranges && !builder.ranges->add(integerOf(builder.index, values)))
+      giveUpRanges(&builder);
+    if (!builder.ranges) builder.entries.add(hashOf(builder.index, values).value(), rows);
   }
   ++rows;
 }
 
-void TableBuilder::writeIndex(OutputFile* out, IndexBuilder* builder, bool* hashesMeet) {
+KeyHash TableBuilder::hashOf(const Index& index, const std::vector<RowValue>& values) const {
+  KeyHash hash;
+  for (const std::int32_t number : index.columns) {
+    const auto i = static_cast<std::size_t>(number);
+    if (columnTypes[i] == TslTypeText) {
+      hash.addText(values[i].text.data(), values[i].text.size());
+      hash.endText();
+    } else if (columnTypes[i] == TslTypeFloating) {
+      hash.addFloating(values[i].floating);
+    } else {
+      hash.addInteger(values[i].integer);
+    }
+  }
+  return hash;
+}
+
+std::int64_t TableBuilder::integerOf(const Index& index,
+                                     const std::vector<RowValue>& values) const {
+  const auto i = static_cast<std::size_t>(index.columns[0]);
+  const std::uint32_t bits = values[i].integer;
+  return columnTypes[i] == TslTypeSigned ? std::int64_t{static_cast<std::int32_t>(bits)}
+                                         : std::int64_t{bits};
+}
+
+// The ranges tell the value of each row so far: its entry can still be made.
+void TableBuilder::giveUpRanges(IndexBuilder* builder) {
+  for (const CollectedRange& range : builder->ranges->ranges())
+    for (std::uint32_t i = 0; i < range.count; ++i) {
+      KeyHash hash;
+      hash.addInteger(static_cast<std::uint32_t>(range.value + i));
+      builder->entries.add(hash.value(), range.row + i);
+    }
+  builder->ranges.reset();
+}
+
+void TableBuilder::writeRanges(OutputFile* out, IndexBuilder* builder) {
+  namespace r = layout::range;
+  Index& index = builder->index;
+  const std::vector<CollectedRange>& ranges = builder->ranges->ranges();
+  index.form = IndexForm::ranges;
+  index.rangeCount = static_cast<std::uint32_t>(ranges.size());
+  index.entries = out->startSection();
+  for (const CollectedRange& range : ranges) {
+    unsigned char bytes[r::size];
+    r::value.store(bytes + r::value.offset, static_cast<std::uint32_t>(range.value));
+    r::row.store(bytes + r::row.offset, range.row);
+    out->append(bytes, sizeof bytes);
+  }
+}
+
+void TableBuilder::writeEntries(OutputFile* out, IndexBuilder* builder, bool* hashesMeet) {
   Index& index = builder->index;
   index.bucketBits = bucketBitsOf(rows);
   index.entries = out->startSection();
@@ -132,10 +175,15 @@ void TableBuilder::write(OutputFile* out, TableInfo* table, std::vector<std::siz
   for (ColumnBuilder& column : columns) table->columns.push_back(column.write(out));
   columns.clear();
   for (std::size_t i = 0; i < indexes.size(); ++i) {
+    IndexBuilder& builder = indexes[i];
     bool hashesMeet = false;
-    writeIndex(out, &indexes[i], &hashesMeet);
-    if (hashesMeet && indexes[i].index.unique) suspects->push_back(i);
-    table->indexes.push_back(std::move(indexes[i].index));
+    if (builder.ranges && !builder.ranges->finish()) giveUpRanges(&builder);
+    if (builder.ranges)
+      writeRanges(out, &builder);
+    else
+      writeEntries(out, &builder, &hashesMeet);
+    if (hashesMeet && builder.index.unique) suspects->push_back(i);
+    table->indexes.push_back(std::move(builder.index));
   }
 }
 

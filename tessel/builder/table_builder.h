@@ -4,11 +4,13 @@
 #define TESSEL_BUILDER_TABLE_BUILDER_H
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "tessel/builder/column_builder.h"
 #include "tessel/builder/entry_sorter.h"
+#include "tessel/builder/range_collector.h"
 #include "tessel/store/directory.h"
 #include "tessel/store/key_hash.h"
 
@@ -42,12 +44,19 @@ class TableBuilder {
   void write(OutputFile* out, TableInfo* table, std::vector<std::size_t>* suspects);
 
  private:
+  // While there are ranges, the entries are empty.
   struct IndexBuilder {
     Index index;
     EntrySorter entries;
+    std::optional<RangeCollector> ranges;
   };
 
-  void writeIndex(OutputFile* out, IndexBuilder* builder, bool* hashesMeet);
+  [[nodiscard]] KeyHash hashOf(const Index& index, const std::vector<RowValue>& values) const;
+  [[nodiscard]] std::int64_t integerOf(const Index& index,
+                                       const std::vector<RowValue>& values) const;
+  static void giveUpRanges(IndexBuilder* builder);
+  static void writeRanges(OutputFile* out, IndexBuilder* builder);
+  void writeEntries(OutputFile* out, IndexBuilder* builder, bool* hashesMeet);
 
   Workspace* workspace;
   std::vector<TslType> columnTypes;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <new>
+#include <utility>
 
 #include "loomkit/platform/files.h"
 #include "loomkit/platform/platform.h"
@@ -25,7 +26,6 @@ constexpr unsigned noSuchDirectory = 3;
 }  // namespace
 
 BlockFile::~BlockFile() {
-  for (const std::uint32_t block : loaded) delete[] frames[block];
   if (handle >= 0) static_cast<void>(loomkit::platform::closeFile(handle));
 }
 
@@ -86,6 +86,7 @@ Error BlockFile::readDirectory(std::uint64_t offset, std::uint32_t directorySize
 
 Error BlockFile::prepareFrames() {
   groups.resize(groupCount());
+  pool.prepare(blocks);
   frames.reset(static_cast<unsigned char**>(std::calloc(blocks, sizeof(unsigned char*))));
   return frames != nullptr ? Error::none : Error::outOfMemory;
 }
@@ -124,42 +125,32 @@ Error BlockFile::readBlock(std::uint32_t block, unsigned char* data) {
   return crc32c(0, data + skipped, size - skipped) == wanted ? Error::none : Error::damagedData;
 }
 
-// A frame for another block: a new one, or that of the block that came first.
-unsigned char* BlockFile::takeFrame() {
-  if (loaded.size() < frameLimit) {
-    if (loaded.size() == loaded.capacity()) {
-      try {
-        loaded.reserve(std::max<std::size_t>(64, loaded.size() * 2));
-      } catch (const std::bad_alloc&) {
-        return nullptr;
-      }
-    }
-    return new (std::nothrow) unsigned char[layout::blockSize];
+// A frame for another block, and a place in the ring.
+bool BlockFile::makeRoom() {
+  try {
+    if (loaded.size() == loaded.capacity() && loaded.size() < frameLimit)
+      loaded.reserve(std::max<std::size_t>(64, loaded.size() * 2));
+  } catch (const std::bad_alloc&) {
+    return false;
   }
-  unsigned char* const frame = frames[loaded[oldest]];
-  frames[loaded[oldest]] = nullptr;
-  return frame;
+  if (spare == nullptr) spare = pool.take();
+  return spare != nullptr;
 }
 
+// A block goes only when another one has been read in its stead: the spare frame
+// takes the new one, and that of the oldest is the spare one from then on.
 const unsigned char* BlockFile::load(std::uint32_t block) {
-  const bool full = loaded.size() >= frameLimit;
-  std::unique_ptr<unsigned char[]> frame(takeFrame());
-  failure = frame != nullptr ? readBlock(block, frame.get()) : Error::outOfMemory;
-  if (full) {
-    // The ring keeps its length: the failed block's place is taken by nobody.
-    if (failure != Error::none) {
-      loaded[oldest] = loaded.back();
-      loaded.pop_back();
-      if (oldest >= loaded.size()) oldest = 0;
-      return nullptr;
-    }
+  failure = makeRoom() ? readBlock(block, spare) : Error::outOfMemory;
+  if (failure != Error::none) return nullptr;
+  unsigned char* const frame = std::exchange(spare, nullptr);
+  if (loaded.size() < frameLimit) {
+    loaded.push_back(block);
+  } else {
+    spare = std::exchange(frames[loaded[oldest]], nullptr);
     loaded[oldest] = block;
     oldest = (oldest + 1) % loaded.size();
-  } else {
-    if (failure != Error::none) return nullptr;
-    loaded.push_back(block);
   }
-  return frames[block] = frame.release();
+  return frames[block] = frame;
 }
 
 bool BlockFile::copy(std::uint64_t offset, std::size_t count, void* data) {

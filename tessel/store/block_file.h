@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "tessel/store/error.h"
+#include "tessel/store/frame_pool.h"
 #include "tessel/store/layout.h"
 
 namespace tessel {
@@ -101,7 +102,7 @@ class BlockFile {
   Error loadGroup(std::uint32_t group);
   Error readBlock(std::uint32_t block, unsigned char* data);
   const unsigned char* load(std::uint32_t block);
-  unsigned char* takeFrame();
+  bool makeRoom();
 
   int handle = -1;
   std::uint64_t fileSize = 0;
@@ -113,8 +114,10 @@ class BlockFile {
 
   // From calloc, whose untouched pages cost nothing however large the file is.
   std::unique_ptr<unsigned char*[], CFree> frames;  // null: not in memory
-  std::vector<std::uint32_t> loaded;                // a ring of the blocks in memory
-  std::size_t oldest = 0;                           // in `loaded`, once it is full
+  FramePool pool;
+  unsigned char* spare = nullptr;     // for the next block; null: to be taken from the pool
+  std::vector<std::uint32_t> loaded;  // a ring of the blocks in memory
+  std::size_t oldest = 0;             // in `loaded`, once it is full
   std::size_t frameLimit = defaultFrames;
   Error failure = Error::none;
 };

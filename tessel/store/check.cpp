@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "tessel/store/check.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "tessel/store/layout.h"
@@ -77,6 +78,7 @@ class Check {
     const TableInfo& table = store->tables()[tableNumber];
     const Index& index = table.indexes[number];
     const std::string place = std::string(table.name) + ", index " + index.name + ": ";
+    if (index.form == IndexForm::ranges) return checkRanges(table, index, place);
     Error error = checkEntries(table, index, place);
     if (error != Error::none) return error;
     error = checkBuckets(table, index, place);
@@ -106,6 +108,65 @@ class Check {
       if (right.value() != hash) return damaged(place + "a hash is not that of its key");
       seen[row] = true;
       previous = entry;
+      step();
+    }
+    return Error::none;
+  }
+
+  // A range as the rows show it.
+  struct Stretch {
+    Range range;
+    std::uint32_t count;
+  };
+
+  // The ranges are in the order of their values and apart, and together they have
+  // all rows, with the values that these have.
+  Error checkRanges(const TableInfo& table, const Index& index, const std::string& place) {
+    std::vector<Stretch> stretches;
+    for (std::uint32_t i = 0; i < index.rangeCount; ++i) {
+      Range range{};
+      const Error error = readRange(file, table, index, i, &range);
+      if (error != Error::none) return failed(error, place + "a range leads to no row");
+      if (i != 0 && range.value <= stretches.back().range.value)
+        return damaged(place + "not in order");
+      stretches.push_back({range, 0});
+    }
+    const Error error = countRows(table, &stretches, place);
+    if (error != Error::none) return error;
+    for (const Stretch& stretch : stretches) {
+      const Error wrong = checkStretch(table, index, stretch, place);
+      if (wrong != Error::none) return wrong;
+    }
+    for (std::size_t i = 1; i < stretches.size(); ++i)
+      if (stretches[i].range.value - stretches[i - 1].range.value < stretches[i - 1].count)
+        return damaged(place + "two rows have the same value");
+    return Error::none;
+  }
+
+  // Each range ends where the next one begins in the order of the rows.
+  Error countRows(const TableInfo& table, std::vector<Stretch>* stretches,
+                  const std::string& place) {
+    std::vector<Stretch*> byRow;
+    for (Stretch& stretch : *stretches) byRow.push_back(&stretch);
+    std::sort(byRow.begin(), byRow.end(),
+              [](const Stretch* a, const Stretch* b) { return a->range.row < b->range.row; });
+    std::uint32_t end = table.rowCount;
+    for (std::size_t i = byRow.size(); i-- > 0; end = byRow[i]->range.row) {
+      byRow[i]->count = end - byRow[i]->range.row;
+      if (byRow[i]->count == 0) return damaged(place + "two ranges begin at the same row");
+    }
+    return end == 0 ? Error::none : damaged(place + "rows are in no range");
+  }
+
+  Error checkStretch(const TableInfo& table, const Index& index, const Stretch& stretch,
+                     const std::string& place) {
+    const Column& column = table.columns[static_cast<std::size_t>(index.columns[0])];
+    for (std::uint32_t i = 0; i < stretch.count; ++i) {
+      TslContent value{};
+      const Error error = readNumber(file, column, stretch.range.row + i, &value);
+      if (error != Error::none) return failed(error, place + "a key cannot be read");
+      if (integerOf(column, value) != stretch.range.value + i)
+        return damaged(place + "a value is not that of its range");
       step();
     }
     return Error::none;

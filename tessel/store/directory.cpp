@@ -177,22 +177,35 @@ class DirectoryReader {
     const std::size_t at = place(parts.indexes, number, x::size);
     Index index;
     index.name = nameAt(record.get(x::name.behind(at)));
-    const std::uint32_t unique = record.get(x::unique.behind(at));
+    const std::uint8_t unique = record.get(x::unique.behind(at));
     index.unique = unique == 1;
-    index.bucketBits = record.get(x::bucketBits.behind(at));
+    index.form = static_cast<IndexForm>(record.get(x::form.behind(at)));
+    if (index.form == IndexForm::hashed)
+      index.bucketBits = record.get(x::bucketBits.behind(at));
+    else
+      index.rangeCount = record.get(x::rangeCount.behind(at));
     index.entries = record.get(x::entries.behind(at));
     index.buckets = record.get(x::buckets.behind(at));
     const std::uint32_t count = record.get(x::columnCount.behind(at));
-    if (index.name == nullptr || unique > 1 || index.bucketBits > layout::maxBucketBits ||
+    if (index.name == nullptr || unique > 1 || record.get(x::reserved.behind(at)) != 0 ||
         count == 0 || count > record.get(layout::directory::columnCount) - nextColumn)
       return false;
     for (std::uint32_t i = 0; i < count; ++i)
       if (!readIndexColumn(nextColumn++, table, &index)) return false;
-    if (!columnsDiffer(index.columns)) return false;
-    const bool placed = addSection(index.entries, entriesSize(table->rowCount)) &&
-                        addSection(index.buckets, bucketsSize(index));
+    if (!columnsDiffer(index.columns) || !addIndexSections(index, *table)) return false;
     table->indexes.push_back(std::move(index));
-    return placed;
+    return true;
+  }
+
+  bool addIndexSections(const Index& index, const TableInfo& table) {
+    if (!addSection(index.entries, entriesSize(index, table.rowCount))) return false;
+    if (index.form == IndexForm::hashed)
+      return index.bucketBits <= layout::maxBucketBits &&
+             addSection(index.buckets, bucketsSize(index));
+    // Each range has a row of its own, and is one of a single column of integers.
+    return index.form == IndexForm::ranges && index.rangeCount <= table.rowCount &&
+           index.buckets == 0 && index.columns.size() == 1 &&
+           isInteger(table.columns[static_cast<std::size_t>(index.columns[0])].type);
   }
 
   bool readIndexColumn(std::uint32_t number, TableInfo* table, Index* index) {
@@ -247,13 +260,16 @@ std::uint64_t dictionarySize(const Column& column) {
   return column.coding == Coding::dictionary ? (std::uint64_t{column.dictionaryCount} + 1) * 4 : 0;
 }
 
-std::uint64_t entriesSize(std::uint32_t rowCount) {
-  return std::uint64_t{rowCount} * layout::entry::size;
+std::uint64_t entriesSize(const Index& index, std::uint32_t rowCount) {
+  return index.form == IndexForm::ranges ? std::uint64_t{index.rangeCount} * layout::range::size
+                                         : std::uint64_t{rowCount} * layout::entry::size;
 }
 
 std::uint64_t bucketsSize(const Index& index) {
-  return (index.bucketCount() + 1) * layout::bucket::size;
+  return index.form == IndexForm::ranges ? 0 : (index.bucketCount() + 1) * layout::bucket::size;
 }
+
+bool isInteger(TslType type) { return type != TslTypeFloating && type != TslTypeText; }
 
 Error readDirectory(const std::vector<unsigned char>& bytes, std::uint64_t dataEnd,
                     std::uint32_t groupCount, Directory* directory) {

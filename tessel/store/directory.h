@@ -34,13 +34,21 @@ struct Column {
   std::uint64_t heapSize = 0;
 };
 
-/// The rows of a table in the order of the hashes of their keys.
+/// How an index leads from a key to its rows.
+enum class IndexForm : std::uint8_t {
+  hashed = 0,  ///< an entry for each row, in the order of the hashes of the keys
+  ranges = 1   ///< an entry for each range of rows whose values follow each other
+};
+
+/// An index of a table.
 struct Index {
   const char* name = nullptr;  ///< in the directory's bytes
   bool unique = false;
-  std::uint32_t bucketBits = 0;
-  std::uint64_t entries = 0;
-  std::uint64_t buckets = 0;
+  IndexForm form = IndexForm::hashed;
+  std::uint32_t bucketBits = 0;       ///< of a hashed index
+  std::uint32_t rangeCount = 0;       ///< of an index of ranges
+  std::uint64_t entries = 0;          ///< the entries, or the ranges
+  std::uint64_t buckets = 0;          ///< of a hashed index
   std::vector<std::int32_t> columns;  ///< at least one, none twice
 
   [[nodiscard]] std::uint64_t bucketCount() const { return std::uint64_t{1} << bucketBits; }
@@ -61,8 +69,11 @@ struct Directory {
 /// The bytes of a column's sections, and of an index's.
 std::uint64_t valuesSize(const Column& column, std::uint32_t rowCount);
 std::uint64_t dictionarySize(const Column& column);
-std::uint64_t entriesSize(std::uint32_t rowCount);
+std::uint64_t entriesSize(const Index& index, std::uint32_t rowCount);
 std::uint64_t bucketsSize(const Index& index);
+
+/// Whether the values are numbers without a fraction: signed, unsigned or patterns.
+bool isInteger(TslType type);
 
 /// Reads a directory whose names will point into `bytes`. Every section it tells
 /// of lies within the data, which end at `dataEnd`, at its alignment, and apart

@@ -13,6 +13,7 @@
 namespace tessel::layout {
 
 using loomkit::BytesField;
+using loomkit::Le16;
 using loomkit::Le32;
 using loomkit::Le64;
 using loomkit::U8;
@@ -92,11 +93,15 @@ static_assert(heapSize.end() == size);
 
 namespace index {
 inline constexpr Le32 name{0};
-inline constexpr Le32 unique{name.end()};
-inline constexpr Le32 columnCount{unique.end()};
-inline constexpr Le32 bucketBits{
-    columnCount.end()};                           ///< leading bits of a hash that choose a bucket
-inline constexpr Le64 entries{bucketBits.end()};  ///< section: an entry for each row
+inline constexpr U8 unique{name.end()};
+inline constexpr U8 form{unique.end()};
+inline constexpr Le16 reserved{form.end()};  ///< zero
+inline constexpr Le32 columnCount{reserved.end()};
+/// Of a hashed index: how many leading bits of a hash choose a bucket.
+inline constexpr Le32 bucketBits{columnCount.end()};
+/// Of an index of ranges: how many there are. The two forms share the place.
+inline constexpr Le32 rangeCount{columnCount.end()};
+inline constexpr Le64 entries{bucketBits.end()};  ///< section: entries, or ranges
 inline constexpr Le64 buckets{entries.end()};  ///< section: where each bucket begins, and the end
 inline constexpr std::size_t size = 32;
 static_assert(buckets.end() == size);
@@ -115,6 +120,15 @@ inline constexpr Le32 row{hash.end()};
 inline constexpr std::size_t size = 8;
 static_assert(row.end() == size);
 }  // namespace entry
+
+/// Rows whose values follow each other: the first row's value, of which these are
+/// the bits, and its number. Ranges are in the order of their values.
+namespace range {
+inline constexpr Le32 value{0};
+inline constexpr Le32 row{value.end()};
+inline constexpr std::size_t size = 8;
+static_assert(row.end() == size);
+}  // namespace range
 
 /// The number of the first entry of a bucket.
 namespace bucket {

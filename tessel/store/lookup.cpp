@@ -14,15 +14,7 @@ namespace {
 
 constexpr std::size_t pieceSize = 256;
 
-bool isInteger(const Column& column) {
-  return column.type != TslTypeFloating && column.type != TslTypeText;
-}
-
-// What an integer column holds, as one type for all of them.
-std::int64_t integerOf(const Column& column, TslContent value) {
-  return column.type == TslTypeSigned ? std::int64_t{value.signedValue}
-                                      : std::int64_t{value.unsignedValue};
-}
+bool isInteger(const Column& column) { return tessel::isInteger(column.type); }
 
 // A key in the terms of its column.
 struct Term {
@@ -175,8 +167,45 @@ void prefetchRow(const BlockFile& file, const TableInfo& table, std::uint32_t ro
     file.prefetch(column.values + std::uint64_t{row} * column.width);
 }
 
-Error findByIndex(BlockFile* file, const TableInfo& table, const Index& index, Terms* terms,
-                  std::vector<std::uint32_t>* rows) {
+// Appends a row that an index leads to, if it matches all of the keys.
+Error addIfMatching(BlockFile* file, const TableInfo& table, Terms* terms, std::uint32_t row,
+                    std::vector<std::uint32_t>* rows) {
+  prefetchRow(*file, table, row);
+  bool match = true;
+  for (const Term& term : *terms) {
+    const Error error = matches(file, term, row, &match);
+    if (error != Error::none || !match) return error;
+  }
+  rows->push_back(row);
+  return Error::none;
+}
+
+// The last range that begins at the key or below it leads to the only row that can
+// have the key. Whether it has, the row itself tells.
+Error findByRanges(BlockFile* file, const TableInfo& table, const Index& index, Terms* terms,
+                   std::vector<std::uint32_t>* rows) {
+  const std::int64_t key =
+      findTerm(terms, &table.columns[static_cast<std::size_t>(index.columns[0])])->integer;
+  Range best{key, table.rowCount};
+  for (std::uint32_t begin = 0, end = index.rangeCount; begin < end;) {
+    const std::uint32_t middle = begin + (end - begin) / 2;
+    Range range{};
+    const Error error = readRange(file, table, index, middle, &range);
+    if (error != Error::none) return error;
+    if (range.value <= key) {
+      best = range;
+      begin = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
+  const std::int64_t row = best.row + (key - best.value);
+  if (row >= table.rowCount) return Error::none;
+  return addIfMatching(file, table, terms, static_cast<std::uint32_t>(row), rows);
+}
+
+Error findByHash(BlockFile* file, const TableInfo& table, const Index& index, Terms* terms,
+                 std::vector<std::uint32_t>* rows) {
   KeyHash hash;
   for (const std::int32_t number : index.columns)
     addToHash(*findTerm(terms, &table.columns[static_cast<std::size_t>(number)]), &hash);
@@ -188,14 +217,7 @@ Error findByIndex(BlockFile* file, const TableInfo& table, const Index& index, T
     std::uint32_t row = 0;
     error = readEntry(file, table, index, i, &found, &row);
     if (error != Error::none || found > hash.value()) break;
-    if (found < hash.value()) continue;
-    prefetchRow(*file, table, row);
-    bool match = true;
-    for (const Term& term : *terms) {
-      error = matches(file, term, row, &match);
-      if (error != Error::none || !match) break;
-    }
-    if (error == Error::none && match) rows->push_back(row);
+    if (found == hash.value()) error = addIfMatching(file, table, terms, row, rows);
   }
   return error;
 }
@@ -260,7 +282,8 @@ Error findRows(BlockFile* file, const TableInfo& table, const TslKey* keys, int 
   if (index == nullptr) return Error::noIndex;
   if (std::any_of(terms.begin(), terms.end(), [](const Term& term) { return !term.possible; }))
     return Error::none;
-  return findByIndex(file, table, *index, &terms, rows);
+  return index->form == IndexForm::ranges ? findByRanges(file, table, *index, &terms, rows)
+                                          : findByHash(file, table, *index, &terms, rows);
 }
 
 Error addToHash(BlockFile* file, const Column& column, std::uint32_t row, KeyHash* hash) {
@@ -306,6 +329,18 @@ Error readEntry(BlockFile* file, const TableInfo& table, const Index& index, std
   *hash = e::hash.load(bytes + e::hash.offset);
   *row = e::row.load(bytes + e::row.offset);
   return *row < table.rowCount ? Error::none : Error::damagedData;
+}
+
+Error readRange(BlockFile* file, const TableInfo& table, const Index& index, std::uint32_t number,
+                Range* range) {
+  namespace r = layout::range;
+  const unsigned char* const bytes = file->at(index.entries + std::uint64_t{number} * r::size);
+  if (bytes == nullptr) return file->error();
+  TslContent value{};
+  value.unsignedValue = r::value.load(bytes + r::value.offset);
+  range->value = integerOf(table.columns[static_cast<std::size_t>(index.columns[0])], value);
+  range->row = r::row.load(bytes + r::row.offset);
+  return range->row < table.rowCount ? Error::none : Error::damagedData;
 }
 
 }  // namespace tessel

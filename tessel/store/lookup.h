@@ -24,6 +24,14 @@ namespace tessel {
 Error findRows(BlockFile* file, const TableInfo& table, const TslKey* keys, int count,
                std::vector<std::uint32_t>* rows);
 
+/// One range of an index of ranges, whose row is one of the table's.
+struct Range {
+  std::int64_t value;
+  std::uint32_t row;
+};
+Error readRange(BlockFile* file, const TableInfo& table, const Index& index, std::uint32_t number,
+                Range* range);
+
 /// Adds the value that a row has in a column to the hash of a key.
 Error addToHash(BlockFile* file, const Column& column, std::uint32_t row, KeyHash* hash);
 

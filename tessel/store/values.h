@@ -22,6 +22,12 @@ struct TextSpan {
 /// Requires: `row` is below the table's row count, here and below.
 Error readNumber(BlockFile* file, const Column& column, std::uint32_t row, TslContent* value);
 
+/// What an integer column holds, as one type for all of them.
+inline std::int64_t integerOf(const Column& column, TslContent value) {
+  return column.type == TslTypeSigned ? std::int64_t{value.signedValue}
+                                      : std::int64_t{value.unsignedValue};
+}
+
 /// Where the text of a text column lies.
 Error findText(BlockFile* file, const Column& column, std::uint32_t row, TextSpan* text);
 

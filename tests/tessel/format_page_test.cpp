@@ -32,18 +32,22 @@ TEST(TesselPage, ItsExampleIsAStore) {
   scratch.write("wood.tessel", bytesOfPage());
   const DatabaseOwner database = openDb("tessel:" + scratch / "wood");
   const TableOwner table = openTable(database, "wood");
-  EXPECT_EQ(scan(table.get()), (std::vector<std::string>{"7|oak", "-2|ash"}));
-  GDbRecordSet set;
-  EXPECT_EQ(table->lookupKey(GDbKey(0, -2), &set), GDbNoError);
-  EXPECT_EQ(textsOf(set), std::vector<std::string>{"-2|ash"});
+  EXPECT_EQ(scan(table.get()), (std::vector<std::string>{"1|7|oak", "2|-2|ash"}));
+  for (const GDbKey& key : {GDbKey(0, 2), GDbKey(1, -2)}) {
+    GDbRecordSet set;
+    EXPECT_EQ(table->lookupKey(key, &set), GDbNoError);
+    EXPECT_EQ(textsOf(set), std::vector<std::string>{"2|-2|ash"});
+  }
 }
 
 TEST(TesselPage, TheWriterMakesItsExample) {
   const ScratchDirectory scratch;
   GTesselWriter writer(scratch / "wood.tessel");
-  GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
+  GDbStructure structure =
+      structureOf({{"no", GDbFieldInt}, {"id", GDbFieldInt}, {"name", GDbFieldString}});
+  structure.addIndex(GDbIndex("no", "no", true, false));
   structure.addIndex(GDbIndex("id", "id", true, false));
-  ASSERT_EQ(addTable(&writer, "wood", structure, {}, {{7, "oak"}, {-2, "ash"}}), GDbNoError);
+  ASSERT_EQ(addTable(&writer, "wood", structure, {}, {{1, 7, "oak"}, {2, -2, "ash"}}), GDbNoError);
   ASSERT_EQ(writer.commit(), GDbNoError);
   EXPECT_TRUE(scratch.read("wood.tessel") == bytesOfPage());
 }

@@ -125,8 +125,10 @@ TEST_F(HostileStore, RefusesForgedNumbersOfTheDirectory) {
     refused(f::dictionaryCount.behind(fieldAt(10)), value | 1);
     refused(f::dictionary.behind(fieldAt(10)), value);
     refused(f::name.behind(heapText), value | 1);
-    for (const auto place : {x::name, x::unique, x::columnCount, x::bucketBits})
+    for (const auto place : {x::name, x::columnCount, x::bucketBits})
       refused(place.behind(indexAt(0)), value | 2);
+    refused(x::unique.behind(indexAt(0)), value | 2);
+    refused(x::reserved.behind(indexAt(0)), value | 2);
     for (const auto place : {x::entries, x::buckets}) refused(place.behind(indexAt(0)), value);
     refused(layout::column::number.behind(columnAt(0)), value | 1);
   }

@@ -29,7 +29,8 @@ void printTable(JsonWriter& json, const GTesselInspector::Table& table) {
   json.endArray().key("indexes").beginArray();
   for (const GTesselInspector::Index& index : table.indexes) {
     json.beginObject().key("name").value(index.name).key("columns").value(index.columns);
-    json.key("unique").value(index.unique).key("size").value(index.size).endObject();
+    json.key("unique").value(index.unique).key("form").value(index.form);
+    json.key("size").value(index.size).endObject();
   }
   json.endArray().endObject();
 }
@@ -41,7 +42,8 @@ void printTable(const GTesselInspector::Table& table) {
               std::to_string(column.size) + " bytes");
   for (const GTesselInspector::Index& index : table.indexes)
     printLine("  " + std::string(index.unique ? "unique index" : "index") + " on " +
-              visible(index.columns) + ", " + std::to_string(index.size) + " bytes");
+              visible(index.columns) + "  " + index.form + ", " + std::to_string(index.size) +
+              " bytes");
 }
 
 ExitCode info(const Invocation& call) {
@@ -90,7 +92,7 @@ constexpr Command tesselCommands[] = {
                 "$ loom db copy --index c1:unique csv:. parts tessel:parts.tessel\n2 records\n"
                 "$ loom tessel info parts.tessel\nparts: 2 records\n"
                 "  c1  int8, 2 bytes\n  c2  fixed text, 10 bytes\n  c3  float, 8 bytes\n"
-                "  unique index on c1, 24 bytes\n630 bytes\n",
+                "  unique index on c1  ranges, 8 bytes\n566 bytes\n",
      .exits = fileExits,
      .run = info},
     {.name = "check",

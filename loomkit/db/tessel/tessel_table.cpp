@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -15,13 +16,16 @@ namespace {
 class KeyArray {
  public:
   explicit KeyArray(int count) {
-    if (count > inlineCount) many.resize(static_cast<std::size_t>(count));
+    if (count > inlineCount)
+      many.resize(static_cast<std::size_t>(count));
+    else
+      std::fill_n(few, count, TslKey{});
   }
   TslKey* data() { return many.empty() ? few : many.data(); }
 
  private:
   static constexpr int inlineCount = 8;
-  TslKey few[inlineCount] = {};
+  TslKey few[inlineCount];
   std::vector<TslKey> many;
 };
 

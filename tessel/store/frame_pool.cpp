@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#include "tessel/store/frame_pool.h"
+
+#include "tessel/store/layout.h"
+
+namespace tessel {
+
+namespace {
+
+constexpr std::size_t pageSize = loomkit::platform::largePageSize;
+constexpr std::size_t framesPerPage = pageSize / layout::blockSize;
+
+}  // namespace
+
+unsigned char* FramePool::take() {
+  try {
+    return usesLargePages && singles.size() >= singleFrames ? takeOfLargePage() : takeSingle();
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+unsigned char* FramePool::takeSingle() {
+  // Not value-initialized: a block is read over it.
+  singles.emplace_back(new unsigned char[layout::blockSize]);
+  return singles.back().get();
+}
+
+unsigned char* FramePool::takeOfLargePage() {
+  if (room == 0) {
+    pages.emplace_back(
+        static_cast<unsigned char*>(::operator new (pageSize, std::align_val_t{pageSize})));
+    loomkit::platform::preferLargePages(pages.back().get(), pageSize);
+    room = framesPerPage;
+  }
+  --room;
+  return pages.back().get() + room * layout::blockSize;
+}
+
+}  // namespace tessel
