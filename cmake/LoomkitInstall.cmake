@@ -30,6 +30,15 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/loomkitConfig.cmake
 # Relative, so that an installed tree can be moved and --prefix is obeyed.
 file(RELATIVE_PATH LOOMKIT_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" LOOMKIT_PC_TO_PREFIX ${LOOMKIT_PC_TO_PREFIX})
+# Another store's library, as a linker takes it: a name, a path, or an option.
+set(LOOMKIT_PC_STORE)
+foreach(library IN LISTS LOOMKIT_TESSEL)
+  if(library MATCHES "^[/-]")
+    string(APPEND LOOMKIT_PC_STORE " ${library}")
+  else()
+    string(APPEND LOOMKIT_PC_STORE " -l${library}")
+  endif()
+endforeach()
 configure_file(packaging/loomkit.pc.in loomkit.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/loomkit.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
