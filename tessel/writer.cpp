@@ -228,14 +228,17 @@ GDbStatus tessel::StoreWriter::end() {
 // the same have the same key.
 GDbStatus tessel::StoreWriter::checkUnique() {
   for (const tessel::UniqueSuspect& suspect : suspects) {
-    bool unique = true;
-    const tessel::Error error = tessel::checkUnique(out.path(), suspect, &unique);
+    std::optional<tessel::Twins> twins;
+    const tessel::Error error = tessel::checkUnique(out.path(), suspect, &twins);
     if (error == tessel::Error::outOfMemory) return fail(GDbOutOfMemory, "out of memory");
     if (error != tessel::Error::none) return fail(GDbIoError, "cannot be read again");
     const tessel::TableInfo& table = tables[suspect.table];
-    if (!unique)
-      return fail(GDbNonUniqueKey, std::string(table.name) + ": the keys of the index " +
-                                       table.indexes[suspect.index].name + " are not unique");
+    if (twins)
+      return fail(GDbNonUniqueKey, std::string(table.name) + ": records " +
+                                       std::to_string(twins->first + 1) + " and " +
+                                       std::to_string(twins->second + 1) +
+                                       " have the same key in the unique index " +
+                                       table.indexes[suspect.index].name);
   }
   return GDbNoError;
 }

@@ -2,6 +2,7 @@
 #include "tessel/store/check.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "tessel/store/layout.h"
@@ -83,10 +84,10 @@ class Check {
     if (error != Error::none) return error;
     error = checkBuckets(table, index, place);
     if (error != Error::none || !index.unique) return error;
-    bool unique = true;
-    error = checkUnique(store, {tableNumber, number}, &unique);
+    std::optional<Twins> twins;
+    error = checkUnique(store, {tableNumber, number}, &twins);
     if (error != Error::none) return failed(error, place + "cannot be read");
-    return unique ? Error::none : damaged(place + "two rows have the same key");
+    return !twins ? Error::none : damaged(place + "two rows have the same key");
   }
 
   Error checkEntries(const TableInfo& table, const Index& index, const std::string& place) {

@@ -16,9 +16,9 @@ class UniqueCheck {
         table(store->tables()[suspect.table]),
         index(table.indexes[suspect.index]) {}
 
-  Error run(bool* unique) {
+  Error run(std::optional<Twins>* found) {
     std::uint32_t previous = 0;
-    for (std::uint32_t i = 0; error == Error::none && !doubled && i < table.rowCount; ++i) {
+    for (std::uint32_t i = 0; error == Error::none && !twins && i < table.rowCount; ++i) {
       std::uint32_t hash = 0;
       std::uint32_t row = 0;
       error = readEntry(file, table, index, i, &hash, &row);
@@ -26,8 +26,8 @@ class UniqueCheck {
       previous = hash;
       group.push_back(row);
     }
-    if (error == Error::none && !doubled) endGroup();
-    *unique = !doubled;
+    if (error == Error::none && !twins) endGroup();
+    *found = twins;
     return error;
   }
 
@@ -38,8 +38,9 @@ class UniqueCheck {
     if (group.size() > 1) {
       std::stable_sort(group.begin(), group.end(),
                        [this](std::uint32_t a, std::uint32_t b) { return orderOf(a, b) < 0; });
-      for (std::size_t i = 1; i < group.size() && !doubled; ++i)
-        doubled = orderOf(group[i - 1], group[i]) == 0 && error == Error::none;
+      for (std::size_t i = 1; i < group.size() && !twins; ++i)
+        if (orderOf(group[i - 1], group[i]) == 0 && error == Error::none)
+          twins = {group[i - 1], group[i]};
     }
     group.clear();
   }
@@ -56,23 +57,23 @@ class UniqueCheck {
   const Index& index;
   std::vector<std::uint32_t> group;  // rows of the same hash
   Error error = Error::none;
-  bool doubled = false;
+  std::optional<Twins> twins;
 };
 
 }  // namespace
 
-Error checkUnique(Store* store, UniqueSuspect suspect, bool* unique) {
+Error checkUnique(Store* store, UniqueSuspect suspect, std::optional<Twins>* twins) {
   // The rows of ranges have different values: checkStore() sees to it.
-  *unique = true;
+  twins->reset();
   if (store->tables()[suspect.table].indexes[suspect.index].form == IndexForm::ranges)
     return Error::none;
-  return UniqueCheck(store, suspect).run(unique);
+  return UniqueCheck(store, suspect).run(twins);
 }
 
-Error checkUnique(const std::string& path, UniqueSuspect suspect, bool* unique) {
+Error checkUnique(const std::string& path, UniqueSuspect suspect, std::optional<Twins>* twins) {
   Store store;
   const Error error = store.open(path);
-  return error == Error::none ? checkUnique(&store, suspect, unique) : error;
+  return error == Error::none ? checkUnique(&store, suspect, twins) : error;
 }
 
 }  // namespace tessel

@@ -53,8 +53,8 @@ inline void exerciseStore(const std::string& path) {
       tessel::releaseResult(&set);
     }
     for (std::size_t index = 0; index < table.indexes.size(); ++index) {
-      bool unique = false;
-      static_cast<void>(tessel::checkUnique(&store, {number, index}, &unique));
+      std::optional<tessel::Twins> twins;
+      static_cast<void>(tessel::checkUnique(&store, {number, index}, &twins));
     }
   }
 }

@@ -355,21 +355,29 @@ TEST(TesselWriter, RefusesTwoRowsOfTheSameUniqueKey) {
       {1, "x", 0.0, 4U}, {2, "y", -0.0, 4U}, {1, "y", 1.5, 6U}, {2, "x", 2.5, 6U}};
   struct Row {
     const char* index;
-    bool unique;
+    const char* twins;
+    const char* otherTwins;  // which of two pairs is found is the hashes' affair
   };
-  for (const Row& row : {Row{"a!", false}, Row{"b!", false}, Row{"c!", false}, Row{"d!", false},
-                         Row{"a,d!", true}, Row{"a,b!", true}, Row{"b,c!", true}}) {
+  for (const Row& row : {Row{"a!", "1 and 3", "2 and 4"}, Row{"b!", "1 and 4", "2 and 3"},
+                         Row{"c!", "1 and 2", ""}, Row{"d!", "1 and 2", "3 and 4"},
+                         Row{"a,d!", "", ""}, Row{"a,b!", "", ""}, Row{"b,c!", "", ""}}) {
+    const bool unique = *row.twins == '\0';
     GTesselWriter writer(path);
     EXPECT_EQ(addTable(&writer, "t", structure, {row.index}, rows), GDbNoError);
-    EXPECT_EQ(writer.commit(), row.unique ? GDbNoError : GDbNonUniqueKey) << row.index;
-    if (row.unique) {
+    EXPECT_EQ(writer.commit(), unique ? GDbNoError : GDbNonUniqueKey) << row.index;
+    if (unique) {
       scratch.write("t.tessel", "what was there");
     } else {
       EXPECT_EQ(scratch.read("t.tessel"), "what was there");
       std::string columns = row.index;
       columns.pop_back();
-      EXPECT_EQ(writer.getErrMsg(),
-                path + ": t: the keys of the index by " + columns + " are not unique");
+      const auto words = [&](const std::string& twins) {
+        return path + ": t: records " + twins + " have the same key in the unique index by " +
+               columns;
+      };
+      EXPECT_TRUE(writer.getErrMsg() == words(row.twins) ||
+                  writer.getErrMsg() == words(row.otherTwins))
+          << writer.getErrMsg();
     }
   }
 }
