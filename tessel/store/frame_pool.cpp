@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "tessel/store/frame_pool.h"
 
+#include <utility>
+
 #include "tessel/store/layout.h"
 
 namespace tessel {
@@ -21,16 +23,17 @@ unsigned char* FramePool::take() {
 }
 
 unsigned char* FramePool::takeSingle() {
-  // Not value-initialized: a block is read over it.
-  singles.emplace_back(new unsigned char[layout::blockSize]);
+  // Not filled with zeros: a block is read over it.
+  singles.push_back(std::make_unique_for_overwrite<unsigned char[]>(layout::blockSize));
   return singles.back().get();
 }
 
 unsigned char* FramePool::takeOfLargePage() {
   if (room == 0) {
-    pages.emplace_back(
-        static_cast<unsigned char*>(::operator new (pageSize, std::align_val_t{pageSize})));
-    loomkit::platform::preferLargePages(pages.back().get(), pageSize);
+    std::unique_ptr<unsigned char, LargeFree> page(
+        static_cast<unsigned char*>(::operator new(pageSize, std::align_val_t{pageSize})));
+    loomkit::platform::preferLargePages(page.get(), pageSize);
+    pages.push_back(std::move(page));
     room = framesPerPage;
   }
   --room;
