@@ -9,6 +9,7 @@ set(LOOMKIT_TESTS_LEFT_OUT
   process_test.cpp             # the same
   run_test.cpp                 # the same
   odd_files_test.cpp           # rights, pipes, names that Windows does not have
+  scratch_file_test.cpp        # a file without a name
   atomic_file_test.cpp         # rights, owners, links, signals
   ar_extractor_test.cpp        # rights as on Unix
   ar_member_reader_test.cpp    # files in memory
