@@ -31,7 +31,7 @@ unsigned char* FramePool::takeSingle() {
 unsigned char* FramePool::takeOfLargePage() {
   if (room == 0) {
     std::unique_ptr<unsigned char, LargeFree> page(
-        static_cast<unsigned char*>(::operator new(pageSize, std::align_val_t{pageSize})));
+        static_cast<unsigned char*>(::operator new (pageSize, std::align_val_t{pageSize})));
     loomkit::platform::preferLargePages(page.get(), pageSize);
     pages.push_back(std::move(page));
     room = framesPerPage;

@@ -4,7 +4,8 @@
 # and options are the same, when it has been built there; else compiles.
 # reuse_object.sh COMPILER ARGUMENT...  ($REUSE_IN is the build that is made)
 set -euo pipefail
-object= depends=
+object=''
+depends=''
 for ((i = 1; i < $#; ++i)); do
   next=$((i + 1))
   case ${!i} in
