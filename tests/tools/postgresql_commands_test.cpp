@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/db/postgresql_server.h"
+#include "tests/db/postgresql_tls.h"
 #include "tests/tools/run_program.h"
 
 namespace {
@@ -68,6 +69,88 @@ TEST(PostgresqlCommands, InfoTellsTheServerAndHowItIsReached) {
   const Ended json = runLoom({"db", "info", "--json", uri()});
   EXPECT_NE(json.out.find("\"server\":\"postgresql "), std::string::npos) << json;
   EXPECT_NE(json.out.find("\"tls\":\"no\""), std::string::npos);
+}
+
+TEST(PostgresqlCommands, InfoTellsWhichTlsIsInUse) {
+  PostgresqlServer& server = PostgresqlServer::shared();
+  const std::string root = withTls(&server).root;
+  const std::string verified =
+      tlsUri(server, "loomkit", "localhost", "&sslmode=verify-full&sslrootcert=");
+  const Ended right = runLoom({"db", "info", verified + root});
+  EXPECT_EQ(right.code, 0) << right;
+  EXPECT_NE(right.out.find("\ntls           TLSv1."), std::string::npos) << right;
+  EXPECT_NE(runLoom({"db", "info", "--json", verified + root}).out.find("\"tls\":\"TLSv1."),
+            std::string::npos);
+  const Ended wrong = runLoom({"db", "info", verified + withTls(&server).strangeRoot});
+  EXPECT_NE(wrong.code, 0);
+  EXPECT_EQ(wrong.out, "");
+  EXPECT_NE(wrong.err.find("certificate verify failed"), std::string::npos) << wrong;
+}
+
+// Runs a command in a terminal of its own, and types `answer` where it asks.
+Ended inTerminal(const std::string& command, const std::string& answer) {
+  return runProgram({"python3", "-c", R"(
+import os, pty, sys
+process, terminal = pty.fork()
+if process == 0:
+    os.execvp('sh', ['sh', '-c', sys.argv[1]])
+shown = b''
+answered = False
+while True:
+    try:
+        data = os.read(terminal, 4096)
+    except OSError:
+        break
+    if not data:
+        break
+    shown += data
+    if not answered and shown.endswith(b': '):
+        answered = True
+        os.write(terminal, sys.argv[2].encode() + b'\n')
+sys.stdout.buffer.write(shown)
+sys.exit(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]))
+)",
+                     command, answer});
+}
+
+// As psql does: a password that is missing is asked for at the terminal.
+TEST(PostgresqlCommands, AskForAPasswordThatTheServerWants) {
+  PostgresqlServer& server = PostgresqlServer::shared();
+  server.psql("CREATE ROLE guarded LOGIN PASSWORD 'se%c@r:e/t'");
+  const std::string locator = "'postgresql://guarded@127.0.0.1:" + std::to_string(server.port()) +
+                              "/postgres?sslmode=disable'";
+  const std::string command = LOOM_BINARY " sql " + locator + " 'SELECT current_user'";
+  const Ended asked = inTerminal(command, "se%c@r:e/t");
+  EXPECT_EQ(asked.code, 0) << asked;
+  EXPECT_EQ(asked.out, "Password for user guarded: \r\nguarded\r\n");
+  const Ended wrong = inTerminal(command, "another");
+  EXPECT_NE(wrong.code, 0);
+  EXPECT_NE(wrong.out.find("password authentication failed"), std::string::npos) << wrong;
+  EXPECT_EQ(wrong.out.find("another"), std::string::npos) << wrong;
+
+  const std::string file = newFolder() + "/passwords";
+  writeFile(file, "127.0.0.1:*:postgres:guarded:se%c@r\\:e/t\n");
+  EXPECT_EQ(shell("chmod 600 " + file + "; PGPASSFILE=" + file + " " + command),
+            (Ended{0, "guarded\n", ""}));
+  EXPECT_EQ(inTerminal("PGPASSFILE=" + file + " " + command, "").out, "guarded\r\n");
+  EXPECT_EQ(shell("PGPASSWORD='se%c@r:e/t' " + command), (Ended{0, "guarded\n", ""}));
+  const Ended nobody = shell("setsid " + command);
+  EXPECT_NE(nobody.code, 0);
+  EXPECT_NE(nobody.err.find("no password supplied"), std::string::npos) << nobody;
+  server.psql("DROP ROLE guarded");
+}
+
+TEST(PostgresqlCommands, ShowHowFarACopyHasCome) {
+  const std::string folder = newFolder();
+  std::string lines;
+  for (int i = 0; i < 100000; ++i) lines += std::to_string(i) + ";name\n";
+  writeFile(folder + "/many.csv", lines);
+  const Ended copied =
+      inTerminal(LOOM_BINARY " db copy --batch 20000 csv:" + folder + " many '" + uri() + "'", "");
+  EXPECT_EQ(copied.code, 0) << copied;
+  EXPECT_NE(copied.out.find("many ["), std::string::npos) << copied;
+  EXPECT_NE(copied.out.find("100000 records"), std::string::npos) << copied;
+  PostgresqlServer::shared().psql("DROP TABLE many");
 }
 
 TEST(PostgresqlCommands, NeverPrintAPassword) {

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "command.h"
+#include "console.h"
 #include "did_you_mean.h"
 #include "loomkit/archive/zip/zip_reader.h"
 #include "loomkit/db/catalog.h"
@@ -15,6 +16,7 @@
 #include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
 #include "readable_file.h"
+#include "terminal.h"
 
 namespace loom {
 
@@ -103,6 +105,10 @@ bool sameName(const std::string& a, const std::string& b, bool anyCase) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 32) : c; };
   return a == b || (anyCase && std::equal(a.begin(), a.end(), b.begin(), b.end(),
                                           [&](char x, char y) { return lower(x) == lower(y); }));
+}
+
+bool askForPassword(const std::string& user, std::string* password) {
+  return askSecretly("Password for user " + shown(user) + ": ", password);
 }
 
 // The column of that name, as the database tells letters apart.
@@ -233,7 +239,10 @@ DbHost::DbHost(const std::string& locator, bool create)
 void DbHost::open(const std::string& locator) {
   GDbDatabase* made = nullptr;
   const LogKeeper log;
-  const GDbStatus status = GDbDatabase::openDatabase(locator.c_str(), &made);
+  const bool server = typeId == "postgresql" || typeId == "postgres";
+  const GDbStatus status =
+      server ? GPostgresqlDatabaseFactory::openWithPrompt(locator.c_str(), askForPassword, &made)
+             : GDbDatabase::openDatabase(locator.c_str(), &made);
   // A server's reason says more than the status, and names the database as well.
   if (status == GDbCantOpenFile && !log.text().empty())
     throw Failure(ExitCode::cannotOpen, log.text());

@@ -17,6 +17,7 @@ constexpr FunctionEntry<LibpqApi> functions[] = {
     functionEntry<&LibpqApi::status>("PQstatus"),
     functionEntry<&LibpqApi::transactionStatus>("PQtransactionStatus"),
     functionEntry<&LibpqApi::connectionNeedsPassword>("PQconnectionNeedsPassword"),
+    functionEntry<&LibpqApi::user>("PQuser"),
     functionEntry<&LibpqApi::serverVersion>("PQserverVersion"),
     functionEntry<&LibpqApi::parameterStatus>("PQparameterStatus"),
     functionEntry<&LibpqApi::sslInUse>("PQsslInUse"),

@@ -75,6 +75,7 @@ struct LibpqApi {
   int (*status)(const pg_conn*);
   int (*transactionStatus)(const pg_conn*);
   int (*connectionNeedsPassword)(const pg_conn*);
+  char* (*user)(const pg_conn*);
   int (*serverVersion)(const pg_conn*);
   const char* (*parameterStatus)(const pg_conn*, const char* parameter);
   int (*sslInUse)(pg_conn*);

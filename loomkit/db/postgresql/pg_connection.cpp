@@ -35,12 +35,14 @@ void endCopy(pg_conn* connection, int status) {
 
 }  // namespace
 
-PgFailure PgConnection::open(const std::string& uri, const std::string& shownName) {
+PgFailure PgConnection::open(const std::string& uri, const std::string& shownName,
+                             const char* password) {
+  close();
   // Entries behind the URI win over what it says itself, so that texts always travel in
   // UTF-8.
   const char* const keywords[] = {"fallback_application_name", "dbname", "client_encoding",
-                                  nullptr};
-  const char* const values[] = {"loomkit", uri.c_str(), "UTF8", nullptr};
+                                  "password", nullptr};
+  const char* const values[] = {"loomkit", uri.c_str(), "UTF8", password, nullptr};
   name = shownName;
   connection = libpq().connectdbParams(keywords, values, 1);
   if (connection == nullptr) return {GDbOutOfMemory};
@@ -49,6 +51,15 @@ PgFailure PgConnection::open(const std::string& uri, const std::string& shownNam
   PgFailure failure = failureOf(nullptr);
   failure.status = GDbCantOpenFile;
   return failure;
+}
+
+bool PgConnection::needsPassword() const {
+  return connection != nullptr && libpq().connectionNeedsPassword(connection) != 0;
+}
+
+std::string PgConnection::user() const {
+  const char* const found = connection != nullptr ? libpq().user(connection) : nullptr;
+  return found != nullptr ? found : "";
 }
 
 void PgConnection::close() {

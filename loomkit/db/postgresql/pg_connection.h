@@ -50,9 +50,16 @@ class PgConnection {
   PgConnection& operator=(const PgConnection&) = delete;
   ~PgConnection() { close(); }
 
-  /// Connects. `shownName` is the URI for messages, without its password.
-  /// Requires: the library is loaded. Does not say so when it fails.
-  PgFailure open(const std::string& uri, const std::string& shownName);
+  /// Connects, also after a failure to. `shownName` is the URI for messages, without
+  /// its password; `password` takes the place of all others unless null. Requires:
+  /// the library is loaded. Does not say so when it fails.
+  PgFailure open(const std::string& uri, const std::string& shownName,
+                 const char* password = nullptr);
+  /// After open() failed: whether the server asks for a password, and libpq has
+  /// found none in the URI, the environment or the password file.
+  [[nodiscard]] bool needsPassword() const;
+  /// The user that open() connects as. Empty before that.
+  [[nodiscard]] std::string user() const;
   void close();
   [[nodiscard]] bool isOpen() const { return connection != nullptr; }
 

@@ -11,6 +11,7 @@
 #ifndef LOOMKIT_DB_POSTGRESQL_POSTGRESQL_DATABASE_H
 #define LOOMKIT_DB_POSTGRESQL_POSTGRESQL_DATABASE_H
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -146,6 +147,14 @@ class LOOMKIT_API GPostgresqlDatabaseFactory : public GDbDbFactory {
   /// GDbInvalidLocator: no URI, or one that libpq cannot read; GDbCantOpenFile:
   /// no connection. The log has libpq's words.
   GDbStatus openDatabase(const char* locator, GDbDatabase** database) override;
+
+  /// Asks a person for the password of `user`; false when there is nobody to ask.
+  using PasswordPrompt = std::function<bool(const std::string& user, std::string* password)>;
+  /// As openDatabase(). When the server wants a password, and libpq finds none in
+  /// the locator, the environment or the password file, `prompt` is asked once. The
+  /// password is kept for new connections, and shown nowhere.
+  static GDbStatus openWithPrompt(const char* locator, const PasswordPrompt& prompt,
+                                  GDbDatabase** database);
 
   /// `locator` as it may be shown: without what is or may be a password.
   static std::string getShownLocator(const std::string& locator);

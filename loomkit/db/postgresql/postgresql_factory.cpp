@@ -58,6 +58,12 @@ std::string GPostgresqlDatabaseFactory::getShownLocator(const std::string& locat
 }
 
 GDbStatus GPostgresqlDatabaseFactory::openDatabase(const char* locator, GDbDatabase** database) {
+  return openWithPrompt(locator, nullptr, database);
+}
+
+GDbStatus GPostgresqlDatabaseFactory::openWithPrompt(const char* locator,
+                                                     const PasswordPrompt& prompt,
+                                                     GDbDatabase** database) {
   if (locator == nullptr || database == nullptr) return GDbInvalidArgument;
   if (!loomkit::isConnectionUri(locator)) return GDbInvalidLocator;
   if (!loomkit::libpqLibrary().load()) {
@@ -71,7 +77,10 @@ GDbStatus GPostgresqlDatabaseFactory::openDatabase(const char* locator, GDbDatab
     return GDbInvalidLocator;
   }
   auto server = std::make_unique<loomkit::PgConnection>();
-  const loomkit::PgFailure failure = server->open(uri, shown);
+  loomkit::PgFailure failure = server->open(uri, shown);
+  std::string password;
+  if (failure && prompt && server->needsPassword() && prompt(server->user(), &password))
+    failure = server->open(uri, shown, password.c_str());
   if (failure) {
     logLine("Failed to open database " + shown + ": " + failure.text);
     return failure.status;
