@@ -5,6 +5,7 @@
 #include "tests/db/postgresql_server.h"
 #include "tests/db/postgresql_tls.h"
 #include "tests/tools/run_program.h"
+#include "tests/tools/terminal_session.h"
 
 namespace {
 
@@ -87,52 +88,32 @@ TEST(PostgresqlCommands, InfoTellsWhichTlsIsInUse) {
   EXPECT_NE(wrong.err.find("certificate verify failed"), std::string::npos) << wrong;
 }
 
-// Runs a command in a terminal of its own, and types `answer` where it asks.
-Ended inTerminal(const std::string& command, const std::string& answer) {
-  return runProgram({"python3", "-c", R"(
-import os, pty, sys
-process, terminal = pty.fork()
-if process == 0:
-    os.execvp('sh', ['sh', '-c', sys.argv[1]])
-shown = b''
-answered = False
-while True:
-    try:
-        data = os.read(terminal, 4096)
-    except OSError:
-        break
-    if not data:
-        break
-    shown += data
-    if not answered and shown.endswith(b': '):
-        answered = True
-        os.write(terminal, sys.argv[2].encode() + b'\n')
-sys.stdout.buffer.write(shown)
-sys.exit(os.waitstatus_to_exitcode(os.waitpid(process, 0)[1]))
-)",
-                     command, answer});
-}
-
 // As psql does: a password that is missing is asked for at the terminal.
 TEST(PostgresqlCommands, AskForAPasswordThatTheServerWants) {
   PostgresqlServer& server = PostgresqlServer::shared();
   server.psql("CREATE ROLE guarded LOGIN PASSWORD 'se%c@r:e/t'");
-  const std::string locator = "'postgresql://guarded@127.0.0.1:" + std::to_string(server.port()) +
-                              "/postgres?sslmode=disable'";
-  const std::string command = LOOM_BINARY " sql " + locator + " 'SELECT current_user'";
-  const Ended asked = inTerminal(command, "se%c@r:e/t");
-  EXPECT_EQ(asked.code, 0) << asked;
-  EXPECT_EQ(asked.out, "Password for user guarded: \r\nguarded\r\n");
-  const Ended wrong = inTerminal(command, "another");
-  EXPECT_NE(wrong.code, 0);
-  EXPECT_NE(wrong.out.find("password authentication failed"), std::string::npos) << wrong;
-  EXPECT_EQ(wrong.out.find("another"), std::string::npos) << wrong;
+  const std::string command =
+      "loom sql 'postgresql://guarded@127.0.0.1:" + std::to_string(server.port()) +
+      "/postgres?sslmode=disable' 'SELECT current_user'";
+  TerminalSession right(command);
+  EXPECT_TRUE(right.waitFor("Password for user guarded: "));
+  right.type("se%c@r:e/t\n");
+  EXPECT_EQ(right.end(), 0);
+  EXPECT_EQ(right.output(), "Password for user guarded: \r\nguarded\r\n");
+  TerminalSession wrong(command);
+  EXPECT_TRUE(wrong.waitFor("Password for user guarded: "));
+  wrong.type("another\n");
+  EXPECT_NE(wrong.end(), 0);
+  EXPECT_NE(wrong.output().find("password authentication failed"), std::string::npos);
+  EXPECT_EQ(wrong.output().find("another"), std::string::npos) << wrong.output();
 
   const std::string file = newFolder() + "/passwords";
   writeFile(file, "127.0.0.1:*:postgres:guarded:se%c@r\\:e/t\n");
   EXPECT_EQ(shell("chmod 600 " + file + "; PGPASSFILE=" + file + " " + command),
             (Ended{0, "guarded\n", ""}));
-  EXPECT_EQ(inTerminal("PGPASSFILE=" + file + " " + command, "").out, "guarded\r\n");
+  TerminalSession unasked("PGPASSFILE=" + file + " " + command);
+  EXPECT_EQ(unasked.end(), 0);
+  EXPECT_EQ(unasked.output(), "guarded\r\n");
   EXPECT_EQ(shell("PGPASSWORD='se%c@r:e/t' " + command), (Ended{0, "guarded\n", ""}));
   const Ended nobody = shell("setsid " + command);
   EXPECT_NE(nobody.code, 0);
@@ -140,16 +121,18 @@ TEST(PostgresqlCommands, AskForAPasswordThatTheServerWants) {
   server.psql("DROP ROLE guarded");
 }
 
+// The server takes its time at the begin, so that the bar appears.
 TEST(PostgresqlCommands, ShowHowFarACopyHasCome) {
   const std::string folder = newFolder();
   std::string lines;
-  for (int i = 0; i < 100000; ++i) lines += std::to_string(i) + ";name\n";
+  for (int i = 0; i < 20000; ++i) lines += std::to_string(i) + ";name\n";
   writeFile(folder + "/many.csv", lines);
-  const Ended copied =
-      inTerminal(LOOM_BINARY " db copy --batch 20000 csv:" + folder + " many '" + uri() + "'", "");
-  EXPECT_EQ(copied.code, 0) << copied;
-  EXPECT_NE(copied.out.find("many ["), std::string::npos) << copied;
-  EXPECT_NE(copied.out.find("100000 records"), std::string::npos) << copied;
+  TerminalSession session("loom db copy --batch 500 csv:" + folder + " many '" + uri() +
+                          "&options=-cpost_auth_delay%3D1'");
+  EXPECT_EQ(session.end(), 0);
+  EXPECT_NE(session.output().find("many ["), std::string::npos) << session.output();
+  EXPECT_EQ(session.screen().row(0), "20000 records");
+  EXPECT_EQ(PostgresqlServer::shared().psql("SELECT count(*) FROM many"), "20000\n");
   PostgresqlServer::shared().psql("DROP TABLE many");
 }
 
