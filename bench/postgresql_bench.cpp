@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // The PostgreSQL driver against raw libpq, libpqxx and SOCI, on the same server
 // over its Unix socket: point lookups by a key, 1,000 inserts in a transaction,
-// scans of 1,000,000 rows. The server is one of Debian's, started for the run.
+// scans of 1,000,000 rows; and 10,000 inserts into a server that is 1 ms away. The
+// server is one of Debian's, started for the run.
 #include <benchmark/benchmark.h>
 
 #ifdef LOOMKIT_PEER_LIBPQ
@@ -15,6 +16,7 @@
 #include <soci/soci.h>
 #endif
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -22,6 +24,7 @@
 #include <string>
 
 #include "loomkit/loomkit.h"
+#include "tests/db/fault_proxy.h"
 #include "tests/db/postgresql_server.h"
 
 namespace {
@@ -86,24 +89,55 @@ void lookupOurs(benchmark::State& state) {
 }
 BENCHMARK(lookupOurs)->Name("postgresql/lookup/ours");
 
-void insertOurs(benchmark::State& state) {
-  GDbTransactionHandler* transaction = server().database->getTransactionHandler();
-  GDbRecordSet records;
-  for (int id = 0; id < batch; ++id) {
+void addRecords(GDbRecordSet* records, int count) {
+  for (int id = 0; id < count; ++id) {
     auto* record = new GDbRecord;
     record->addIntField(id);
     record->addStringField(nameOf(id));
     record->addFloatField(id * 0.25);
     record->addIntField(id % 100);
-    records.addRecord(record);
+    records->addRecord(record);
   }
+}
+
+void insertAndForget(benchmark::State& state, GDbDatabase* database, GDbTable* table, int count) {
+  GDbTransactionHandler* transaction = database->getTransactionHandler();
+  GDbRecordSet records;
+  addRecords(&records, count);
   for (auto _ : state) {
     transaction->begin();
-    if (server().empty->insertRecords(records) != GDbNoError) std::abort();
+    if (table->insertRecords(records) != GDbNoError) std::abort();
     transaction->rollback();
   }
 }
+
+void insertOurs(benchmark::State& state) {
+  insertAndForget(state, server().database.get(), server().empty.get(), batch);
+}
 BENCHMARK(insertOurs)->Name("postgresql/insert1000/ours")->Unit(benchmark::kMillisecond);
+
+// Over TCP: to the server itself, and through a proxy that keeps what either side
+// says for so many microseconds (below 0: without the proxy).
+void insertAtDistance(benchmark::State& state) {
+  loomkit::testing::FaultProxy proxy(server().server.port());
+  const bool direct = state.range(0) < 0;
+  if (!direct) proxy.setDelay(std::chrono::microseconds(state.range(0)));
+  const std::string uri = server().server.tcpUri("postgres", direct ? 0 : proxy.port());
+  GDbDatabase* opened = nullptr;
+  if (GDbDatabase::openDatabase(uri.c_str(), &opened) != GDbNoError) std::abort();
+  const std::unique_ptr<GDbDatabase> database(opened);
+  GDbTable* table = nullptr;
+  if (database->openTable("e", nullptr, &table) != GDbNoError) std::abort();
+  const std::unique_ptr<GDbTable> owner(table);
+  insertAndForget(state, opened, table, 10000);
+}
+BENCHMARK(insertAtDistance)
+    ->Name("postgresql/insert10000/us_away")
+    ->Arg(-1)
+    ->Arg(0)
+    ->Arg(1000)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
 
 void scanOurs(benchmark::State& state) {
   for (auto _ : state) {

@@ -87,7 +87,31 @@ title 'A host in C++: words of its own'
 show_example functions
 
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+as_server=
+clean_up() {
+  if [ -d "$work/server" ]; then
+    $as_server "$programs/pg_ctl" -D "$work/server/data" -m immediate stop || true
+  fi
+  rm -rf "$work"
+}
+trap 'clean_up >/dev/null 2>&1' EXIT
+trap 'exit 130' INT
+trap 'exit 143' HUP TERM
+
+# A PostgreSQL server of the tour's own, where one is installed, on a socket in the
+# working folder. It refuses to run as root.
+start_server() {
+  programs=$(ls -d "${POSTGRESQL:-/usr/lib/postgresql}"/*/bin 2>/dev/null | tail -1)
+  [ -x "$programs/initdb" ] || return 1
+  mkdir server
+  if [ "$(id -u)" = 0 ]; then
+    as_server='setpriv --reuid=nobody --regid=nogroup --clear-groups'
+    chmod 711 . && chown nobody server
+  fi
+  options="-k $PWD/server -h '' -c fsync=off -c dynamic_shared_memory_type=mmap"
+  $as_server "$programs/initdb" -D server/data -U tour -A trust -E UTF8 --locale=C --no-sync &&
+    $as_server "$programs/pg_ctl" -D server/data -o "$options" -l server/log -w start
+}
 cp -L /usr/share/common-licenses/GPL-3 "$work/gpl" 2>/dev/null || cp "$root/README.md" "$work/gpl"
 cd "$work"
 
@@ -145,4 +169,16 @@ if [ -r $unicode ]; then
   show "loom db copy csv:. UnicodeData tessel:chars.tessel --columns $columns --index code:unique --index name"
   show "loom db get tessel:chars UnicodeData code=20AC"
   show "loom tessel info chars.tessel && loom tessel check chars.tessel"
+
+  if start_server >/dev/null 2>&1; then
+    title 'And on a PostgreSQL server, which was started for this'
+    export PGHOST="$work/server" PGUSER=tour
+    show "loom db copy csv:. UnicodeData postgresql:///postgres --columns $columns"
+    show "loom db get postgresql:///postgres UnicodeData code=20AC"
+    show "loom sql postgresql:///postgres 'SELECT count(*), max(name) FROM \"UnicodeData\" WHERE combining > :most' --param most=200"
+  elif [ -x "$programs/initdb" ]; then
+    title 'And on a PostgreSQL server: the one that is installed does not start here'
+  else
+    title 'And on a PostgreSQL server: none is installed here'
+  fi
 fi

@@ -53,7 +53,10 @@ const Numbered numberedTable[] = {
     {"$q$?$$?$q$ = ?", "$q$?$$?$q$ = $1"},
     {"$a1_$?$a1_$ = ?", "$a1_$?$a1_$ = $1"},
     {"$1 = ?", "$1 = $1"},
-    {"$1$?", "$1$$1"},
+    {"$1$?", "$1$ $1"},
+    {"LIMIT?", "LIMIT $1"},
+    {"LIMIT?3", "LIMIT $3"},
+    {"LIMIT:most", "LIMIT $1"},
     {"a$b$ = ?", "a$b$ = $1"},
     {"$q$ ? $Q$ ?", "$q$ ? $Q$ ?"},
     {"$\xc3\xa4$?$\xc3\xa4$ = ?", "$\xc3\xa4$?$\xc3\xa4$ = $1"},
@@ -89,7 +92,7 @@ const Numbered numberedTable[] = {
     {"$q$ :a", "$q$ :a"},
     {"$q :a", "$1 $2"},
     {"a$b :a", "a$b $1"},
-    {"u@b", "u$1"},
+    {"u@b", "u $1"},
 };
 
 TEST(PostgresqlText, NumbersParametersOutsideOfQuotesAndComments) {
@@ -121,6 +124,7 @@ void checkOnlyMarksChange(const std::string& statement) {
       continue;
     }
     const std::string& name = names.at(std::stoul(text.substr(at + 1, end - at - 1)) - 1);
+    if (!back.empty() && back.back() == ' ') back.pop_back();  // put in behind a word
     back += name.empty() ? "?" : name;
     at = end;
   }

@@ -26,9 +26,21 @@ TEST(Tour, RunsToItsEnd) {
   for (const char* const part :
        {"954.83\n", "\"100\" 1.19  >!< *\n", "    ^ division by zero\n",
         "(examples/functions is not built here)\n", "gpl: OK\n", "hello from loomkit\n[exit 3]\n",
-        "1 good, 0 damaged\n", "data.tar", "id: oak-42\n", "34924 records\n"}) {
+        "1 good, 0 damaged\n", "data.tar", "id: oak-42\n", "34924 records\n",
+        "And on a PostgreSQL server, which was started for this\n", "20AC\tEURO SIGN\tSc\t0\n"}) {
     EXPECT_NE(ended.out.find(part), std::string::npos) << part << ended.out;
   }
+}
+
+TEST(Tour, SaysSoWhereNoServerIsInstalledAndLeavesNothingBehind) {
+  const std::string folder = newFolder();
+  const Ended ended =
+      shell("export TMPDIR=" + folder +
+            "; POSTGRESQL=/nonexistent EXAMPLES=/nonexistent LOOM=loom " LOOMKIT_SOURCE_DIR
+            "/examples/tour/tour.sh");
+  EXPECT_EQ(ended.code, 0) << ended;
+  EXPECT_NE(ended.out.find("none is installed here"), std::string::npos) << ended;
+  EXPECT_EQ(shell("ls " + folder).out, "");
 }
 
 TEST(Map, CountsTheWordsOfAFileAsWcDoes) {

@@ -13,42 +13,27 @@
 namespace loomkit {
 namespace {
 
-// How the bytes of a binary value are laid out; all numbers are big-endian.
-enum class Form { none, boolean, int2, int4, int8, float4, float8, text, bytes, uuid, jsonb };
-
-struct TypeRow {
-  PgOid type;
-  Form form;
-  GDbFieldType field;
-};
-
 // The numbers of the built-in types never change.
-constexpr TypeRow types[] = {
-    {16, Form::boolean, GDbFieldString},  // bool
-    {17, Form::bytes, GDbFieldBlob},      // bytea
-    {18, Form::text, GDbFieldString},     // "char"
-    {19, Form::text, GDbFieldString},     // name
-    {20, Form::int8, GDbFieldInt},        // int8
-    {21, Form::int2, GDbFieldInt},        // int2
-    {23, Form::int4, GDbFieldInt},        // int4
-    {25, Form::text, GDbFieldString},     // text
-    {114, Form::text, GDbFieldString},    // json
-    {700, Form::float4, GDbFieldFloat},   // float4
-    {701, Form::float8, GDbFieldFloat},   // float8
-    {705, Form::text, GDbFieldString},    // unknown
-    {1042, Form::text, GDbFieldString},   // char(n)
-    {1043, Form::text, GDbFieldString},   // varchar
-    {2950, Form::uuid, GDbFieldString},   // uuid
-    {3802, Form::jsonb, GDbFieldString},  // jsonb
+constexpr PgType types[] = {
+    {16, PgForm::boolean, GDbFieldString},  // bool
+    {17, PgForm::bytes, GDbFieldBlob},      // bytea
+    {18, PgForm::text, GDbFieldString},     // "char"
+    {19, PgForm::text, GDbFieldString},     // name
+    {20, PgForm::int8, GDbFieldInt},        // int8
+    {21, PgForm::int2, GDbFieldInt},        // int2
+    {23, PgForm::int4, GDbFieldInt},        // int4
+    {25, PgForm::text, GDbFieldString},     // text
+    {114, PgForm::text, GDbFieldString},    // json
+    {700, PgForm::float4, GDbFieldFloat},   // float4
+    {701, PgForm::float8, GDbFieldFloat},   // float8
+    {705, PgForm::text, GDbFieldString},    // unknown
+    {1042, PgForm::text, GDbFieldString},   // char(n)
+    {1043, PgForm::text, GDbFieldString},   // varchar
+    {2950, PgForm::uuid, GDbFieldString},   // uuid
+    {3802, PgForm::jsonb, GDbFieldString},  // jsonb
 };
 
-constexpr TypeRow otherType{0, Form::none, GDbFieldString};
-
-const TypeRow& rowOf(PgOid type) {
-  const auto* found = std::find_if(std::begin(types), std::end(types),
-                                   [&](const TypeRow& row) { return row.type == type; });
-  return found != std::end(types) ? *found : otherType;
-}
+constexpr PgType otherType{0, PgForm::none, GDbFieldString};
 
 // The number in the first bytes of a value; 0 when it is too short for one.
 template <typename Number, typename Bits, typename Load>
@@ -83,16 +68,18 @@ std::string uuidText(const PgValue& value) {
 
 }  // namespace
 
-GDbFieldType pgFieldType(PgOid type) { return rowOf(type).field; }
-
-bool pgReadsBinary(PgOid type) { return rowOf(type).form != Form::none; }
+const PgType& pgType(PgOid oid) {
+  const auto* found = std::find_if(std::begin(types), std::end(types),
+                                   [&](const PgType& row) { return row.oid == oid; });
+  return found != std::end(types) ? *found : otherType;
+}
 
 std::int64_t PgValue::integer() const {
   if (!binary) return fromText<std::int64_t>(*this);
-  switch (rowOf(type).form) {
-    case Form::int2:
+  switch (type->form) {
+    case PgForm::int2:
       return fromBits<std::int16_t, std::uint16_t>(*this, loadBe16);
-    case Form::int4:
+    case PgForm::int4:
       return fromBits<std::int32_t, std::uint32_t>(*this, loadBe32);
     default:
       return fromBits<std::int64_t, std::uint64_t>(*this, loadBe64);
@@ -102,7 +89,7 @@ std::int64_t PgValue::integer() const {
 // The text of a float4 has only the digits that tell floats apart. Read as a double, it
 // would give another number than the one that is stored.
 double PgValue::number() const {
-  const bool narrow = rowOf(type).form == Form::float4;
+  const bool narrow = type->form == PgForm::float4;
   if (!binary) return narrow ? double{fromText<float>(*this)} : fromText<double>(*this);
   return narrow ? double{fromBits<float, std::uint32_t>(*this, loadBe32)}
                 : fromBits<double, std::uint64_t>(*this, loadBe64);
@@ -110,10 +97,10 @@ double PgValue::number() const {
 
 std::string_view PgValue::text(std::string* room) const {
   const std::size_t size = length > 0 ? static_cast<std::size_t>(length) : 0;
-  const Form form = binary ? rowOf(type).form : Form::text;
-  if (form == Form::boolean) return size != 0 && data[0] != '\0' ? "t" : "f";
-  if (form == Form::uuid) return *room = uuidText(*this);
-  if (form == Form::jsonb && size > 0) return {data + 1, size - 1};  // behind its version
+  const PgForm form = binary ? type->form : PgForm::text;
+  if (form == PgForm::boolean) return size != 0 && data[0] != '\0' ? "t" : "f";
+  if (form == PgForm::uuid) return *room = uuidText(*this);
+  if (form == PgForm::jsonb && size > 0) return {data + 1, size - 1};  // behind its version
   return {data, size};
 }
 

@@ -14,17 +14,28 @@
 
 namespace loomkit {
 
-/// What a column of a type is read as: the integers Int, float4 and float8
-/// Float, bytea Blob, all else String.
-GDbFieldType pgFieldType(PgOid type);
+/// How the bytes of a binary value are laid out; all numbers are big-endian. The
+/// binary forms of other types are not read here.
+enum class PgForm { none, boolean, int2, int4, int8, float4, float8, text, bytes, uuid, jsonb };
 
-/// Whether the binary form of a type is read here. A result comes in one form
-/// for all columns: in text when one of them needs that.
-bool pgReadsBinary(PgOid type);
+/// A type of the server's.
+struct PgType {
+  PgOid oid;
+  PgForm form;
+  GDbFieldType field;  ///< what a column of it is read as
+
+  /// A result comes in one form for all columns: in text when one of them has no
+  /// binary form.
+  [[nodiscard]] bool readsBinary() const { return form != PgForm::none; }
+};
+
+/// The type of that number, which is one of a table: the integers are Int, float4 and
+/// float8 Float, bytea is Blob, all else String.
+const PgType& pgType(PgOid oid);
 
 /// One value of a result. Valid as long as the result.
 struct PgValue {
-  PgOid type;
+  const PgType* type;
   bool binary;
   const char* data;  ///< NUL-terminated behind `length`
   int length;

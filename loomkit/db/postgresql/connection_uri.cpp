@@ -108,7 +108,9 @@ std::string_view shownPlace(std::string_view place) {
 
 bool isShown(std::string_view parameter) {
   const std::size_t equals = parameter.find('=');
-  if (equals == std::string_view::npos) return false;
+  // An "@" may be the end of a password that has a "?" in it.
+  if (equals == std::string_view::npos || parameter.find('@') != std::string_view::npos)
+    return false;
   const std::string name = gUnescapePartOfURI(std::string(parameter.substr(0, equals)));
   return std::find(std::begin(shownParameters), std::end(shownParameters), name) !=
          std::end(shownParameters);

@@ -91,7 +91,7 @@ GDbStatus addColumn(GSqlQuery& row, GDbCatalog::Description* description) {
   if (status == GDbNoError) status = row.getInt(5, &primary);
   if (status != GDbNoError) return status;
   column.nullable = notNull == 0;
-  const GDbFieldType type = pgFieldType(static_cast<PgOid>(oid));
+  const GDbFieldType type = pgType(static_cast<PgOid>(oid)).field;
   int width = 0;
   int decDigits = 0;
   sizesOf(type, column.declaredType, modifier, &width, &decDigits);

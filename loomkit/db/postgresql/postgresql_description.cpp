@@ -99,7 +99,7 @@ GDbStatus GPostgresqlDatabase::describe(GSqlQueryData* query, GSqlDescription* d
   description->structure = GDbStructure(true);
   for (const PgColumn& column : columns)
     description->structure.appendField(
-        GDbField(localText(column.name), loomkit::pgFieldType(column.type), 0, 0, false, false));
+        GDbField(localText(column.name), loomkit::pgType(column.type).field, 0, 0, false, false));
   if (columns.empty()) return GDbNoError;
   GSqlQuery catalog(this, describeStatement);
   status = bindColumns(&catalog, columns);

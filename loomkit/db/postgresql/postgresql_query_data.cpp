@@ -87,12 +87,13 @@ void GPostgresqlQueryData::describe(const pg_result* description) {
   columns.clear();
   const loomkit::LibpqApi& api = libpq();
   for (int i = 0; i < api.nfields(description); ++i) {
-    columnTypes.push_back(api.ftype(description, i));
+    columnTypes.push_back(&loomkit::pgType(api.ftype(description, i)));
     columns.push_back({api.fname(description, i), api.ftype(description, i),
                        api.fmod(description, i), api.ftable(description, i),
                        api.ftablecol(description, i)});
   }
-  binaryResults = std::all_of(columnTypes.begin(), columnTypes.end(), loomkit::pgReadsBinary);
+  binaryResults = std::all_of(columnTypes.begin(), columnTypes.end(),
+                              [](const loomkit::PgType* type) { return type->readsBinary(); });
   parameters.resize(static_cast<std::size_t>(api.nparams(description)));
   parameterNames.resize(parameters.size());
 }
@@ -336,9 +337,9 @@ GDbStatus GPostgresqlQueryData::getValue(int column, GDbFieldType type, PgValue*
     value->data = nullptr;
     return GDbNoError;
   }
-  const loomkit::PgOid oid = columnTypes[static_cast<std::size_t>(column)];
-  if (type != GDbFieldNone && loomkit::pgFieldType(oid) != type) return fail(GDbFieldTypeMismatch);
-  *value = {oid, binaryResults, libpq().getvalue(rows.get(), rowInRows, column),
+  const loomkit::PgType* stored = columnTypes[static_cast<std::size_t>(column)];
+  if (type != GDbFieldNone && stored->field != type) return fail(GDbFieldTypeMismatch);
+  *value = {stored, binaryResults, libpq().getvalue(rows.get(), rowInRows, column),
             libpq().getlength(rows.get(), rowInRows, column)};
   return GDbNoError;
 }
@@ -367,14 +368,15 @@ GDbStatus GPostgresqlQueryData::getRecord(GDbRecord** made) {
   if (state == State::finished) return row < 0 ? fail(GDbNoResult) : GDbNoMoreRecords;
   if (row < 0) return fail(GDbNotPositioned);
   if (!valid) return fail(GDbInternalError);
-  maker.start();
+  const loomkit::LibpqApi& api = libpq();
+  maker.start(columnTypes.size());
   for (std::size_t i = 0; i < columnTypes.size(); ++i) {
     const int column = static_cast<int>(i);
-    const bool null = libpq().getisnull(rows.get(), rowInRows, column) != 0;
-    const PgValue value{columnTypes[i], binaryResults,
-                        libpq().getvalue(rows.get(), rowInRows, column),
-                        libpq().getlength(rows.get(), rowInRows, column)};
-    maker.add(value, null);
+    const int length = api.getlength(rows.get(), rowInRows, column);
+    // A value with a length is none, so most need not be asked about.
+    const bool null = length == 0 && api.getisnull(rows.get(), rowInRows, column) != 0;
+    maker.add({columnTypes[i], binaryResults, api.getvalue(rows.get(), rowInRows, column), length},
+              null);
   }
   *made = maker.make();
   return GDbNoError;

@@ -129,7 +129,7 @@ class GPostgresqlQueryData : public GSqlQueryData, private loomkit::PgRowReader 
   unsigned generation = 0;
   bool prepared = false;
   bool binaryResults = false;
-  std::vector<loomkit::PgOid> columnTypes;
+  std::vector<const loomkit::PgType*> columnTypes;
   std::vector<loomkit::PgColumn> columns;
   std::vector<std::string> parameterNames;  // in UTF-8; as many as `parameters`
   std::vector<Parameter> parameters;

@@ -11,26 +11,26 @@
 namespace loomkit {
 namespace {
 
-std::size_t aligned(std::size_t size, std::size_t alignment) {
+constexpr std::size_t aligned(std::size_t size, std::size_t alignment) {
   return (size + alignment - 1) / alignment * alignment;
 }
 
 }  // namespace
 
-void RowRecord::start() {
-  types.clear();
-  offsets.clear();
-  body.clear();
+void RowRecord::start(std::size_t columns) {
+  if (slots.size() < columns) slots.resize(columns);
+  count = 0;
+  used = 0;
 }
 
-void RowRecord::begin(GDbFieldType type, bool isNull, std::size_t alignment) {
-  types.push_back(isNull ? static_cast<GDbFieldType>(type | GDbFieldNullFlag) : type);
-  body.resize(aligned(body.size(), alignment));
-  offsets.push_back(body.size());
-}
-
-void RowRecord::append(const void* bytes, std::size_t size) {
-  body.append(static_cast<const char*>(bytes), size);
+// Makes room for the next column's value. What it has been given before is kept, so
+// that a row like the ones before it needs no new memory.
+char* RowRecord::begin(GDbFieldType type, bool isNull, std::size_t alignment, std::size_t size) {
+  const std::size_t offset = aligned(used, alignment);
+  used = offset + size;
+  if (used > body.size()) body.resize(used * 2);
+  slots[count++] = {isNull ? static_cast<GDbFieldType>(type | GDbFieldNullFlag) : type, offset};
+  return body.data() + offset;
 }
 
 // Of an integer beyond 32 bits all are kept, behind those that the record's getter
@@ -38,39 +38,38 @@ void RowRecord::append(const void* bytes, std::size_t size) {
 void RowRecord::addInteger(std::int64_t value, bool isNull) {
   const WideInt number(value);
   const bool narrow = value == static_cast<std::int32_t>(value);
-  begin(narrow ? GDbFieldInt : wideIntType, isNull, alignof(WideInt));
-  append(&number, narrow ? sizeof(std::int32_t) : sizeof number);
+  const std::size_t size = narrow ? sizeof(std::int32_t) : sizeof number;
+  std::memcpy(begin(narrow ? GDbFieldInt : wideIntType, isNull, alignof(WideInt), size), &number,
+              size);
 }
 
 void RowRecord::addFloat(double value, bool isNull) {
-  begin(GDbFieldFloat, isNull, alignof(double));
-  append(&value, sizeof value);
+  std::memcpy(begin(GDbFieldFloat, isNull, alignof(double), sizeof value), &value, sizeof value);
 }
 
 void RowRecord::addBlob(const PgValue& value, bool isNull) {
   std::size_t size = 0;
   const char* bytes = isNull ? "" : value.bytes(&room, &size);
   const auto length = static_cast<std::uint32_t>(size);
-  begin(GDbFieldBlob, isNull, alignof(std::uint32_t));
-  append(&length, sizeof length);
-  append(bytes, size);
+  char* at = begin(GDbFieldBlob, isNull, alignof(std::uint32_t), sizeof length + size);
+  std::memcpy(at, &length, sizeof length);
+  std::memcpy(at + sizeof length, bytes, size);
 }
 
 void RowRecord::addText(const PgValue& value, bool isNull) {
-  begin(GDbFieldString, isNull, 1);
-  const std::string_view utf8 = isNull ? std::string_view() : value.text(&room);
-  if (isAscii(utf8.data(), utf8.size())) {
-    append(utf8.data(), utf8.size());
-  } else {
-    std::string local;
-    fromUtf8(utf8.data(), static_cast<int>(utf8.size()), &local);
-    append(local.data(), local.size());
+  std::string_view text = isNull ? std::string_view("") : value.text(&room);
+  std::string local;
+  if (!isAscii(text.data(), text.size())) {
+    fromUtf8(text.data(), static_cast<int>(text.size()), &local);
+    text = local;
   }
-  append("", 1);
+  char* at = begin(GDbFieldString, isNull, 1, text.size() + 1);
+  std::memcpy(at, text.data(), text.size());
+  at[text.size()] = '\0';
 }
 
 void RowRecord::add(const PgValue& value, bool isNull) {
-  switch (pgFieldType(value.type)) {
+  switch (value.type->field) {
     case GDbFieldInt:
       return addInteger(isNull ? 0 : value.integer(), isNull);
     case GDbFieldFloat:
@@ -83,19 +82,18 @@ void RowRecord::add(const PgValue& value, bool isNull) {
 }
 
 GDbRecord* RowRecord::make() const {
-  const std::size_t count = types.size();
-  const std::size_t valuesAt = aligned(sizeof(GDbRecord), alignof(void*));
+  constexpr std::size_t valuesAt = aligned(sizeof(GDbRecord), alignof(void*));
   const std::size_t typesAt = valuesAt + count * sizeof(void*);
   const std::size_t bodyAt = aligned(typesAt + count * sizeof(GDbFieldType), alignof(double));
-  char* block = static_cast<char*>(::operator new(bodyAt + body.size()));
+  char* block = static_cast<char*>(::operator new(bodyAt + used));
   auto** values = reinterpret_cast<void**>(block + valuesAt);
-  auto* recordTypes = reinterpret_cast<GDbFieldType*>(block + typesAt);
+  auto* types = reinterpret_cast<GDbFieldType*>(block + typesAt);
   for (std::size_t i = 0; i < count; ++i) {
-    values[i] = block + bodyAt + offsets[i];
-    recordTypes[i] = types[i];
+    values[i] = block + bodyAt + slots[i].offset;
+    types[i] = slots[i].type;
   }
-  if (!body.empty()) std::memcpy(block + bodyAt, body.data(), body.size());
-  return new (block) GDbRecord(true, static_cast<int>(count), recordTypes, values);
+  if (used != 0) std::memcpy(block + bodyAt, body.data(), used);
+  return new (block) GDbRecord(true, static_cast<int>(count), types, values);
 }
 
 }  // namespace loomkit

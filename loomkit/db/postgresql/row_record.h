@@ -2,7 +2,7 @@
 // RowRecord: makes records of rows, each in one block of memory. Private to the
 // driver.
 //
-//   maker.start();
+//   maker.start(columns);
 //   for (each column) maker.add(value, isNull);
 //   GDbRecord* record = maker.make();
 #ifndef LOOMKIT_DB_POSTGRESQL_ROW_RECORD_H
@@ -22,7 +22,7 @@ namespace loomkit {
 /// Gathers the values of a row in memory that it keeps for the next one.
 class RowRecord {
  public:
-  void start();
+  void start(std::size_t columns);
   /// Adds a column; a NULL is a placeholder with the NULL bit. Of an integer beyond 32
   /// bits, GDbTypedRow reads all.
   void add(const PgValue& value, bool isNull);
@@ -30,16 +30,21 @@ class RowRecord {
   [[nodiscard]] GDbRecord* make() const;
 
  private:
-  void begin(GDbFieldType type, bool isNull, std::size_t alignment);
+  struct Slot {
+    GDbFieldType type;
+    std::size_t offset;  // of the value in `body`
+  };
+
+  char* begin(GDbFieldType type, bool isNull, std::size_t alignment, std::size_t size);
   void addInteger(std::int64_t value, bool isNull);
   void addFloat(double value, bool isNull);
   void addBlob(const PgValue& value, bool isNull);
   void addText(const PgValue& value, bool isNull);
-  void append(const void* bytes, std::size_t size);
 
-  std::vector<GDbFieldType> types;
-  std::vector<std::size_t> offsets;  // of the values in `body`
-  std::string body;                  // aligned as the block behind the pointers is
+  std::vector<Slot> slots;  // those of the row are at the begin
+  std::size_t count = 0;
+  std::vector<char> body;  // aligned as the block behind the pointers is
+  std::size_t used = 0;    // of the body
   std::string room;
 };
 

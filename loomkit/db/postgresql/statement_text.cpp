@@ -145,7 +145,7 @@ class Numberer {
     const std::string name(statement.substr(pos, end - pos));
     auto found = std::find(names->begin(), names->end(), name);
     if (found == names->end()) found = names->insert(names->end(), name);
-    addNumber(found - names->begin() + 1);
+    addNumber(std::to_string(found - names->begin() + 1));
     finishPiece(end);
   }
 
@@ -158,12 +158,11 @@ class Numberer {
     }
     if (!isDigitAt(statement, end)) {
       names->emplace_back();
-      addNumber(static_cast<std::ptrdiff_t>(names->size()));
+      addNumber(std::to_string(names->size()));
       return finishPiece(end);
     }
     while (isDigitAt(statement, end)) ++end;
-    text += '$';
-    text += statement.substr(pos + 1, end - pos - 1);
+    addNumber(statement.substr(pos + 1, end - pos - 1));
     noteNumber(statement.substr(pos, end - pos));
     finishPiece(end);
   }
@@ -183,7 +182,12 @@ class Numberer {
     finishPiece(end);
   }
 
-  void addNumber(std::ptrdiff_t number) { text += '$' + std::to_string(number); }
+  // Directly behind a word, as in "LIMIT?", the dollar sign would belong to it.
+  void addNumber(std::string_view number) {
+    if (!text.empty() && (isNamePart(text.back()) || text.back() == '$')) text += ' ';
+    text += '$';
+    text += number;
+  }
 
   // A colon between the brackets of a subscript separates the bounds of a slice.
   void finishPiece(std::size_t end) {
