@@ -55,7 +55,8 @@ TEST_F(PostgresqlPassword, IsAskedForOnceWhenTheServerWantsIt) {
 
 TEST_F(PostgresqlPassword, IsKeptForANewConnection) {
   const DatabaseOwner database = openAsked(right);
-  server().psql("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = 'guarded'");
+  server().psql(
+      "SELECT pg_terminate_backend(pid, 20000) FROM pg_stat_activity WHERE usename = 'guarded'");
   GSqlQuery query(sqlOf(database), "SELECT 1");
   EXPECT_EQ(query.exec(), GDbNoError) << query.getLastError().getText();
   EXPECT_EQ(asked.size(), 1U);
@@ -116,7 +117,7 @@ TEST_F(PostgresqlPassword, IsTakenFromTheLocatorAndShownNowhere) {
       shown.push_back(query.getLastError().getText());
     }
     server().psql(
-        "SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE usename = 'guarded'");
+        "SELECT pg_terminate_backend(pid, 20000) FROM pg_stat_activity WHERE usename = 'guarded'");
     GSqlQuery query(sql, "SELECT 1");
     EXPECT_EQ(query.exec(), GDbNoError);
     for (const std::string& text : log.texts()) shown.push_back(text);

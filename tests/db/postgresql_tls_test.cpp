@@ -89,7 +89,7 @@ TEST(PostgresqlTls, ALostConnectionIsMadeAnewByTls) {
       tlsUri(server, "loomkit", "localhost", "&sslmode=verify-full&sslrootcert=" + files.root));
   auto& postgresql = dynamic_cast<GPostgresqlDatabase&>(*database);
   const std::string tls = postgresql.getTlsVersion();
-  server.psql("SELECT pg_terminate_backend(pid) FROM pg_stat_ssl WHERE ssl");
+  server.psql("SELECT pg_terminate_backend(pid, 20000) FROM pg_stat_ssl WHERE ssl");
   CaptureLog log;
   GSqlQuery query(&postgresql, "SELECT 1");
   EXPECT_EQ(query.exec(), GDbNoError) << query.getLastError().getText();

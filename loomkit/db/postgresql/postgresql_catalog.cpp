@@ -56,9 +56,12 @@ constexpr const char* indexesStatement =
 GDbStatus findTable(GPostgresqlDatabase* database, const PgTableName& name,
                     std::optional<std::int64_t>* oid) {
   GSqlQuery query(database, findStatement);
-  GDbStatus status = query.bindText(0, name.table.c_str(), -1, true);
-  if (status == GDbNoError) status = query.bindText(1, name.schema.c_str(), -1, true);
-  if (status == GDbNoError) status = query.bindText(2, name.schema.c_str(), -1, true);
+  const auto bindName = [&](int index, const std::string& part) {
+    return query.bindText(index, part.data(), static_cast<int>(part.size()), true);
+  };
+  GDbStatus status = bindName(0, name.table);
+  if (status == GDbNoError) status = bindName(1, name.schema);
+  if (status == GDbNoError) status = bindName(2, name.schema);
   if (status != GDbNoError) return status;
   return forEachRow(&query, [&](GSqlQuery& row) { return row.getInt64(0, &oid->emplace()); });
 }
