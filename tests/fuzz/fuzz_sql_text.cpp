@@ -2,6 +2,7 @@
 // Statements on their way to a PostgreSQL server: quoted bytes stay what they are,
 // whatever they are, and a parameter behind them is one.
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -14,6 +15,9 @@ namespace {
 
 using loomkit::numberedParameters;
 using loomkit::PgTableName;
+
+// "?7" may leave numbers out, up to the last that the protocol has.
+constexpr std::size_t mostParameters = 65535;
 
 void require(bool holds) {
   if (!holds) std::abort();
@@ -67,7 +71,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const bool backslashes : {false, true}) {
     std::vector<std::string> names;
     const std::string numbered = numberedParameters(text, backslashes, &names);
-    require(names.size() <= size && numbered.size() <= 10 * size);
+    require(names.size() <= size + mostParameters && numbered.size() <= 10 * size);
     if (text.find_first_of("?:@$") == std::string::npos) require(numbered == text);
   }
   checkQuotes(text);
