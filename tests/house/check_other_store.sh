@@ -83,6 +83,7 @@ logged "$compiler" $flags -std=c++17 "$work/host/host.cpp" \
 
 for host in shared_by_cmake static_by_cmake shared_by_pkg_config static_by_pkg_config; do
   [ "$("$work/host/$host")" = 7 ] || { echo "$host: wrong output"; exit 1; }
-  ldd "$work/host/$host" | grep -q "$work/other/libother_store.so" || { echo "$host: not the other store"; exit 1; }
+  ldd "$work/host/$host" >"$work/log"
+  grep -q "$work/other/libother_store.so" "$work/log" || { cat "$work/log"; echo "$host: not the other store"; exit 1; }
 done
 echo "another store behind the ten calls: done"
