@@ -60,6 +60,11 @@ TEST_F(ExactValues, AnUnknownOptionIsRefused) {
             (Ended{2, "", "loom: " + file + "?readnoly: there is no option 'readnoly'\n"}));
   EXPECT_EQ(runLoom({"db", "tables", csv + "?zip=x"}),
             (Ended{2, "", "loom: " + csv + "?zip=x: there is no option 'zip=x'\n"}));
+  for (const char* type : {"csv:", "xbase:", "tessel:"}) {
+    const std::string place = type + folder + "?readonly";
+    EXPECT_EQ(runLoom({"db", "tables", place}),
+              (Ended{2, "", "loom: " + place + ": there is no option 'readonly'\n"}));
+  }
 }
 
 TEST_F(ExactValues, AColumnHoldsWhatItHoldsWhateverItsType) {

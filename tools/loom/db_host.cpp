@@ -272,7 +272,8 @@ void DbHost::checkOptions(const std::vector<std::string>& options) {
                {"sqlite3", "create"},
                {"csv", "zipfile="},
                {"csv", "order="}};
-  if (!isSqlite() && typeId != "csv") return;
+  // A server's options are its own library's to judge.
+  if (typeId == "postgresql" || typeId == "postgres") return;
   for (const std::string& option : options) {
     const bool fits = std::any_of(std::begin(known), std::end(known), [&](const auto& row) {
       const bool prefix = row.option.back() == '=';
