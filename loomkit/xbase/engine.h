@@ -56,9 +56,9 @@ struct Engine {
   /// T, B of 8 bytes and the field of null flags. Such tables are not written.
   bool laterTypes = false;
 
-  std::size_t cacheBlockSize = 1024;       ///< of an open file's cache; a multiple of 1024
-  std::size_t cacheBlocks = 2048;          ///< that an open file keeps at most; at least 1
-  std::size_t readAheadBlocks = 64;        ///< that a sequential reader fetches at a time
+  std::size_t cacheBlockSize = 4096;       ///< of an open file's cache; a multiple of 1024
+  std::size_t cacheBlocks = 8192;          ///< that an open file keeps at most; at least 1
+  std::size_t readAheadBlocks = 16;        ///< that a sequential reader fetches at a time
   std::size_t indexBlocks = 16384;         ///< of 512 bytes that an index file keeps at most
   std::size_t sortMemory = 64U << 20;      ///< of a sort while an index is built, in bytes
   std::size_t packBufferSize = 64U << 10;  ///< of a pack's buffers to begin with, in bytes
