@@ -230,6 +230,48 @@ TEST_F(ExactValues, LinesAreEscapedAndTablesAlignedByWidth) {
             "a       b\ntab\\tx  line\\n\\r\\\n漢字    é\n");
 }
 
+// A record of an xBase table has 32 bits for N(15), and SQLite would make numbers of the
+// texts in a column that is declared as C(3).
+TEST_F(ExactValues, NumbersAndCodesOfXBaseTablesArriveWhole) {
+  const std::string xbase = "xbase:" + folder;
+  ASSERT_EQ(shell("cd " + folder +
+                  " && dbfcreate big.dbf -n N 15 0 -n SHORT 3 0 -s CODE 3"
+                  " && dbfadd big.dbf 123456789012345 1 007"
+                  " && dbfadd big.dbf 2147483648 2 1e3"
+                  " && dbfadd big.dbf -5 3 x")
+                .code,
+            0);
+  // Another program's number with a fraction where the table states none.
+  std::string bytes = readFile(folder + "/big.dbf");
+  bytes.replace(bytes.rfind("  3x"), 3, "1.5");
+  writeFile(folder + "/big.dbf", bytes);
+  const std::string rows = "123456789012345\t1\t007\n2147483648\t2\t1e3\n-5\t1.5\tx\n";
+  EXPECT_EQ(runLoom({"db", "scan", xbase, "big"}), (Ended{0, rows, ""}));
+  EXPECT_EQ(runLoom({"db", "get", xbase, "big", "N=2147483648"}).out, "2147483648\t2\t1e3\n");
+  EXPECT_EQ(runLoom({"db", "scan", "--columns", "CODE,N", xbase, "big"}).out,
+            "007\t123456789012345\n1e3\t2147483648\nx\t-5\n");
+  static_cast<void>(sql("SELECT 1"));
+  ASSERT_EQ(runLoom({"db", "copy", xbase, "big", file}), (Ended{0, "3 records\n", ""}));
+  EXPECT_EQ(runLoom({"db", "scan", file, "big"}).out, rows);
+  EXPECT_EQ(sql("SELECT DISTINCT typeof(CODE) FROM big").out, "text\n");
+  EXPECT_EQ(
+      runLoom({"db", "copy", "--as", "again", xbase, "big", xbase}),
+      (Ended{6, "", "loom: again: row 1, column N: cannot hold an integer, 123456789012345\n"}));
+}
+
+TEST_F(ExactValues, AnIntegerOfAnXBaseTableBeyondAllDigitsIsNamed) {
+  ASSERT_EQ(shell("cd " + folder +
+                  " && dbfcreate big.dbf -n N 19 0 && dbfadd big.dbf 5"
+                  " && dbfadd big.dbf 1")
+                .code,
+            0);
+  std::string bytes = readFile(folder + "/big.dbf");
+  bytes.replace(bytes.rfind(std::string(18, ' ') + "1"), 19, "1234567890123456789");
+  writeFile(folder + "/big.dbf", bytes);
+  EXPECT_EQ(runLoom({"db", "scan", "xbase:" + folder, "big"}),
+            (Ended{4, "5\n", "loom: big: row 2, column N: an integer of more than 15 digits\n"}));
+}
+
 TEST_F(ExactValues, ACsvArchiveThatIsMissingIsAnError) {
   writeFile(folder + "/a.csv", "1\n");
   EXPECT_EQ(runLoom({"db", "tables", csv + "?zipfile=no.zip"}),

@@ -203,6 +203,7 @@ ExitCode copy(const Invocation& call) {
   job.locator = call.operand("TO");
   job.name = call.value("--as", table);
   job.batch = batchSize(call);
+  job.fromSqlite = from.isSqlite();
   job.storeIndexes = call.values("--index");
   const bool toStore = loomkit::locatorType(job.locator) == "tessel";
   if (call.has("--index") && !toStore)

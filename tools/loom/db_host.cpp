@@ -122,13 +122,6 @@ std::size_t positionOf(const std::vector<Column>& columns, const std::string& na
   throw Failure(ExitCode::usage, "no such column: " + name + didYouMean(name, names));
 }
 
-GDbStructure structureOf(const std::vector<Column>& columns, GDbFieldType type) {
-  GDbStructure structure;
-  for (const Column& column : columns)
-    structure.appendField(GDbField(column.name, type, 0, 0, false, false));
-  return structure;
-}
-
 Cell valueFor(const Column& column, const DbHost::Match& match) {
   Cell value;
   if (column.type == GDbFieldNone || column.type == GDbFieldBlob)
@@ -502,10 +495,25 @@ std::unique_ptr<GDbTable> DbHost::openTable(const std::string& name,
   return std::unique_ptr<GDbTable>(made);
 }
 
+// The type that a column is opened with, so that its values arrive whole: the records of
+// CSV tables and xBase tables have 32 bits of an integer. A text has all of it, and a
+// double all of what xBase programs write.
+GDbFieldType DbHost::openedType(const Column& column) const {
+  if (typeId == "csv") return GDbFieldString;
+  const bool isXBaseNumber =
+      typeId == "xbase" && (column.declared.starts_with('N') || column.declared.starts_with('F'));
+  return isXBaseNumber ? GDbFieldFloat : column.type;
+}
+
 std::unique_ptr<RowSource> DbHost::tableRows(const std::string& name,
                                              std::vector<Column> columns) const {
-  std::unique_ptr<GDbTable> whole =
-      typeId == "csv" ? openTable(name, structureOf(columns, GDbFieldString)) : table(name);
+  GDbStructure structure;
+  for (const Column& column : typeId == "csv" ? columns : columnsOf(name)) {
+    const GDbFieldType type = openedType(column);
+    if (type != GDbFieldNone)
+      structure.appendField(GDbField(column.name, type, 0, 0, false, false));
+  }
+  std::unique_ptr<GDbTable> whole = openTable(name, structure);
   std::vector<int> positions = positionsIn(*whole, columns);
   return rowsOfTable(std::move(whole), std::move(columns), std::move(positions));
 }
@@ -514,14 +522,13 @@ std::unique_ptr<RowSource> DbHost::tableRows(const std::string& name,
 std::optional<GDbStructure> DbHost::lookupStructure(const std::string& name,
                                                     const std::vector<Column>& columns,
                                                     const MatchedValues& values) const {
-  // In a CSV table the columns of the keys are opened as what they are, others as texts.
-  std::vector<GDbFieldType> types(columns.size(), GDbFieldString);
+  // The columns of the keys are opened as what they are. Their values are known.
+  std::vector<GDbFieldType> types;
+  for (const Column& column : columns) types.push_back(openedType(column));
   for (const auto& [at, value] : values) types[at] = columns[at].type;
   GDbStructure structure;
-  for (std::size_t i = 0; i < columns.size(); ++i) {
-    const GDbFieldType type = typeId == "csv" ? types[i] : columns[i].type;
-    structure.appendField(GDbField(columns[i].name, type, 0, 0, false, false));
-  }
+  for (std::size_t i = 0; i < columns.size(); ++i)
+    structure.appendField(GDbField(columns[i].name, types[i], 0, 0, false, false));
   if (typeId == "csv") {
     const bool fits = std::all_of(values.begin(), values.end(), [&](const auto& value) {
       const GDbFieldType type = types[value.first];

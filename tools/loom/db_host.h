@@ -97,6 +97,7 @@ class DbHost {
                                                     const GDbStructure& structure) const;
   [[nodiscard]] std::vector<int> positionsIn(GDbTable& table,
                                              const std::vector<Column>& columns) const;
+  [[nodiscard]] GDbFieldType openedType(const Column& column) const;
   [[nodiscard]] std::unique_ptr<RowSource> tableRows(const std::string& name,
                                                      std::vector<Column> columns) const;
   [[nodiscard]] std::optional<GDbStructure> lookupStructure(const std::string& name,

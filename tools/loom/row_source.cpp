@@ -2,6 +2,7 @@
 #include "row_source.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "loomkit/db/record_set.h"
@@ -103,8 +104,8 @@ class QueryRows : public RowSource {
   std::vector<std::size_t> expected;  // the reader of each column
 };
 
-// Makes rows of records. A CSV table is opened with texts, which are read here, since
-// its backend keeps 32 bits of an integer.
+// Makes rows of records. Integers of CSV tables come as texts and those of xBase tables as
+// doubles, since the backends keep 32 bits of an integer.
 class RecordRows : public RowSource {
  protected:
   RecordRows(const std::string& itsName, std::vector<Column> itsColumns,
@@ -120,12 +121,24 @@ class RecordRows : public RowSource {
 
  private:
   [[nodiscard]] Cell convert(Cell cell, const Column& column) const {
+    const auto* real = std::get_if<double>(&cell);
+    if (real != nullptr && column.type == GDbFieldInt) return wholeNumber(*real, column);
     const auto* text = std::get_if<std::string>(&cell);
     if (text == nullptr || column.type == GDbFieldString) return cell;
     Cell value;
     if (readCell(*text, column.type, &value)) return value;
     throw RowFailure(ExitCode::damaged, place(column.name) + ": '" + *text + "' is no " +
                                             std::string(typeName(column.type)));
+  }
+
+  // A number with a fraction in a column of integers stays what it is.
+  [[nodiscard]] Cell wholeNumber(double real, const Column& column) const {
+    constexpr double mostExact = 9007199254740991;  // 2^53 - 1
+    if (std::abs(real) > mostExact)
+      throw RowFailure(ExitCode::damaged,
+                       place(column.name) + ": an integer of more than 15 digits");
+    if (real != std::trunc(real)) return real;
+    return static_cast<std::int64_t>(real);
   }
 
   std::vector<int> positions;

@@ -169,19 +169,22 @@ std::string_view sqliteType(const Column& column) {
   return types[column.type];
 }
 
-// SQLite's own words for the columns are kept, so that a DATE stays one.
-void createSqliteTable(const DbHost& to, const std::string& name,
-                       const std::vector<Column>& columns, const TableShape& shape) {
+// SQLite's own words for the columns are kept, so that a DATE stays one. In those of
+// another database, such as C(3) or numeric, SQLite sees columns of numbers, and would
+// make 7 of the text 007.
+void createSqliteTable(const DbHost& to, const CopyJob& job, const std::vector<Column>& columns) {
+  const TableShape& shape = job.shape;
   std::string list;
   for (const Column& column : columns) {
+    const bool hasWords = job.fromSqlite && !column.declared.empty();
     list += (list.empty() ? "" : ", ") + to.quotedColumn(column.name) + " ";
-    list += column.declared.empty() ? sqliteType(column) : std::string_view(column.declared);
+    list += hasWords ? std::string_view(column.declared) : sqliteType(column);
     if (contains(shape.notNull, column.name)) list += " NOT NULL";
   }
   if (!shape.primaryKey.empty()) list += ", PRIMARY KEY (" + quotedList(to, shape.primaryKey) + ")";
-  GSqlQuery query(to.sql(), "CREATE TABLE " + to.quotedTable(name) + " (" + list + ");");
+  GSqlQuery query(to.sql(), "CREATE TABLE " + to.quotedTable(job.name) + " (" + list + ");");
   if (query.exec() == GDbNoError) return;
-  throw Failure(ExitCode::cannotWrite, name + ": " + query.getLastError().getText());
+  throw Failure(ExitCode::cannotWrite, job.name + ": " + query.getLastError().getText());
 }
 
 void run(const DbHost& to, const std::string& name, const std::string& statement) {
@@ -220,7 +223,7 @@ GDbStructure structureWithKey(const RowSource& source, const TableShape& shape) 
 std::unique_ptr<Target> makeTarget(const RowSource& source, const DbHost& to, const CopyJob& job) {
   const std::string& name = job.name;
   if (to.isSqlite()) {
-    createSqliteTable(to, name, source.columns(), job.shape);
+    createSqliteTable(to, job, source.columns());
     return std::make_unique<SqlTarget>(source, name, to);
   }
   const GDbStructure structure = structureWithKey(source, job.shape);

@@ -52,6 +52,8 @@ struct CopyJob {
   std::uint64_t total = 0;
   /// The source's keys and indexes, which the target gets as far as it can hold them.
   TableShape shape = {};
+  /// Whether the source is an SQLite file, whose words for the columns SQLite keeps.
+  bool fromSqlite = false;
   /// Further ones, for a table store: "COLUMN,..." or "COLUMN,...:unique".
   std::vector<std::string> storeIndexes = {};
 };
