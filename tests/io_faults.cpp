@@ -55,9 +55,11 @@ bool isOurs(int file) { return file > 2; }
 // The argument behind the flags is there only where a file may be made.
 bool makesFile(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE; }
 
+// The library of a 32-bit machine calls open64() and openat64(), for which a file may be
+// larger than 2 GiB.
 int openFile(int directory, const char* path, int flags, mode_t mode) {
   if (fails()) return -1;
-  return static_cast<int>(::syscall(SYS_openat, directory, path, flags, mode));
+  return static_cast<int>(::syscall(SYS_openat, directory, path, flags | O_LARGEFILE, mode));
 }
 
 }  // namespace
@@ -131,6 +133,22 @@ int ftruncate64(int file, off64_t size) noexcept {
 
 #endif
 
+int open64(const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return openFile(AT_FDCWD, path, flags, mode);
+}
+
+int openat64(int directory, const char* path, int flags, ...) {
+  va_list rest;
+  va_start(rest, flags);
+  const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
+  va_end(rest);
+  return openFile(directory, path, flags, mode);
+}
+
 int open(const char* path, int flags, ...) {
   va_list rest;
   va_start(rest, flags);
@@ -145,17 +163,6 @@ int openat(int directory, const char* path, int flags, ...) {
   const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
   va_end(rest);
   return openFile(directory, path, flags, mode);
-}
-
-int unlink(const char* path) noexcept {
-  // The way back from a failure is to be open.
-  if (active && kind == IoFaults::Kill && fails()) return -1;
-  return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
-}
-
-int fsync(int file) {
-  if (fails()) return -1;
-  return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
 int flock(int file, int operation) noexcept {

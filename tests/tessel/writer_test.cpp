@@ -215,7 +215,7 @@ TEST(TesselWriter, CopiesAnyTable) {
   EXPECT_TRUE(scratch.read("copy.tessel") == scratch.read("t.tessel"));
 }
 
-TEST(TesselWriter, WritesWhatStandsInThePlaceOfANull) {
+TEST(TesselWriter, WritesWhatStandsInThePlaceOfANullOfSqlite) {
   const ScratchDirectory scratch;
   const DatabaseOwner sqlite = openDb("sqlite3:" + scratch / "n.db?create");
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}, {"name", GDbFieldString}});
