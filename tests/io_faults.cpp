@@ -55,11 +55,9 @@ bool isOurs(int file) { return file > 2; }
 // The argument behind the flags is there only where a file may be made.
 bool makesFile(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE; }
 
-// The library of a 32-bit machine calls open64() and openat64(), for which a file may be
-// larger than 2 GiB.
 int openFile(int directory, const char* path, int flags, mode_t mode) {
   if (fails()) return -1;
-  return static_cast<int>(::syscall(SYS_openat, directory, path, flags | O_LARGEFILE, mode));
+  return static_cast<int>(::syscall(SYS_openat, directory, path, flags, mode));
 }
 
 }  // namespace
@@ -102,23 +100,14 @@ ssize_t read(int file, void* data, std::size_t size) {
   return ::syscall(SYS_read, file, data, isOurs(file) ? allowed(size) : size);
 }
 
-#if __SIZEOF_POINTER__ == 8  // SQLite's calls; there is none to test with elsewhere
-ssize_t pread64(int file, void* data, std::size_t size, off64_t at) {
+ssize_t pread(int file, void* data, std::size_t size, off_t at) {
   if (fails()) return -1;
   return ::syscall(SYS_pread64, file, data, allowed(size), at);
 }
 
-ssize_t pwrite64(int file, const void* data, std::size_t size, off64_t at) {
+ssize_t pwrite(int file, const void* data, std::size_t size, off_t at) {
   if (fails()) return -1;
   return ::syscall(SYS_pwrite64, file, data, allowed(size), at);
-}
-
-ssize_t pread(int file, void* data, std::size_t size, off_t at) {
-  return pread64(file, data, size, at);
-}
-
-ssize_t pwrite(int file, const void* data, std::size_t size, off_t at) {
-  return pwrite64(file, data, size, at);
 }
 
 int fdatasync(int file) {
@@ -126,28 +115,21 @@ int fdatasync(int file) {
   return static_cast<int>(::syscall(SYS_fdatasync, file));
 }
 
+// A 32-bit program that takes large files has these under the names above.
+#if __SIZEOF_POINTER__ == 8
+ssize_t pread64(int file, void* data, std::size_t size, off64_t at) {
+  return pread(file, data, size, at);
+}
+
+ssize_t pwrite64(int file, const void* data, std::size_t size, off64_t at) {
+  return pwrite(file, data, size, at);
+}
+
 int ftruncate64(int file, off64_t size) noexcept {
   if (fails()) return -1;
   return static_cast<int>(::syscall(SYS_ftruncate, file, size));
 }
-
 #endif
-
-int open64(const char* path, int flags, ...) {
-  va_list rest;
-  va_start(rest, flags);
-  const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
-  va_end(rest);
-  return openFile(AT_FDCWD, path, flags, mode);
-}
-
-int openat64(int directory, const char* path, int flags, ...) {
-  va_list rest;
-  va_start(rest, flags);
-  const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
-  va_end(rest);
-  return openFile(directory, path, flags, mode);
-}
 
 int open(const char* path, int flags, ...) {
   va_list rest;
@@ -163,6 +145,17 @@ int openat(int directory, const char* path, int flags, ...) {
   const mode_t mode = makesFile(flags) ? va_arg(rest, mode_t) : 0;
   va_end(rest);
   return openFile(directory, path, flags, mode);
+}
+
+int unlink(const char* path) noexcept {
+  // The way back from a failure is to be open.
+  if (active && kind == IoFaults::Kill && fails()) return -1;
+  return static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+}
+
+int fsync(int file) {
+  if (fails()) return -1;
+  return static_cast<int>(::syscall(SYS_fsync, file));
 }
 
 int flock(int file, int operation) noexcept {
