@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Locators: taken apart, and handed to the registry. No file is opened: the
-// input stands for a type that does not exist.
+// input stands behind "no-", with which no type begins.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -23,7 +23,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   require(split == (std::string(locator.c_str()).find(':') != std::string::npos));
   for (const std::string& option : parts.options) require(option.find(';') == std::string::npos);
   GDbDatabase* database = nullptr;
-  const GDbStatus status = GDbDatabase::openDatabase(("x" + locator).c_str(), &database);
+  const GDbStatus status = GDbDatabase::openDatabase(("no-" + locator).c_str(), &database);
   require(status == GDbInvalidLocator || status == GDbInvalidTypeId);
   return 0;
 }
