@@ -69,6 +69,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static Engine engine;
   static const std::unique_ptr<DataFile> table = makeTable(engine);
   engine.report = Reporting::none();
+  // What the evaluation of the input before has left is not this one's.
+  engine.errorCode = 0;
+  engine.errorPosition = 0;
   const std::string_view source(reinterpret_cast<const char*>(data), size);
   const std::unique_ptr<Expression> expression = parseExpression(engine, source, *table);
   require((expression == nullptr) == (engine.errorCode < 0) && engine.errorPosition <= size + 1);
