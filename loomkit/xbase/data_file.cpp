@@ -142,8 +142,8 @@ int readHeader(DataFile& data) {
   if (result == ok) result = readDescriptors(data, area);
   if (result < 0) return result;
   data.recordCount = countRecords(data, header.get(dbf::header::recordCount));
+  data.record.reserve(data.recordLength + 1);
   data.record.assign(data.recordLength, ' ');
-  data.oldRecord = data.record;
   data.memos.resize(data.fields.size());
   return memoBelongs(data, flags) ? openMemo(data) : ok;
 }
@@ -200,20 +200,31 @@ int fieldNumber(const DataFile& data, std::string_view name) {
 
 bool isDeleted(const DataFile& data) { return data.record.front() == dbf::flagDeleted; }
 
-void markDeleted(DataFile& data) {
-  data.record.front() = dbf::flagDeleted;
+void beginChange(DataFile& data) {
+  if (!data.recordChanged) data.oldRecord = data.record;
   data.recordChanged = true;
+}
+
+void clearMemos(DataFile& data) {
+  if (!data.memosChanged) return;
+  for (MemoEntry& entry : data.memos) entry = {};
+  data.memosChanged = false;
+}
+
+void markDeleted(DataFile& data) {
+  beginChange(data);
+  data.record.front() = dbf::flagDeleted;
 }
 
 void unmarkDeleted(DataFile& data) {
+  beginChange(data);
   data.record.front() = dbf::flagLive;
-  data.recordChanged = true;
 }
 
 void blank(DataFile& data) {
+  beginChange(data);
   std::fill(data.record.begin() + 1, data.record.end(), ' ');
-  for (MemoEntry& entry : data.memos) entry = {};
-  data.recordChanged = true;
+  clearMemos(data);
 }
 
 }  // namespace loomkit::xbase

@@ -72,7 +72,7 @@ struct DataFile {
   std::vector<Field> fields;
 
   std::string record;              ///< the current record: recordLength bytes
-  std::string oldRecord;           ///< as it was read, for the keys it is under
+  std::string oldRecord;           ///< of a changed record, what it was, for its keys
   std::uint32_t recordNumber = 0;  ///< 0: none, or the one that is being appended
   bool recordChanged = false;
   bool headerChanged = false;
@@ -81,6 +81,7 @@ struct DataFile {
 
   std::unique_ptr<MemoFile> memo;
   std::vector<MemoEntry> memos;  ///< one for each field; of use for letter M only
+  bool memosChanged = false;     ///< some entry of `memos` is
   std::vector<std::shared_ptr<IndexFile>> indexes;
   Tag* selected = nullptr;   ///< the tag that orders skip() and seek(); null: record numbers
   std::uint64_t serial = 0;  ///< differs between all tables that an engine ever opened
@@ -119,6 +120,11 @@ int seek(DataFile& data, std::string_view key);
 int seekNext(DataFile& data);
 
 bool isDeleted(const DataFile& data);
+/// Comes before each change of the current record: keeps what the record was, so that
+/// one that is only read is not copied.
+void beginChange(DataFile& data);
+/// Forgets the memos that were assigned and are not in the file yet.
+void clearMemos(DataFile& data);
 void markDeleted(DataFile& data);
 void unmarkDeleted(DataFile& data);
 /// Blanks all fields of the current record; the deletion flag stays.

@@ -12,6 +12,7 @@
 #include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/index_file.h"
+#include "loomkit/xbase/index_guard.h"
 
 namespace loomkit::xbase {
 namespace {
@@ -142,11 +143,13 @@ int pack(DataFile& data) {
   int result = flush(data);
   if (result != ok) return result;
   // Should the process die from here on, the tags are built anew.
+  IndexGuard guard(data);
   for (const auto& index : data.indexes) {
     if (result == ok) result = announceChange(*index);
   }
   std::uint32_t live = 0;
   if (result == ok) result = writeLive(data, &live);
+  guard.done();
   if (result < 0) return result;
   data.recordCount = live;
   data.headerChanged = true;

@@ -10,6 +10,7 @@
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/field.h"
 #include "loomkit/xbase/index_file.h"
+#include "loomkit/xbase/index_guard.h"
 #include "loomkit/xbase/memo_file.h"
 
 namespace loomkit::xbase {
@@ -21,16 +22,9 @@ std::uint64_t recordOffset(const DataFile& data, std::uint32_t number) {
   return data.headerLength + std::uint64_t{number - 1} * data.recordLength;
 }
 
-void clearMemos(DataFile& data) {
-  for (MemoEntry& entry : data.memos) {
-    if (entry.changed) entry = {};
-  }
-}
-
 // Makes a blank record current, which is none of the file's.
 void standNowhere(DataFile& data, std::uint32_t number) {
   std::fill(data.record.begin(), data.record.end(), ' ');
-  data.oldRecord = data.record;
   clearMemos(data);
   data.recordNumber = number;
   data.recordChanged = false;
@@ -38,6 +32,7 @@ void standNowhere(DataFile& data, std::uint32_t number) {
 
 // Writes the memos that were assigned, and their blocks into the record.
 int writeMemos(DataFile& data) {
+  if (!data.memosChanged) return ok;
   for (std::size_t i = 0; i < data.memos.size(); ++i) {
     MemoEntry& entry = data.memos[i];
     if (!entry.changed) continue;
@@ -60,6 +55,17 @@ int writeMemos(DataFile& data) {
 int writeRecord(DataFile& data) {
   return data.file.writeAt(recordOffset(data, data.recordNumber), data.record.data(),
                            data.recordLength);
+}
+
+// Writes the record behind the others, with the mark of the file's end.
+int appendBytes(DataFile& data) {
+  // readHeader() has reserved the room.
+  data.record.resize(data.recordLength);
+  data.record += dbf::endMark;
+  const int result = data.file.writeAt(recordOffset(data, data.recordNumber), data.record.data(),
+                                       data.record.size());
+  data.record.pop_back();
+  return result;
 }
 
 int writeHeader(DataFile& data) {
@@ -87,15 +93,15 @@ int writeCurrent(DataFile& data) {
   }
   // First, so that an index file says that it is being changed before the table
   // is ahead of it.
+  IndexGuard guard(data);
   int result = updateKeys(data);
-  if (result != ok) return result;
-  result = writeMemos(data);
-  if (result == ok) result = writeRecord(data);
-  if (result < 0) {
-    revertKeys(data);
-    return result;
+  if (result == ok) {
+    result = writeMemos(data);
+    if (result == ok) result = writeRecord(data);
+    if (result < 0) revertKeys(data);
   }
-  data.oldRecord = data.record;
+  guard.done();
+  if (result != ok) return result;
   data.recordChanged = false;
   data.headerChanged = true;
   return ok;
@@ -108,7 +114,6 @@ int readRecord(DataFile& data, std::uint32_t number) {
     standNowhere(data, 0);
     return result;
   }
-  data.oldRecord = data.record;
   clearMemos(data);
   data.recordNumber = number;
   data.recordChanged = false;
@@ -259,22 +264,18 @@ int finishAppend(DataFile& data) {
   data.recordNumber = data.recordCount + 1;
   // First, so that an index file says that it is being changed before the table
   // is ahead of it.
+  IndexGuard guard(data);
   int result = addKeys(data);
-  if (result != ok) return result;
-  result = writeMemos(data);
-  data.record += dbf::endMark;
-  if (result == ok)
-    result = data.file.writeAt(recordOffset(data, data.recordNumber), data.record.data(),
-                               data.record.size());
-  data.record.pop_back();
-  if (result < 0) {
-    withdrawKeys(data);
-    return result;
+  if (result == ok) {
+    result = writeMemos(data);
+    if (result == ok) result = appendBytes(data);
+    if (result < 0) withdrawKeys(data);
   }
+  guard.done();
+  if (result != ok) return result;
   ++data.recordCount;
   data.headerChanged = true;
   data.recordChanged = false;
-  data.oldRecord = data.record;
   return ok;
 }
 

@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t longestNumber = 640;
 
 char* slot(DataFile& data, const Field& field) {
-  data.recordChanged = true;
+  beginChange(data);
   return data.record.data() + field.offset;
 }
 
@@ -216,9 +216,10 @@ int memoLength(DataFile& data, std::size_t field, std::uint64_t* bytes) {
 
 void assignMemo(DataFile& data, std::size_t field, std::string_view text) {
   MemoEntry& entry = data.memos[field];
-  entry.changed = true;
+  beginChange(data);
+  data.memosChanged = true;
   entry.text = text;
-  data.recordChanged = true;
+  entry.changed = true;
 }
 
 }  // namespace loomkit::xbase

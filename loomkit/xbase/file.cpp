@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "loomkit/platform/random_access.h"
 #include "loomkit/xbase/codes.h"
@@ -10,9 +11,6 @@
 
 namespace loomkit::xbase {
 namespace {
-
-/// The number of a cache's block that holds none of the file's.
-constexpr std::uint64_t noBlock = ~std::uint64_t{0};
 
 constexpr char readOnlyWrite[] = "Attempt to write to a read-only file";
 constexpr char readOnlyLength[] = "Attempt to change file length of a read-only file";
@@ -89,6 +87,7 @@ void File::forget() {
   latest = nullptr;
   hand = 0;
   expected = 0;
+  window = 1;
   size = 0;
 }
 
@@ -102,46 +101,48 @@ std::size_t File::lengthOf(std::uint64_t number) const {
 
 File::Block* File::find(std::uint64_t number) {
   if (latest != nullptr && latest->number == number) return latest;
-  const auto found = slots.find(number);
-  if (found == slots.end()) return nullptr;
-  latest = &blocks[found->second];
+  const std::uint32_t slot = slots.find(number);
+  if (slot == SlotTable::none) return nullptr;
+  latest = &blocks[slot];
   latest->used = true;
   return latest;
 }
 
 // Gives the slot of a new block. Slots are made until there are enough; then
 // the hand of a clock looks for one that was not used since it came by last.
-int File::makeRoom(std::size_t* slot) {
+int File::makeRoom(std::uint32_t* slot) {
   if (blocks.size() < std::max<std::size_t>(engine->cacheBlocks, 1)) {
-    // The pointers into the vector are few: only `latest`, set anew below.
-    blocks.emplace_back().bytes = std::make_unique<char[]>(engine->cacheBlockSize);
-    *slot = blocks.size() - 1;
+    auto bytes = std::make_unique_for_overwrite<char[]>(engine->cacheBlockSize);
+    blocks.emplace_back().bytes = std::move(bytes);
+    *slot = static_cast<std::uint32_t>(blocks.size() - 1);
     return ok;
   }
   while (blocks[hand].used) {
     blocks[hand].used = false;
     hand = (hand + 1) % blocks.size();
   }
-  *slot = hand;
+  *slot = static_cast<std::uint32_t>(hand);
   if (blocks[hand].changed) {
     const int result = writeAround(blocks[hand]);
     if (result < 0) return result;
   }
   slots.erase(blocks[hand].number);
+  blocks[hand].number = noBlock;
   hand = (hand + 1) % blocks.size();
   return ok;
 }
 
 // A block of the cache for that number, with whatever bytes it has.
 int File::obtain(std::uint64_t number, Block** block) {
-  std::size_t slot = 0;
+  latest = nullptr;  // the vector that it points into may move
+  std::uint32_t slot = 0;
   const int result = makeRoom(&slot);
   if (result < 0) return result;
   Block& made = blocks[slot];
+  slots.insert(number, slot);
   made.number = number;
   made.changed = false;
   made.used = true;
-  slots[number] = slot;
   latest = &made;
   *block = &made;
   return ok;
@@ -150,7 +151,9 @@ int File::obtain(std::uint64_t number, Block** block) {
 // How many blocks from `first` on are in the file and not in the cache.
 std::size_t File::missingRun(std::uint64_t first, std::size_t atMost) const {
   std::size_t count = 1;
-  while (count < atMost && lengthOf(first + count) > 0 && slots.count(first + count) == 0) ++count;
+  while (count < atMost && lengthOf(first + count) > 0 &&
+         slots.find(first + count) == SlotTable::none)
+    ++count;
   return count;
 }
 
@@ -192,12 +195,15 @@ int File::readBlocks(std::uint64_t first, std::size_t count) {
   return result;
 }
 
-int File::fetch(std::uint64_t number, Block** block) {
+// Gives a block, and reads it together with the next ones if it has to be read: with
+// those of the `span` blocks that the caller is about to ask for, and with more, twice
+// as many each time, for a reader that goes on where the last reading ended.
+int File::fetch(std::uint64_t number, std::size_t span, Block** block) {
   *block = find(number);
   if (*block != nullptr) return ok;
+  window = number == expected ? std::min(window * 2, engine->readAheadBlocks) : 1;
   const std::size_t limit = std::max<std::size_t>(engine->cacheBlocks / 2, 1);
-  const std::size_t ahead =
-      number == expected ? std::clamp<std::size_t>(engine->readAheadBlocks, 1, limit) : 1;
+  const std::size_t ahead = std::clamp<std::size_t>(std::max(window, span), 1, limit);
   const std::size_t count = missingRun(number, ahead);
   const int result = readBlocks(number, count);
   if (result < 0) return result;
@@ -206,18 +212,33 @@ int File::fetch(std::uint64_t number, Block** block) {
   return ok;
 }
 
+// Where those bytes lie in the block that was used last, if all of them do.
+const char* File::inLatest(std::uint64_t offset, std::size_t count) const {
+  if (latest == nullptr || latest->number == noBlock) return nullptr;
+  const std::uint64_t begin = latest->number * engine->cacheBlockSize;
+  const std::uint64_t end = std::min(begin + engine->cacheBlockSize, size);
+  if (offset < begin || offset >= end || count > end - offset) return nullptr;
+  return latest->bytes.get() + (offset - begin);
+}
+
 int File::readAt(std::uint64_t offset, void* data, std::size_t count, std::size_t* got) {
   *got = 0;
   if (engine->errorCode < 0) return engine->errorCode;
   if (offset >= size) return ok;
   const std::size_t blockSize = engine->cacheBlockSize;
+  if (const char* bytes = inLatest(offset, count); bytes != nullptr) {
+    std::memcpy(data, bytes, count);
+    *got = count;
+    return ok;
+  }
   const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, size - offset));
   auto* target = static_cast<char*>(data);
   while (*got < wanted) {
-    Block* block = nullptr;
-    const int result = fetch(offset / blockSize, &block);
-    if (result < 0) return result;
     const auto inside = static_cast<std::size_t>(offset % blockSize);
+    const std::size_t span = (inside + (wanted - *got) + blockSize - 1) / blockSize;
+    Block* block = nullptr;
+    const int result = fetch(offset / blockSize, span, &block);
+    if (result < 0) return result;
     const std::size_t part = std::min(wanted - *got, blockSize - inside);
     std::memcpy(target + *got, block->bytes.get() + inside, part);
     *got += part;
@@ -238,7 +259,7 @@ int File::readAll(std::uint64_t offset, void* data, std::size_t count) {
 int File::forWriting(std::uint64_t number, bool whole, Block** block) {
   *block = find(number);
   if (*block != nullptr) return ok;
-  if (!whole && lengthOf(number) > 0) return fetch(number, block);
+  if (!whole && lengthOf(number) > 0) return fetch(number, 1, block);
   const int result = obtain(number, block);
   if (result == ok) std::memset((*block)->bytes.get(), 0, engine->cacheBlockSize);
   return result;
@@ -290,9 +311,9 @@ int File::writeAround(const Block& block) {
   std::vector<Block*> run;
   const std::size_t limit = std::max<std::size_t>(engine->readAheadBlocks, 1);
   for (std::uint64_t number = block.number; run.size() < limit; ++number) {
-    const auto found = slots.find(number);
-    if (found == slots.end() || !blocks[found->second].changed) break;
-    run.push_back(&blocks[found->second]);
+    const std::uint32_t slot = slots.find(number);
+    if (slot == SlotTable::none || !blocks[slot].changed) break;
+    run.push_back(&blocks[slot]);
   }
   return writeRun(run);
 }

@@ -8,8 +8,9 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
+
+#include "loomkit/xbase/slot_table.h"
 
 namespace loomkit::xbase {
 
@@ -68,8 +69,11 @@ class File {
   int sync();
 
  private:
+  /// The number of a cache's block that holds none of the file's.
+  static constexpr std::uint64_t noBlock = ~std::uint64_t{0};
+
   struct Block {
-    std::uint64_t number = 0;
+    std::uint64_t number = noBlock;
     bool changed = false;
     bool used = false;  // since the hand of the clock came by
     std::unique_ptr<char[]> bytes;
@@ -77,9 +81,10 @@ class File {
 
   int start(int newHandle);
   Block* find(std::uint64_t number);
-  int fetch(std::uint64_t number, Block** block);
+  int fetch(std::uint64_t number, std::size_t span, Block** block);
+  [[nodiscard]] const char* inLatest(std::uint64_t offset, std::size_t count) const;
   int obtain(std::uint64_t number, Block** block);
-  int makeRoom(std::size_t* slot);
+  int makeRoom(std::uint32_t* slot);
   int readBlock(std::uint64_t number);
   int readBlocks(std::uint64_t first, std::size_t count);
   std::size_t missingRun(std::uint64_t first, std::size_t atMost) const;
@@ -98,10 +103,11 @@ class File {
   std::uint64_t size = 0;
 
   std::vector<Block> blocks;
-  std::unordered_map<std::uint64_t, std::size_t> slots;  // by block number
-  Block* latest = nullptr;                               // the block used last
-  std::size_t hand = 0;                                  // of the clock that picks a victim
+  SlotTable slots;             // by block number
+  Block* latest = nullptr;     // the block used last
+  std::size_t hand = 0;        // of the clock that picks a victim
   std::uint64_t expected = 0;  // the block that a sequential reader wants next
+  std::size_t window = 1;      // how many blocks it was given last
   std::vector<char> transfer;  // several blocks on their way
 };
 

@@ -9,6 +9,7 @@
 #include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/file_names.h"
+#include "loomkit/xbase/index_guard.h"
 #include "loomkit/xbase/index_parts.h"
 #include "loomkit/xbase/key_sorter.h"
 #include "loomkit/xbase/tree_builder.h"
@@ -91,6 +92,7 @@ int buildTag(IndexFile& index, Tag& tag, bool uniqueErrors) {
 int build(IndexFile& index, bool uniqueErrors) {
   DataFile& data = *index.data;
   const std::uint32_t current = data.recordNumber;
+  IndexGuard guard(data);
   int result = index.space.clear(headerBlocks);
   if (result == ok && index.compound) result = index.tagOfTags.create(0);
   for (const auto& tag : index.tags) {
@@ -101,6 +103,7 @@ int build(IndexFile& index, bool uniqueErrors) {
     result = writeTagHeader(index, 0, headerOfTagOfTags(index));
   }
   if (result == ok) result = index.space.flush();
+  guard.done();
   if (result != ok) index.space.giveUp();
   if (result == ok && current >= 1 && current <= data.recordCount) return go(data, current);
   return result;

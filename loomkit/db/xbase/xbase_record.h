@@ -33,13 +33,28 @@ class XBaseRecordMaker {
   GDbRecord* make(xbase::DataFile& data, HulTextCodec* decoder);
 
  private:
+  enum class Kind { text, memo, logical, floating, integer, unsignedInteger };
+
+  // Where a field stands in the record, and what becomes of it.
+  struct Column {
+    std::size_t field = 0;
+    std::size_t offset = 0;
+    std::size_t width = 0;
+    Kind kind = Kind::text;
+  };
+
+  static void putNumber(const Column& column, std::string_view text, bool zeros, void* out);
+  static Kind kindOf(const xbase::Field& field, GDbFieldType type);
   bool prepareTexts(xbase::DataFile& data, HulTextCodec* decoder, std::size_t* bytes);
-  bool prepareText(xbase::DataFile& data, std::size_t field, HulTextCodec* decoder);
+  bool convertText(xbase::DataFile& data, const Column& column, HulTextCodec* decoder,
+                   std::string_view* text);
+  static std::string_view bytesOf(const xbase::DataFile& data, const Column& column);
 
   std::vector<GDbFieldType> types;
-  std::size_t numberCount = 0;
+  std::vector<Column> numberColumns;
+  std::vector<Column> textColumns;
   std::vector<std::string> converted;   // texts that are no copies of the record's
-  std::vector<std::string_view> texts;  // by field
+  std::vector<std::string_view> texts;  // of textColumns
 };
 
 }  // namespace loomkit
