@@ -17,6 +17,7 @@ namespace {
 using loomkit::testing::IoFaults;
 
 bool active = false;
+bool namelessFilesAreRefused = false;
 IoFaults::Kind kind = IoFaults::Fail;
 int chosen = 0;
 int step = 1;
@@ -28,6 +29,7 @@ bool fails() {
   if (!active) return false;
   ++count;
   if (kind == IoFaults::Kill && count >= chosen) ::kill(::getpid(), SIGKILL);
+  if (kind == IoFaults::Signal && count == chosen) std::raise(SIGTERM);
   if (kind == IoFaults::Fail && count >= chosen &&
       (step == 0 ? count == chosen : (count - chosen) % step == 0)) {
     errno = error;
@@ -46,7 +48,7 @@ std::size_t allowed(std::size_t size) {
 
 // The same for the calls that the system never interrupts halfway.
 bool failsOutright() {
-  return active && (kind == IoFaults::Fail || kind == IoFaults::Kill) && fails();
+  return active && kind != IoFaults::Short && kind != IoFaults::Storm && fails();
 }
 
 // Standard output and error are the tests' own.
@@ -57,6 +59,10 @@ bool makesFile(int flags) { return (flags & O_CREAT) != 0 || (flags & O_TMPFILE)
 
 int openFile(int directory, const char* path, int flags, mode_t mode) {
   if (fails()) return -1;
+  if (namelessFilesAreRefused && (flags & O_TMPFILE) == O_TMPFILE) {
+    errno = EOPNOTSUPP;
+    return -1;
+  }
   return static_cast<int>(::syscall(SYS_openat, directory, path, flags, mode));
 }
 
@@ -73,6 +79,7 @@ IoFaults::IoFaults(Kind faultKind, int chosenCall, int errorNumber, int everySte
   active = true;
 }
 IoFaults::~IoFaults() { active = false; }
+void IoFaults::refuseNamelessFiles(bool refuse) { namelessFilesAreRefused = refuse; }
 int IoFaults::calls() { return count; }
 
 }  // namespace loomkit::testing

@@ -21,7 +21,8 @@ class IoFaults {
     Fail,   ///< the chosen call fails with the error, and every step-th later one
     Short,  ///< every call moves one byte
     Storm,  ///< every other call fails with EINTR
-    Kill    ///< the process is killed at the chosen call
+    Kill,   ///< the process is killed at the chosen call
+    Signal  ///< the chosen call is met by a SIGTERM, which may be handled
   };
 
   /// The `chosen`-th call, from 1, is the first that fails. With a step of 0 it
@@ -30,6 +31,9 @@ class IoFaults {
   IoFaults(const IoFaults&) = delete;
   IoFaults& operator=(const IoFaults&) = delete;
   ~IoFaults();
+
+  /// Lets no file be made without a name, as on file systems that have none.
+  static void refuseNamelessFiles(bool refuse);
 
   /// Calls so far that could have failed.
   [[nodiscard]] static int calls();

@@ -17,6 +17,8 @@
 #include <cstddef>
 #include <string>
 
+#include "loomkit/platform/replacement.h"
+
 namespace loomkit::platform {
 
 /// What a name in a directory is; a link is not followed.
@@ -68,7 +70,8 @@ class DirectoryHandle {
 
 /// A file that has no name until it is complete, so that nobody ever meets half of
 /// it. Where the system has no files without names, it has a hidden one meanwhile.
-/// What was not placed is gone with the object. One thread at a time uses it.
+/// What was not placed is gone with the object, or with
+/// deleteAllReplacements(). One thread at a time uses it.
 class NewFile {
  public:
   NewFile() = default;
@@ -98,6 +101,7 @@ class NewFile {
   const DirectoryHandle* directory = nullptr;
   int descriptor = -1;
   std::string hiddenName;  // empty: the file has no name yet
+  UnfinishedFile record;   // of the hidden name
 };
 
 }  // namespace loomkit::platform

@@ -4,9 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
+#include <sstream>
+#include <utility>
 
+#include "loomkit/archive/zip/zip64_reader.h"
+#include "loomkit/archive/zip/zip64_writer.h"
 #include "loomkit/archive/zip/zip_extractor.h"
 #include "loomkit/archive/zip/zip_writer.h"
 #include "loomkit/config/key_value_config_file.h"
@@ -21,11 +26,12 @@ namespace {
 // Does the work in a child that is killed at its first, second, third call, and
 // so on, until it gets to its end. `check` looks after each death. The number
 // of deaths.
-int killInTurn(const std::function<void()>& work, const std::function<void()>& check) {
+int killInTurn(const std::function<void()>& work, const std::function<void()>& check,
+               IoFaults::Kind kind = IoFaults::Kill) {
   for (int call = 1; call < 10000; ++call) {
     const pid_t child = ::fork();
     if (child == 0) {
-      const IoFaults faults(IoFaults::Kill, call, 0);
+      const IoFaults faults(kind, call, 0);
       work();
       ::_exit(0);
     }
@@ -110,6 +116,52 @@ TEST(Killed, AnExtractedFileIsWholeOrMissing) {
         }
       });
   EXPECT_GT(deaths, 20);
+}
+
+// As hosts do that handle signals: the hidden files go, then the process.
+void discardAllAndEnd(int number) {
+  GAtomicFile::discardAll();
+  std::signal(number, SIG_DFL);
+  std::raise(number);
+}
+
+TEST(Signalled, ExtractionLeavesNoHiddenFileBehind) {
+  const ScratchDirectory scratch;
+  std::ostringstream archive;
+  GZip64Writer writer(&archive);
+  for (const char* name : {"a", "b"}) {
+    writer.writeFile(name, {}, [end = false](char* buffer, std::size_t) mutable -> std::int64_t {
+      *buffer = 'x';
+      return std::exchange(end, true) ? 0 : 1;
+    });
+  }
+  writer.writeLink("l", "a", {});
+  ASSERT_TRUE(writer.close());
+  scratch.write("a.zip", archive.str());
+  for (const bool nameless : {true, false}) {
+    IoFaults::refuseNamelessFiles(!nameless);
+    const int deaths = killInTurn(
+        [&] {
+          std::signal(SIGTERM, discardAllAndEnd);
+          GZip64Reader reader;
+          reader.open(scratch / "a.zip");
+          GZipExtractor extractor(&reader, scratch / "out");
+          extractor.setOverwrite(true);
+          extractor.setMakeLinks(true);
+          extractor.extractAll();
+        },
+        [&] {
+          if (!std::filesystem::exists(scratch / "out")) return;
+          for (const auto& file : std::filesystem::directory_iterator(scratch / "out")) {
+            EXPECT_EQ(file.path().filename().string().size(), 1U) << file.path();
+          }
+        },
+        IoFaults::Signal);
+    EXPECT_GT(deaths, 10);
+    EXPECT_EQ(scratch.read("out/a"), "x");
+    EXPECT_TRUE(std::filesystem::is_symlink(scratch / "out/l"));
+  }
+  IoFaults::refuseNamelessFiles(false);
 }
 
 // The child says what it has committed before it goes on.

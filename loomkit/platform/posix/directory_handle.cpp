@@ -7,12 +7,12 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <cstdio>
 #include <functional>
 #include <utility>
 
 #include "loomkit/platform/posix/error_codes.h"
 #include "loomkit/platform/posix/paths.h"
+#include "loomkit/platform/posix/unfinished_files.h"
 #include "loomkit/platform/system.h"
 
 namespace loomkit::platform {
@@ -42,14 +42,22 @@ std::string hiddenCandidate() {
          std::to_string(++counter);
 }
 
-// Tries hidden names until `make` does not fail for one that is there already.
-bool withHiddenName(std::string* name, const std::function<bool(const char*)>& make) {
+// The way to an open file, or to a name in an open directory, that needs no privilege
+// and that holds wherever the process goes.
+std::string pathOf(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+
+// Tries hidden names until `make` does not fail for one that is there already. The name
+// is deleted when a signal ends the process, until `record` is forgotten.
+bool withHiddenName(int directory, std::string* name, UnfinishedFile* record,
+                    const std::function<bool(const char*)>& make) {
   constexpr int attempts = 100;
   for (int i = 0; i < attempts; ++i) {
     *name = hiddenCandidate();
-    if (make(name->c_str())) return true;
-    if (errno != EEXIST) return false;
+    const auto makeIt = [&] { return make(name->c_str()); };
+    if (makeUnfinished(pathOf(directory) + "/" + *name, makeIt, record)) return true;
+    if (errno != EEXIST) break;
   }
+  name->clear();
   return false;
 }
 
@@ -124,14 +132,17 @@ bool DirectoryHandle::makeLink(const std::string& target, const std::string& nam
   if (::symlinkat(target.c_str(), descriptor, name.c_str()) == 0) return true;
   if (errno != EEXIST || !replace) return succeeded(false);
   std::string hidden;
-  const bool made = withHiddenName(&hidden, [&](const char* candidate) {
+  UnfinishedFile record;
+  const bool made = withHiddenName(descriptor, &hidden, &record, [&](const char* candidate) {
     return ::symlinkat(target.c_str(), descriptor, candidate) == 0;
   });
   if (!made) return succeeded(false);
-  if (::renameat(descriptor, hidden.c_str(), descriptor, name.c_str()) == 0) return true;
+  const bool placed =
+      succeeded(::renameat(descriptor, hidden.c_str(), descriptor, name.c_str()) == 0);
   const KeepErrno reason;
-  ::unlinkat(descriptor, hidden.c_str(), 0);
-  return succeeded(false);
+  if (!placed) ::unlinkat(descriptor, hidden.c_str(), 0);
+  forgetUnfinished(&record);
+  return placed;
 }
 
 bool DirectoryHandle::narrow(unsigned mode) const {
@@ -163,13 +174,12 @@ bool NewFile::create(const DirectoryHandle& parent, unsigned mode) {
 }
 
 bool NewFile::createNamed(unsigned mode) {
-  const bool made = withHiddenName(&hiddenName, [&](const char* candidate) {
+  const int at = directory->descriptor;
+  return succeeded(withHiddenName(at, &hiddenName, &record, [&](const char* candidate) {
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
-    descriptor = openAt(directory->descriptor, candidate, flags, mode);
+    descriptor = openAt(at, candidate, flags, mode);
     return descriptor >= 0;
-  });
-  if (!made) hiddenName.clear();
-  return succeeded(made);
+  }));
 }
 
 bool NewFile::write(const void* data, std::size_t size) {
@@ -198,11 +208,10 @@ bool NewFile::addMode(unsigned bits) {
   return succeeded(::fchmod(descriptor, wider) == 0);
 }
 
-// Gives a file without a name one. The way over /proc needs no privilege.
+// Gives a file without a name one.
 bool NewFile::linkTo(const std::string& name) {
-  char path[40];
-  std::snprintf(path, sizeof path, "/proc/self/fd/%d", descriptor);
-  return ::linkat(AT_FDCWD, path, directory->descriptor, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  return ::linkat(AT_FDCWD, pathOf(descriptor).c_str(), directory->descriptor, name.c_str(),
+                  AT_SYMLINK_FOLLOW) == 0;
 }
 
 bool NewFile::place(const std::string& name, bool replace) {
@@ -211,9 +220,8 @@ bool NewFile::place(const std::string& name, bool replace) {
   if (hiddenName.empty()) {
     placed = linkTo(name);
     if (!placed && errno == EEXIST && replace) {
-      const bool linked =
-          withHiddenName(&hiddenName, [&](const char* candidate) { return linkTo(candidate); });
-      if (!linked) hiddenName.clear();
+      withHiddenName(at, &hiddenName, &record,
+                     [&](const char* candidate) { return linkTo(candidate); });
     }
   } else if (!replace) {
     placed = ::linkat(at, hiddenName.c_str(), at, name.c_str(), 0) == 0;
@@ -232,6 +240,7 @@ void NewFile::discard() {
   if (descriptor >= 0) ::close(std::exchange(descriptor, -1));
   if (!hiddenName.empty()) ::unlinkat(directory->descriptor, hiddenName.c_str(), 0);
   hiddenName.clear();
+  forgetUnfinished(&record);
 }
 
 }  // namespace loomkit::platform

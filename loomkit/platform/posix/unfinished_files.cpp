@@ -78,11 +78,22 @@ UnfinishedFile remember(const std::string& path) noexcept {
 
 }  // namespace
 
-int openUnfinished(const std::string& path, mode_t mode, UnfinishedFile* file) {
+bool makeUnfinished(const std::string& path, const std::function<bool()>& make,
+                    UnfinishedFile* file) {
   const SignalsHeld held;
-  const int handle = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+  const bool made = make();
   const KeepErrno reason;
-  if (handle >= 0) *file = remember(path);
+  if (made) *file = remember(path);
+  return made;
+}
+
+int openUnfinished(const std::string& path, mode_t mode, UnfinishedFile* file) {
+  int handle = -1;
+  const auto open = [&] {
+    handle = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    return handle >= 0;
+  };
+  makeUnfinished(path, open, file);
   return handle;
 }
 

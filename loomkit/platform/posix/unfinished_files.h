@@ -6,14 +6,19 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 
 #include "loomkit/platform/replacement.h"
 
 namespace loomkit::platform {
 
-/// Makes a new file for writing and remembers it, without a moment between in
-/// which a signal could arrive. -1 and errno after a failure.
+/// Calls `make`, which makes the file, and remembers the path where that gives true,
+/// without a moment between in which a signal could arrive. What `make` gives.
+bool makeUnfinished(const std::string& path, const std::function<bool()>& make,
+                    UnfinishedFile* file);
+
+/// Makes a new file for writing and remembers it. -1 and errno after a failure.
 int openUnfinished(const std::string& path, mode_t mode, UnfinishedFile* file);
 
 /// To be called once the file has another name or is gone.
