@@ -95,6 +95,7 @@ both 'to standard output' anyCode '@ -dc numbers.gz members.gz zeros.gz 2>&-; tr
 both 'tgz' anyCode '@ -d numbers.tgz'
 both 'the stored name' anyCode 'mv numbers.tgz x.tgz; rm numbers; @ -dN x.tgz; cat numbers'
 both 'a list' anyCode '@ -l numbers.gz'
+both 'a list with totals' anyCode '@ -l numbers.gz random.gz'
 both 'a long list' anyCode '@ -lv numbers.gz'
 both 'a list of standard input' anyCode '@ -l < random.gz'
 both 'a test' anyCode '@ -t numbers.gz random.gz members.gz'

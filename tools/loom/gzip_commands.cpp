@@ -97,14 +97,14 @@ class List {
     printLine(inColumns(row.compressed, row.uncompressed, row.frame, shown(row.name)));
     totals.compressed += row.compressed;
     totals.uncompressed += row.uncompressed;
-    totals.frames += row.frame;
+    totals.lastFrame = row.frame;
   }
 
   void finish() {
     if (json) json->endArray();
     if (totals.files < 2) return;
     if (settings.verbose) print(std::string(28, ' '));
-    printLine(inColumns(totals.compressed, totals.uncompressed, totals.frames, "(totals)"));
+    printLine(inColumns(totals.compressed, totals.uncompressed, totals.lastFrame, "(totals)"));
   }
 
  private:

@@ -32,7 +32,9 @@ struct GzipTotals {
   int files = 0;
   std::uint64_t compressed = 0;
   std::uint64_t uncompressed = 0;
-  std::uint64_t frames = 0;  ///< bytes of headers and trailers
+  /// Bytes of header and trailer of the last file. gzip, too, takes the ratio of the totals
+  /// with these alone, and its users compare.
+  std::uint64_t lastFrame = 0;
 };
 
 /// One line of the list, or with `json` one object, of a file that has been read.

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <numeric>
 #include <optional>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "loomkit/archive/zip/zip64_directory.h"
@@ -30,6 +32,7 @@ class LOOMKIT_LOCAL GZip64Reader::Impl {
   const char* readDirectory();
   bool read(const GZipMember& member, const Receiver& receiver);
   bool checkLayout();
+  const GZipMember* find(const std::string& name);
 
   std::vector<GZipMember> members;
   std::string comment;
@@ -59,6 +62,7 @@ class LOOMKIT_LOCAL GZip64Reader::Impl {
   zip::Inflater inflater;
   std::vector<unsigned char> plain;
   std::optional<bool> layoutIsGood;
+  std::unordered_map<std::string_view, const GZipMember*> byName;  // empty until find()
 };
 
 GZip64Reader::GZip64Reader() : impl(std::make_unique<Impl>(*this)) {}
@@ -77,11 +81,7 @@ void GZip64Reader::close() { impl = std::make_unique<Impl>(*this); }
 
 const std::vector<GZipMember>& GZip64Reader::getMembers() const { return impl->members; }
 
-const GZipMember* GZip64Reader::find(const std::string& name) const {
-  const auto found = std::find_if(impl->members.rbegin(), impl->members.rend(),
-                                  [&](const GZipMember& member) { return member.name == name; });
-  return found == impl->members.rend() ? nullptr : &*found;
-}
+const GZipMember* GZip64Reader::find(const std::string& name) const { return impl->find(name); }
 
 const std::string& GZip64Reader::getZipFileComment() const { return impl->comment; }
 bool GZip64Reader::isDirectoryExact() const { return impl->exact; }
@@ -92,6 +92,15 @@ bool GZip64Reader::read(const GZipMember& member, const Receiver& receiver) {
 }
 
 bool GZip64Reader::checkLayout() { return impl->checkLayout(); }
+
+const GZipMember* GZip64Reader::Impl::find(const std::string& name) {
+  if (byName.empty()) {
+    byName.reserve(members.size());
+    for (const GZipMember& member : members) byName[member.name] = &member;
+  }
+  const auto found = byName.find(name);
+  return found == byName.end() ? nullptr : found->second;
+}
 
 const char* GZip64Reader::Impl::openFile(const std::string& filePath) {
   using platform::OpenMode;

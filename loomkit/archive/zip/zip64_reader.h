@@ -51,7 +51,8 @@ class LOOMKIT_API GZip64Reader : public GZipBase {
 
   /// All members, in the order of the directory. They stay until open() or close().
   [[nodiscard]] const std::vector<GZipMember>& getMembers() const;
-  /// The last member of this name, which is the one that was added last, or null.
+  /// The last member of this name, which is the one that was added last, or null. The
+  /// first call makes an index of all names; the others take no time to speak of.
   [[nodiscard]] const GZipMember* find(const std::string& name) const;
   /// The comment of the archive, as bytes.
   [[nodiscard]] const std::string& getZipFileComment() const;

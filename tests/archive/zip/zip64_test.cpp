@@ -96,6 +96,18 @@ TEST_F(Zip64, KeepsWhatEachMemberHas) {
   EXPECT_TRUE(output.texts().empty());
 }
 
+TEST_F(Zip64, FindsTheLastMemberOfAName) {
+  for (const char* text : {"1", "2"}) {
+    EXPECT_EQ(writer.writeFile("twice", {}, sourceOf(text)), GZip64Writer::Done);
+    EXPECT_EQ(writer.writeFile(text, {}, sourceOf("")), GZip64Writer::Done);
+  }
+  ASSERT_TRUE(open());
+  EXPECT_EQ(reader.find("twice"), &reader.getMembers()[2]);
+  EXPECT_EQ(reader.find("2"), &reader.getMembers()[3]);
+  reader.close();
+  EXPECT_EQ(reader.find("twice"), nullptr);
+}
+
 TEST_F(Zip64, AMemberThatFailsLeavesNoTrace) {
   std::string noise(700000, '\0');
   for (std::size_t i = 0; i < noise.size(); ++i) noise[i] = static_cast<char>(i * i >> 7);
