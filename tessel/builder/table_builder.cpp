@@ -9,10 +9,14 @@
 namespace tessel {
 namespace {
 
-// Four to eight rows a bucket: a cache line, or a little more.
+// Four to eight rows a bucket: a cache line, or a little more. Where the places of
+// so many buckets would leave the processor's caches there are fewer, of up to 64
+// rows: what a search loses in the bucket is less than a miss for its place.
 std::uint32_t bucketBitsOf(std::uint32_t rowCount) {
-  const int bits = static_cast<int>(std::bit_width(rowCount)) - 3;
-  return static_cast<std::uint32_t>(std::clamp(bits, 0, int{layout::maxBucketBits}));
+  constexpr int cachedBits = 14;  // 64 KiB of places
+  const int bits = static_cast<int>(std::bit_width(rowCount));
+  return static_cast<std::uint32_t>(std::clamp(std::min(bits - 3, std::max(cachedBits, bits - 6)),
+                                               0, int{layout::maxBucketBits}));
 }
 
 // Appends the number of the first entry of each bucket, as the entries come.

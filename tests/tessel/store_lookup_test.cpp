@@ -211,6 +211,35 @@ TEST(StoreTexts, ReachOverBlocks) {
   }
 }
 
+// The rows of one key fill their part of an index; a key beside them is found all
+// the same, and so are all of them.
+TEST(StoreKeys, AreFoundBesideManyRowsOfAnother) {
+  for (const int many : {0, 1, 9, 63, 64, 5000}) {
+    const ScratchDirectory scratch;
+    std::vector<Cells> rows;
+    for (int i = 0; i < many; ++i) rows.push_back({i, "many"});
+    for (int i = 0; i < 300; ++i) rows.push_back({many + i, "only " + std::to_string(i)});
+    writeStore(scratch / "t.tessel", structureOf({{"no", GDbFieldInt}, {"key", GDbFieldString}}),
+               {"key"}, rows);
+    const DatabaseOwner database = openDb("tessel:" + scratch / "t");
+    const TableOwner table = openTable(database, "t");
+    for (int i = 0; i < 300; ++i) {
+      GDbRecordSet set;
+      const std::string key = "only " + std::to_string(i);
+      ASSERT_EQ(table->lookupKey(GDbKey(1, key.c_str()), &set), GDbNoError);
+      ASSERT_EQ(set.getNumRecords(), 1U) << key << " beside " << many;
+      ASSERT_EQ(set.getRecord(0)->getIntField(0), many + i);
+    }
+    GDbRecordSet set;
+    ASSERT_EQ(table->lookupKey(GDbKey(1, "many"), &set), GDbNoError);
+    ASSERT_EQ(set.getNumRecords(), static_cast<unsigned>(many));
+    for (int i = 0; i < many; ++i)
+      ASSERT_EQ(set.getRecord(static_cast<unsigned>(i))->getIntField(0), i);
+    ASSERT_EQ(table->lookupKey(GDbKey(1, "none"), &set), GDbNoError);
+    ASSERT_EQ(set.getNumRecords(), static_cast<unsigned>(many));
+  }
+}
+
 // Random tables and lookups against a walk over all rows.
 class StoreModel : public ::testing::TestWithParam<unsigned> {};
 
