@@ -30,9 +30,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(loomkit::connectionUri(locator).size() == locator.size());
     loomkit::hasPlainUser(locator);
   }
-  // The part of a password between an "@" and a "?" is taken for a host. So the word that
-  // must not be seen may not stand there by the input's own doing.
-  if (text.find("SECRET") != std::string::npos) return 0;
   requireHidden("postgresql://me:" + text + "SECRET@host/db");
   requireHidden("postgresql://me:" + text + "SECRET@host:5432/db?sslmode=require");
   requireHidden("postgres://:SECRET" + text + "@/");

@@ -88,7 +88,8 @@ UserInfo userInfoOf(std::string_view rest) {
   const std::size_t last = rest.substr(0, query).rfind('@');
   if (last == std::string_view::npos) return {};
   const std::string_view text = rest.substr(0, last);
-  return {text, given && last == stop && text.find('?') == std::string_view::npos, last + 1};
+  const bool plain = given && last == stop && text.find('?') == std::string_view::npos;
+  return {text, plain, last + 1};
 }
 
 // "host:port,host:port/database". Where a port is none, what follows may be a
@@ -139,6 +140,13 @@ std::string connectionUri(const std::string& locator) {
   return uri;
 }
 
+bool hasClearEnd(const std::string& locator) {
+  const std::string_view rest = std::string_view(locator).substr(schemeLength(locator));
+  const std::size_t query = rest.find('?');
+  return query == std::string_view::npos || rest.find('@', query) == std::string_view::npos ||
+         rest.find(':') > query;
+}
+
 bool hasPlainUser(const std::string& locator) {
   return userInfoOf(std::string_view(locator).substr(schemeLength(locator))).plain;
 }
@@ -146,6 +154,7 @@ bool hasPlainUser(const std::string& locator) {
 std::string withoutPassword(const std::string& locator) {
   const std::size_t scheme = schemeLength(locator);
   if (scheme == 0) return locator;
+  if (!hasClearEnd(locator)) return locator.substr(0, scheme);
   std::string_view rest = std::string_view(locator).substr(scheme);
   const UserInfo user = userInfoOf(rest);
   std::string shown = locator.substr(0, scheme);

@@ -23,6 +23,11 @@ std::string connectionUri(const std::string& locator);
 /// own messages would quote a piece of it as a host or a port.
 bool hasPlainUser(const std::string& locator);
 
+/// False where a password may reach into the query, since there is a ":" before the
+/// first "?" and an "@" behind it. libpq may take such a URI as it was meant; only can
+/// nothing of it, nor of what libpq says about it, be shown.
+bool hasClearEnd(const std::string& locator);
+
 /// The locator without what is or may be a password: the text between the user's
 /// name and the last "@" before the query, and the query's parameters "password"
 /// and "sslpassword", however their names are escaped. A user's name that is no

@@ -82,7 +82,9 @@ GDbStatus GPostgresqlDatabaseFactory::openWithPrompt(const char* locator,
   if (failure && prompt && server->needsPassword() && prompt(server->user(), &password))
     failure = server->open(uri, shown, password.c_str());
   if (failure) {
-    logLine("Failed to open database " + shown + ": " + failure.text);
+    const bool quotes = !loomkit::hasClearEnd(uri);
+    logLine("Failed to open database " + shown + ": " +
+            (quotes ? "escape the \"@\" behind the \"?\" as %40 to see why" : failure.text));
     return failure.status;
   }
   *database = new GPostgresqlDatabase(shown, std::move(server));
