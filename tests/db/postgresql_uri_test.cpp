@@ -151,6 +151,8 @@ TEST(PostgresqlUri, AServerThatDoesNotAnswerCannotBeOpened) {
   ASSERT_EQ(log.texts().size(), 1U);
   EXPECT_NE(log.texts()[0].find("Failed to open database postgresql://127.0.0.1:1/db?user=me: "),
             std::string::npos);
+  EXPECT_EQ(log.texts()[0].find_first_of("\n\t"), std::string::npos)
+      << "libpq says it in two lines";
 }
 
 }  // namespace

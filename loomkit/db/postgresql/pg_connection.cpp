@@ -14,13 +14,22 @@ namespace {
 // takes a connection of its own, so that a few rows are sooner read.
 constexpr int rowsToDiscard = 1000;
 
-std::string trimmed(std::string_view text) {
+// libpq ends its texts with a line end, and sets what explains more in lines below, some
+// of them behind a tab. The channel's texts are lines.
+std::string inOneLine(std::string_view text) {
   while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) text.remove_suffix(1);
-  return std::string(text);
+  std::string line;
+  for (const char c : text) {
+    if (c == '\n')
+      line += "; ";
+    else if (c != '\t')
+      line += c;
+  }
+  return line;
 }
 
 // Without this, libpq prints the server's notices to standard error.
-void logNotice(void* /*context*/, const char* text) { logLine(trimmed(text)); }
+void logNotice(void* /*context*/, const char* text) { logLine(inOneLine(text)); }
 
 bool isRow(const PgResult& result) {
   return result != nullptr && libpq().resultStatus(result.get()) == pgSingleTuple;
@@ -192,7 +201,7 @@ PgFailure PgConnection::failureOf(const pg_result* result) const {
   const char* sqlState =
       result != nullptr ? api.resultErrorField(result, pgFieldSqlState) : nullptr;
   if (sqlState == nullptr) {
-    std::string text = trimmed(api.errorMessage(connection));
+    std::string text = inOneLine(api.errorMessage(connection));
     return {GDbIoError, text};
   }
   PgFailure failure{sqlStateStatus(sqlState), {}, sqlState};
