@@ -9,6 +9,9 @@
 #include <cstddef>
 #include <functional>
 #include <new>
+#include <string>
+
+#include "loomkit/text/output.h"
 
 namespace loomkit::testing {
 
@@ -32,6 +35,20 @@ long blockCount();
 std::size_t byteCount();
 std::size_t peakByteCount();
 void resetPeak();
+
+/// Drops what the library says while it lives: keeping it would need memory.
+class Silence : public GOutput {
+ public:
+  Silence() : previous(gOutput) { gOutput = this; }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+  ~Silence() override { gOutput = previous; }
+  using GOutput::output;
+  void output(GOutputLevel, const std::string&, const char*) override {}
+
+ private:
+  GOutput* previous;
+};
 
 /// Does the work again and again, with its first, second, third... allocation
 /// failing, until it gets through. Each time all blocks must be given back, and

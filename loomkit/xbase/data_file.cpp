@@ -170,7 +170,8 @@ std::unique_ptr<DataFile> openDataFile(Engine& engine, const std::string& name) 
 
 int close(DataFile& data) {
   if (!data.file.isOpen()) return ok;
-  int result = data.file.isReadOnly() ? ok : flush(data);
+  int result = ok;
+  if (!data.file.isReadOnly()) result = withoutThrowing(*data.engine, [&] { return flush(data); });
   std::vector<DataFile*>& open = data.engine->dataFiles;
   open.erase(std::remove(open.begin(), open.end(), &data), open.end());
   while (!data.indexes.empty()) {
@@ -197,8 +198,6 @@ int fieldNumber(const DataFile& data, std::string_view name) {
   }
   return -1;
 }
-
-bool isDeleted(const DataFile& data) { return data.record.front() == dbf::flagDeleted; }
 
 void beginChange(DataFile& data) {
   if (!data.recordChanged) data.oldRecord = data.record;

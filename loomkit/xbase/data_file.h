@@ -18,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/file.h"
 #include "loomkit/xbase/tag_description.h"
 
@@ -97,7 +98,8 @@ std::unique_ptr<DataFile> createDataFile(Engine& engine, const std::string& name
                                          const std::vector<FieldDescription>& fields,
                                          const std::vector<TagDescription>& tags = {});
 
-/// Flushes and closes everything. Repeatable.
+/// Flushes and closes everything. Repeatable. Does not throw: without the memory to
+/// flush, what was not flushed before is lost, and the code is errorMemory.
 int close(DataFile& data);
 
 /// The zero-based number of a field, whatever the letter case; -1 for a name that
@@ -119,7 +121,7 @@ int seek(DataFile& data, std::string_view key);
 /// record is read.
 int seekNext(DataFile& data);
 
-bool isDeleted(const DataFile& data);
+inline bool isDeleted(const DataFile& data) { return data.record.front() == dbf::flagDeleted; }
 /// Comes before each change of the current record: keeps what the record was, so that
 /// one that is only read is not copied.
 void beginChange(DataFile& data);

@@ -15,8 +15,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <new>
 #include <string>
 #include <vector>
+
+#include "loomkit/xbase/codes.h"
 
 namespace loomkit::xbase {
 
@@ -108,6 +111,17 @@ inline int fail(Engine& engine, int code, bool reported, const char* text1 = nul
 /// always reported.
 int failSeverely(Engine& engine, int code, const char* text1 = nullptr, const char* text2 = nullptr,
                  const char* text3 = nullptr);
+
+/// Does `work`, which gives a code, for destructors and whatever else must not throw:
+/// when memory runs out, the code is errorMemory.
+template <class Work>
+int withoutThrowing(Engine& engine, Work work) noexcept {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return fail(engine, errorMemory, false);
+  }
+}
 
 /// The line that names a file in a report.
 std::string fileNameLine(const std::string& name);

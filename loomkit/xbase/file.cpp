@@ -73,12 +73,12 @@ int File::start(int newHandle) {
 
 int File::close() {
   if (handle < 0) return ok;
-  int result = writeBack();
+  const int result = withoutThrowing(*engine, [this] { return writeBack(); });
   const bool closed = platform::closeFile(handle);
   handle = -1;
   forget();
-  if (!closed && result == ok) result = failed(errorClosing);
-  return result;
+  if (closed || result != ok) return result;
+  return withoutThrowing(*engine, [this] { return failed(errorClosing); });
 }
 
 void File::forget() {

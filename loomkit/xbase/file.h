@@ -39,7 +39,8 @@ class File {
   /// Makes an empty file, open for reading and writing. With the engine's safety,
   /// a file that is there is a failure. errorCreating.
   int create(const std::string& path);
-  /// Writes what is to be written and closes. Repeatable.
+  /// Writes what is to be written and closes. Repeatable. Does not throw: what there is
+  /// no memory to write is lost, and the code is errorMemory.
   int close();
 
   /// Goes over to another open file, `newHandle` of the platform floor, which

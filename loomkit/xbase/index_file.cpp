@@ -238,7 +238,9 @@ int closeIndex(IndexFile& index) {
   const std::shared_ptr<IndexFile> last = own == data.indexes.end() ? nullptr : *own;
   if (last != nullptr) data.indexes.erase(own);
   if (data.selected != nullptr && data.selected->index == &index) data.selected = nullptr;
-  const int result = index.file.isReadOnly() ? ok : flush(index);
+  int result = ok;
+  if (!index.file.isReadOnly())
+    result = withoutThrowing(*data.engine, [&] { return flush(index); });
   const int closed = index.file.close();
   return result == ok ? closed : result;
 }

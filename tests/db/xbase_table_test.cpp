@@ -378,6 +378,20 @@ TEST_F(XBaseBackend, InsertsUntilTheFirstRecordThatDoesNotFit) {
   EXPECT_EQ(table->insertRecords(wrong), GDbFieldTypeMismatch);
 }
 
+// What addIntField() leaves in a record when memory runs out.
+TEST_F(XBaseBackend, RefusesARecordWhoseNumberHasNoValue) {
+  const TableOwner table = create("parts");
+  GDbFieldType types[] = {GDbFieldInt, GDbFieldFloat, GDbFieldString};
+  double weight = 0;
+  char name[] = "x";
+  void* values[] = {nullptr, &weight, name};
+  void* const room = ::operator new(sizeof(GDbRecord));  // a single block is freed as one
+  GDbRecordSet set;
+  set.addRecord(new (room) GDbRecord(true, 3, types, values));
+  EXPECT_EQ(table->insertRecords(set), GDbInvalidArgument);
+  EXPECT_EQ(scan(table.get()), Texts{});
+}
+
 TEST_F(XBaseBackend, NumbersThatDoNotFitBecomeStarsAndTextsAreCut) {
   const TableOwner table = create("parts");
   ASSERT_EQ(insert(table.get(), 123456789, 123456789.126, "longer text"), GDbNoError);

@@ -17,20 +17,6 @@
 namespace loomkit::testing {
 namespace {
 
-// Nothing is kept of what is said, for keeping it would need memory.
-class Silence : public GOutput {
- public:
-  Silence() : previous(gOutput) { gOutput = this; }
-  Silence(const Silence&) = delete;
-  Silence& operator=(const Silence&) = delete;
-  ~Silence() override { gOutput = previous; }
-  using GOutput::output;
-  void output(GOutputLevel, const std::string&, const char*) override {}
-
- private:
-  GOutput* previous;
-};
-
 const std::string& longText() {
   static const std::string text = [] {
     std::string lines;

@@ -75,19 +75,19 @@ GDbStatus GDbXBase::openTable(const std::string& tableName, const GDbStructure* 
   if (directory == nullptr) return GDbNotOpen;
   if (structure == nullptr || table == nullptr) return GDbInvalidArgument;
   const std::string upperName = loomkit::upperCased(tableName);
-  GDbXBaseData* data = directory->findTable(upperName);
+  GDbXBaseData* found = directory->findTable(upperName);
   GDbStatus status = GDbNoError;
-  if (data != nullptr) {
-    data->addRef();
+  if (found != nullptr) {
+    found->addRef();
   } else {
-    status = GDbXBaseData::open(directory, upperName, &data);
+    status = GDbXBaseData::open(directory, upperName, &found);
     if (status != GDbNoError) return status;
   }
+  const loomkit::Reference<GDbXBaseData> data(found);
   std::vector<GDbFieldType> fieldTypes;
   status = data->findFieldTypes(*structure, &fieldTypes);
   if (status == GDbNoError) status = data->fitIndexes(structure->getIndices());
-  if (status == GDbNoError) *table = new GDbXBaseTable(this, tableName, data, fieldTypes);
-  data->release();
+  if (status == GDbNoError) *table = new GDbXBaseTable(this, tableName, data.get(), fieldTypes);
   return status;
 }
 
@@ -155,8 +155,7 @@ GDbStatus GDbXBaseFactory::openDatabase(const char* locator, GDbDatabase** datab
   if (!loomkit::splitLocator(locator, &parts)) return GDbInvalidLocator;
   const std::string realPath = GFile(parts.path).getRealPath();
   if (!GDirectory(realPath).exists()) return GDbCantOpenDirectory;
-  GDbXBaseDirectory* directory = GDbXBaseDirectory::obtain(realPath);
-  *database = new GDbXBase(locator, directory);
-  directory->release();
+  const loomkit::Reference<GDbXBaseDirectory> directory(GDbXBaseDirectory::obtain(realPath));
+  *database = new GDbXBase(locator, directory.get());
   return GDbNoError;
 }

@@ -48,7 +48,6 @@ GDbXBaseDirectory* GDbXBaseDirectory::obtain(const std::string& realPath) {
 }
 
 GDbXBaseDirectory::GDbXBaseDirectory(const std::string& realPath) : path(realPath) {
-  directories()[path] = this;
   eachName(path, [this](const std::string& name) {
     const std::size_t dot = name.rfind('.');
     if (name.size() > longestFileName || dot == std::string::npos) return;
@@ -56,6 +55,8 @@ GDbXBaseDirectory::GDbXBaseDirectory(const std::string& realPath) : path(realPat
     const std::string extension = upperName.substr(dot);
     if (extension == tableExtension || extension == indexExtension) files.emplace(upperName, name);
   });
+  // Last: without the memory for the files, there is no object to be found.
+  directories()[path] = this;
 }
 
 GDbXBaseDirectory::~GDbXBaseDirectory() {

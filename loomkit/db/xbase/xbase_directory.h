@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -70,6 +71,16 @@ class GDbXBaseDirectory {
 };
 
 namespace loomkit {
+
+/// One reference to a counted object of the backend, given up at the end.
+struct ReferenceRelease {
+  template <class Counted>
+  void operator()(Counted* counted) const {
+    counted->release();
+  }
+};
+template <class Counted>
+using Reference = std::unique_ptr<Counted, ReferenceRelease>;
 
 /// The result of convertText().
 enum class Conversion {

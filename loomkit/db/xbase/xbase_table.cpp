@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "loomkit/db/record_access.h"
 #include "loomkit/db/record_set.h"
 #include "loomkit/db/structure.h"
 #include "loomkit/db/xbase/xbase_data.h"
@@ -242,8 +243,10 @@ GDbStatus GDbXBaseTable::insertRecord(const GDbRecord& record) {
   const std::size_t count = file.fields.size();
   if (static_cast<std::size_t>(record.getNumFields()) != count) return GDbFieldCountMismatch;
   for (std::size_t i = 0; i < count; ++i) {
-    if (!gDbXBaseTypesFit(record.getFieldType(static_cast<int>(i)), file.fields[i]))
-      return GDbFieldTypeMismatch;
+    const int id = static_cast<int>(i);
+    if (!gDbXBaseTypesFit(record.getFieldType(id), file.fields[i])) return GDbFieldTypeMismatch;
+    // A number for which there was no memory.
+    if (loomkit::RecordAccess::value(record, id) == nullptr) return GDbInvalidArgument;
   }
   const GDbStatus status =
       changeStatus(xbase::startAppend(file),
