@@ -43,16 +43,18 @@ class XBaseRecordMaker {
     Kind kind = Kind::text;
   };
 
-  static void putNumber(const Column& column, std::string_view text, bool zeros, void* out);
+  static void putNumber(const Column& column, char* bytes, void* out);
   static Kind kindOf(const xbase::Field& field, GDbFieldType type);
-  bool prepareTexts(xbase::DataFile& data, HulTextCodec* decoder, std::size_t* bytes);
+  char* bytesOf(xbase::DataFile& data);
+  bool prepareTexts(xbase::DataFile& data, const char* bytes, HulTextCodec* decoder,
+                    std::size_t* room);
   bool convertText(xbase::DataFile& data, const Column& column, HulTextCodec* decoder,
                    std::string_view* text);
-  static std::string_view bytesOf(const xbase::DataFile& data, const Column& column);
 
   std::vector<GDbFieldType> types;
   std::vector<Column> numberColumns;
   std::vector<Column> textColumns;
+  std::string cleaned;                  // a record that has zero bytes, without them
   std::vector<std::string> converted;   // texts that are no copies of the record's
   std::vector<std::string_view> texts;  // of textColumns
 };
