@@ -72,6 +72,15 @@ void forge(std::string* text, std::size_t at, std::uint32_t number, unsigned wid
     (*text)[at + i] = static_cast<char>(number >> (8 * i));
 }
 
+// Whether a byte stands in a run of the same, as in the rest of a block. What is forged
+// there is forged at the run's ends, too, and would be the greater part of all inputs.
+bool isInARun(const std::string& seed, std::size_t at) {
+  constexpr std::size_t around = 8;
+  const std::size_t begin = at < around ? 0 : at - around;
+  const std::size_t end = std::min(at + around + 1, seed.size());
+  return seed.find_first_not_of(seed[at], begin) >= end;
+}
+
 // Every small change at one place.
 void attackAt(const std::string& seed, std::size_t at) {
   std::string changed = seed;
@@ -79,6 +88,8 @@ void attackAt(const std::string& seed, std::size_t at) {
     changed[at] = static_cast<char>(seed[at] ^ (1 << bit));
     attack(changed);
   }
+  attack(seed.substr(0, at));
+  if (isInARun(seed, at)) return;
   for (const char c : badCharacters) {
     changed[at] = c;
     attack(changed);
@@ -90,7 +101,6 @@ void attackAt(const std::string& seed, std::size_t at) {
       attack(changed);
     }
   }
-  attack(seed.substr(0, at));
   attack(seed.substr(at));
   attack(std::string(seed).erase(at, 1));
   attack(std::string(seed).insert(at, 1, seed[at]));
