@@ -38,29 +38,53 @@ const std::string& localCodeSet() {
   return name;
 }
 
-// Converts all of `text`, in steps into a buffer on the stack.
-int convertAll(const char* from, const char* to, const char* text, std::size_t length,
-               std::string* result) {
+using OwnedCodec = std::unique_ptr<HulTextCodec, CloseCodec>;
+
+// Opening a converter takes longer than converting most texts. Each thread therefore
+// keeps those that it has used between the locale's code set and UTF-8.
+struct Codecs {
+  OwnedCodec toUtf8;
+  OwnedCodec fromUtf8;
+};
+
+Codecs& codecs() {
+  static thread_local Codecs kept;
+  return kept;
+}
+
+// Opens it, or brings one that is open back to its first state: the text before may have
+// ended in the middle of a character.
+int begin(const char* from, const char* to, OwnedCodec* codec) {
+  if (*codec != nullptr) {
+    ::iconv((*codec)->converter, nullptr, nullptr, nullptr, nullptr);
+    return 0;
+  }
   HulTextCodec* opened = nullptr;
-  int status = hulOpenTextCodec(from, to, &opened);
-  if (status < 0) return status;
-  const std::unique_ptr<HulTextCodec, CloseCodec> codec(opened);
+  const int status = hulOpenTextCodec(from, to, &opened);
+  codec->reset(opened);
+  return status;
+}
+
+// Converts all of `text`, in steps into a buffer on the stack.
+int convertAll(HulTextCodec* codec, const char* text, std::size_t length, std::string* result) {
+  int status = 0;
   do {
     char buffer[1024];
     char* end = buffer;
     std::size_t room = sizeof buffer;
-    status = hulConvertText(codec.get(), &text, &length, &end, &room);
+    status = hulConvertText(codec, &text, &length, &end, &room);
     result->append(buffer, end);
   } while (status > 0);
   return status;
 }
 
-int convert(const char* from, const char* to, const char* text, int length, int* outLength,
-            HulAllocator allocator, char** out) {
+int convert(const char* from, const char* to, OwnedCodec* codec, const char* text, int length,
+            int* outLength, HulAllocator allocator, char** out) {
   *out = nullptr;
   std::string result;
   const std::size_t size = length < 0 ? std::strlen(text) : static_cast<std::size_t>(length);
-  const int status = convertAll(from, to, text, size, &result);
+  int status = begin(from, to, codec);
+  if (status >= 0) status = convertAll(codec->get(), text, size, &result);
   if (status < 0) return status;
   if (result.size() >= static_cast<std::size_t>(std::numeric_limits<int>::max()))
     return loomkit::platform::failedWith(EOVERFLOW);
@@ -77,12 +101,14 @@ int convert(const char* from, const char* to, const char* text, int length, int*
 
 int hulLocaleToUTF8(const char* text, int length, int /*flags*/, int* outLength,
                     HulAllocator allocator, char** out) {
-  return convert(localCodeSet().c_str(), "UTF-8", text, length, outLength, allocator, out);
+  return convert(localCodeSet().c_str(), "UTF-8", &codecs().toUtf8, text, length, outLength,
+                 allocator, out);
 }
 
 int hulUTF8ToLocale(const char* text, int length, int /*flags*/, int* outLength,
                     HulAllocator allocator, char** out) {
-  return convert("UTF-8", localCodeSet().c_str(), text, length, outLength, allocator, out);
+  return convert("UTF-8", localCodeSet().c_str(), &codecs().fromUtf8, text, length, outLength,
+                 allocator, out);
 }
 
 char* hulStrDup(const char* text) { return text == nullptr ? nullptr : ::strdup(text); }
