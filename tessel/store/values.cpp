@@ -2,26 +2,10 @@
 #include "tessel/store/values.h"
 
 #include <algorithm>
-#include <bit>
 #include <cstring>
-
-#include "loomkit/text/binary.h"
 
 namespace tessel {
 namespace {
-
-std::uint64_t loadUnsigned(const unsigned char* p, unsigned width) {
-  switch (width) {
-    case 1:
-      return *p;
-    case 2:
-      return loomkit::loadLe16(p);
-    case 4:
-      return loomkit::loadLe32(p);
-    default:
-      return loomkit::loadLe64(p);
-  }
-}
 
 // The texts of a heap are told by where they begin; each ends where the next
 // one begins, and behind the last stands the end.
@@ -57,41 +41,6 @@ Error findFixed(BlockFile* file, const Column& column, std::uint32_t row, TextSp
 }
 
 }  // namespace
-
-Error readUnsigned(BlockFile* file, std::uint64_t offset, unsigned width, std::uint64_t* value) {
-  const unsigned char* const bytes = file->at(offset);
-  if (bytes == nullptr) return file->error();
-  *value = loadUnsigned(bytes, width);
-  return Error::none;
-}
-
-Error readNumber(BlockFile* file, const Column& column, std::uint32_t row, TslContent* value) {
-  const unsigned char* const bytes = file->at(column.values + std::uint64_t{row} * column.width);
-  if (bytes == nullptr) return file->error();
-  switch (column.storage) {
-    case TslStorageInt8:
-      value->signedValue = static_cast<std::int32_t>(*bytes ^ 0x80U) - 0x80;
-      break;
-    case TslStorageUInt8:
-      value->unsignedValue = *bytes;
-      break;
-    case TslStorageInt16:
-      value->signedValue = static_cast<std::int16_t>(loomkit::loadLe16(bytes));
-      break;
-    case TslStorageUInt16:
-      value->unsignedValue = loomkit::loadLe16(bytes);
-      break;
-    case TslStorageFloat:
-      value->floatingValue = std::bit_cast<float>(loomkit::loadLe32(bytes));
-      break;
-    case TslStorageDouble:
-      value->floatingValue = std::bit_cast<double>(loomkit::loadLe64(bytes));
-      break;
-    default:
-      value->unsignedValue = loomkit::loadLe32(bytes);
-  }
-  return Error::none;
-}
 
 Error findText(BlockFile* file, const Column& column, std::uint32_t row, TextSpan* text) {
   if (column.coding == Coding::plain) return findFixed(file, column, row, text);

@@ -3,9 +3,11 @@
 #ifndef TESSEL_STORE_VALUES_H
 #define TESSEL_STORE_VALUES_H
 
+#include <bit>
 #include <cstdint>
 
 #include "loomkit/db/tessel/tessel.h"
+#include "loomkit/text/binary.h"
 #include "tessel/store/block_file.h"
 #include "tessel/store/directory.h"
 #include "tessel/store/error.h"
@@ -18,9 +20,37 @@ struct TextSpan {
   std::uint64_t size;
 };
 
-/// A number of a numeric column, in its member of TslContent.
+/// A number of a numeric column, in its member of TslContent. Here and not in a
+/// source, since every row that is read calls it for every column.
 /// Requires: `row` is below the table's row count, here and below.
-Error readNumber(BlockFile* file, const Column& column, std::uint32_t row, TslContent* value);
+inline Error readNumber(BlockFile* file, const Column& column, std::uint32_t row,
+                        TslContent* value) {
+  const unsigned char* const bytes = file->at(column.values + std::uint64_t{row} * column.width);
+  if (bytes == nullptr) return file->error();
+  switch (column.storage) {
+    case TslStorageInt8:
+      value->signedValue = static_cast<std::int32_t>(*bytes ^ 0x80U) - 0x80;
+      break;
+    case TslStorageUInt8:
+      value->unsignedValue = *bytes;
+      break;
+    case TslStorageInt16:
+      value->signedValue = static_cast<std::int16_t>(loomkit::loadLe16(bytes));
+      break;
+    case TslStorageUInt16:
+      value->unsignedValue = loomkit::loadLe16(bytes);
+      break;
+    case TslStorageFloat:
+      value->floatingValue = std::bit_cast<float>(loomkit::loadLe32(bytes));
+      break;
+    case TslStorageDouble:
+      value->floatingValue = std::bit_cast<double>(loomkit::loadLe64(bytes));
+      break;
+    default:
+      value->unsignedValue = loomkit::loadLe32(bytes);
+  }
+  return Error::none;
+}
 
 /// What an integer column holds, as one type for all of them.
 inline std::int64_t integerOf(const Column& column, TslContent value) {
@@ -35,7 +65,25 @@ Error findText(BlockFile* file, const Column& column, std::uint32_t row, TextSpa
 Error findInDictionary(BlockFile* file, const Column& column, std::uint32_t number, TextSpan* text);
 
 /// A little-endian number of 1, 2, 4 or 8 bytes, which lies within one block.
-Error readUnsigned(BlockFile* file, std::uint64_t offset, unsigned width, std::uint64_t* value);
+inline Error readUnsigned(BlockFile* file, std::uint64_t offset, unsigned width,
+                          std::uint64_t* value) {
+  const unsigned char* const bytes = file->at(offset);
+  if (bytes == nullptr) return file->error();
+  switch (width) {
+    case 1:
+      *value = *bytes;
+      break;
+    case 2:
+      *value = loomkit::loadLe16(bytes);
+      break;
+    case 4:
+      *value = loomkit::loadLe32(bytes);
+      break;
+    default:
+      *value = loomkit::loadLe64(bytes);
+  }
+  return Error::none;
+}
 
 }  // namespace tessel
 

@@ -30,69 +30,72 @@ constexpr Slot slots[] = {{GDbFieldNone, 0},  {GDbFieldInt, 4},    {GDbFieldUInt
                           {GDbFieldFloat, 8}, {GDbFieldString, 0}, {GDbFieldUInt, 4}};
 
 const Slot& slotOf(const TslValue& value) {
-  constexpr int count = sizeof slots / sizeof slots[0];
-  return slots[value.type > 0 && value.type < count ? value.type : 0];
+  constexpr std::uint32_t count = sizeof slots / sizeof slots[0];
+  const auto type = static_cast<std::uint32_t>(value.type);
+  return slots[type < count ? type : 0];
 }
-
-// Places the values of a row behind each other.
-class Placer {
- public:
-  explicit Placer(std::size_t begin) : offset(begin) {}
-
-  // Where a value of `size` bytes begins that has this slot.
-  std::size_t place(const Slot& slot, std::size_t size) {
-    const std::size_t begin = slot.size == 0 ? offset : aligned(offset, slot.size);
-    offset = begin + size;
-    return begin;
-  }
-  [[nodiscard]] std::size_t end() const { return offset; }
-
- private:
-  std::size_t offset;
-};
 
 std::size_t textSize(const TslValue& value) { return std::strlen(value.value.textValue) + 1; }
 
-std::size_t blockSize(const TslRow& row, std::size_t valuesBegin) {
-  Placer placer(valuesBegin);
-  for (const TslValue *value = row.values, *end = value + row.valueCount; value != end; ++value) {
-    const Slot& slot = slotOf(*value);
-    placer.place(slot, slot.type == GDbFieldString ? textSize(*value) : slot.size);
-  }
-  return placer.end();
+// What the values take at most. In front of a number lies less than its size.
+std::size_t roomFor(const TslRow& row) {
+  std::size_t room = 0;
+  for (const TslValue *value = row.values, *end = value + row.valueCount; value != end; ++value)
+    room += value->type == TslTypeText ? textSize(*value) : 2 * slotOf(*value).size;
+  return room;
 }
 
-// Copies a value into the block; null when nothing is kept of it. Each size is a
-// constant for the compiler, since a record is made for every row that is read.
-void* copyValue(const TslValue& value, const Slot& slot, unsigned char* block, Placer* placer) {
-  switch (slot.type) {
-    case GDbFieldInt:
-    case GDbFieldUInt:
-      return std::memcpy(block + placer->place(slot, 4), &value.value, 4);
-    case GDbFieldFloat:
-      return std::memcpy(block + placer->place(slot, 8), &value.value, 8);
-    case GDbFieldString: {
-      const std::size_t size = textSize(value);
-      return std::memcpy(block + placer->place(slot, size), value.value.textValue, size);
+// Puts values behind each other into a block. Each size of a number is a constant
+// for the compiler, since a record is made for every row that is read.
+class Placer {
+ public:
+  Placer(unsigned char* memory, std::size_t begin) : block(memory), offset(begin) {}
+
+  // Where the copy of a value lies; null when nothing is kept of it.
+  void* copy(const TslValue& value, GDbFieldType type) {
+    switch (type) {
+      case GDbFieldInt:
+      case GDbFieldUInt:
+        return copyBytes<4>(&value.value);
+      case GDbFieldFloat:
+        return copyBytes<8>(&value.value);
+      case GDbFieldString:
+        return copyText(value);
+      default:
+        return nullptr;
     }
-    default:
-      return nullptr;
   }
-}
+
+ private:
+  template <std::size_t size>
+  void* copyBytes(const void* bytes) {
+    const std::size_t begin = aligned(offset, size);
+    offset = begin + size;
+    return std::memcpy(block + begin, bytes, size);
+  }
+  void* copyText(const TslValue& value) {
+    const std::size_t begin = offset;
+    const std::size_t size = textSize(value);
+    offset += size;
+    return std::memcpy(block + begin, value.value.textValue, size);
+  }
+
+  unsigned char* block;
+  std::size_t offset;
+};
 
 }  // namespace
 
 GDbRecord* makeTesselRecord(const TslRow& row) {
   const auto count = static_cast<std::size_t>(row.valueCount);
   const std::size_t begin = valuesAt(count) + count * sizeof(void*);
-  auto* const block = static_cast<unsigned char*>(::operator new(blockSize(row, begin)));
+  auto* const block = static_cast<unsigned char*>(::operator new(begin + roomFor(row)));
   auto* const types = reinterpret_cast<GDbFieldType*>(block + typesAt);
   auto** const values = reinterpret_cast<void**>(block + valuesAt(count));
-  Placer placer(begin);
+  Placer placer(block, begin);
   for (std::size_t i = 0; i < count; ++i) {
-    const Slot& slot = slotOf(row.values[i]);
-    types[i] = slot.type;
-    values[i] = copyValue(row.values[i], slot, block, &placer);
+    types[i] = slotOf(row.values[i]).type;
+    values[i] = placer.copy(row.values[i], types[i]);
   }
   return new (block) GDbRecord(true, row.valueCount, types, values);
 }
