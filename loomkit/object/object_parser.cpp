@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/object/object_parser.h"
 
+#include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 
@@ -25,6 +27,9 @@ bool isWordStart(char c) { return isAsciiAlpha(c) || c == '_'; }
 // Whether `c`, behind a whole number, makes that number the beginning of a float.
 bool goesOnAsFloat(char c) { return c == '.' || c == 'e' || c == 'E'; }
 
+// The largest whole number that the notation writes as it is: floats have 15 digits there.
+constexpr long long mostExact = 999'999'999'999'999;
+
 }  // namespace
 
 bool ObjectParser::parse(std::unique_ptr<GObject>* object) {
@@ -39,7 +44,7 @@ bool ObjectParser::parse(std::unique_ptr<GObject>* object) {
   return true;
 }
 
-bool ObjectParser::fail(const char* why) {
+bool ObjectParser::fail(const std::string& why) {
   reason = why;
   return false;
 }
@@ -155,13 +160,31 @@ bool ObjectParser::parseNumber() {
   }
   const std::int32_t whole = parseLong32(next, &end, 0);
   if (end != next && !goesOnAsFloat(*end)) {
-    next = end;
-    return take(std::make_unique<GIntegerObj>(whole));
+    return takeWhole(whole, end);
   }
   const double number = gParseCDouble(next, &end);
   if (end == next) return fail(*next == '\0' ? "unexpected end" : "not a value");
   next = end;
   return take(std::make_unique<GFloatObj>(number));
+}
+
+// Takes the whole number up to `end`, whose nearest one of 32 bits is known.
+bool ObjectParser::takeWhole(std::int32_t nearest, const char* end) {
+  if (keepsWholeNumbers) {
+    // strtoll() ends at its limits, which are beyond mostExact.
+    const int errorBefore = errno;
+    const long long wide = std::strtoll(next, nullptr, 0);
+    errno = errorBefore;
+    if (wide > mostExact || wide < -mostExact) {
+      return fail("number out of range: " + std::string(next, end));
+    }
+    if (wide != nearest) {
+      next = end;
+      return take(std::make_unique<GFloatObj>(static_cast<double>(wide)));
+    }
+  }
+  next = end;
+  return take(std::make_unique<GIntegerObj>(nearest));
 }
 
 }  // namespace loomkit

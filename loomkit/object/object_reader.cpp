@@ -24,9 +24,10 @@ GObject* GObject::parseCb(char* s, char** end) {
 
 GObject* gParseObject(const std::string& text, GObjectError* error) {
   loomkit::ObjectParser parser(text.c_str());
+  parser.setKeepWholeNumbers(true);
   std::unique_ptr<GObject> object;
   const char* position = nullptr;
-  const char* reason = nullptr;
+  std::string reason;
   if (!parser.parse(&object)) {
     position = parser.getPosition();
     reason = parser.getReason();
@@ -35,6 +36,6 @@ GObject* gParseObject(const std::string& text, GObjectError* error) {
     if (position != text.c_str() + text.size()) reason = "garbage behind the object";
   }
   error->offset = static_cast<std::size_t>(position - text.c_str());
-  error->reason = reason == nullptr ? "" : reason;
-  return reason == nullptr ? object.release() : nullptr;
+  error->reason = reason;
+  return reason.empty() ? object.release() : nullptr;
 }

@@ -27,6 +27,10 @@ struct GObjectError {
 /// Reads a text that holds one object, and nothing else but white space. The
 /// result has no reference and belongs to the caller.
 ///
+/// A whole number beyond 32 bits is read as a float, where GObject::parseCb() gives the
+/// nearest that has 32 bits; one of more than 15 digits, which the notation could not
+/// write unchanged, is an error.
+///
 /// On failure the result is null and `*error` says where and why. On success the
 /// reason in `*error` is empty; a null result then stands for the word NULL.
 /// Requires: `error` is not null.

@@ -270,6 +270,24 @@ TEST(GParseObject, SaysWhereAndWhy) {
   EXPECT_EQ(error.reason, "") << "null is NULL";
 }
 
+TEST(GParseObject, KeepsWholeNumbersBeyond32BitsOrRefusesThem) {
+  const auto read = [](const char* text) {
+    GObjectError error;
+    const GRef2<GObject> object(gParseObject(text, &error));
+    return error.reason.empty() ? GObject::formatCb(object) : error.reason;
+  };
+  EXPECT_EQ(read("[2147483647, -2147483648]"), "[2147483647, -2147483648]");
+  EXPECT_EQ(read("[2147483648, -2147483649]"), "[2147483648, -2147483649]");
+  EXPECT_EQ(read("0x80000000"), "2147483648");
+  EXPECT_EQ(read("999999999999999"), "999999999999999");
+  EXPECT_EQ(read("1000000000000000"), "number out of range: 1000000000000000")
+      << "the notation has 15 digits";
+  EXPECT_EQ(read("-99999999999999999999"), "number out of range: -99999999999999999999");
+  const char* end = nullptr;
+  const GRef2<GObject> clamped(GObject::parseCb("5000000000", &end));
+  EXPECT_EQ(GObject::formatCb(clamped), "2147483647");
+}
+
 TEST(GParseObject, RefusesWhatIsNestedTooDeep) {
   const auto nested = [](int depth) {
     return std::string(static_cast<std::size_t>(depth), '[') +

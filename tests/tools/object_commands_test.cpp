@@ -71,7 +71,9 @@ TEST(ObjectCommand, ExportsAndImportsJson) {
   for (const JsonRow& row :
        {JsonRow{"NULL", "null"}, JsonRow{"42", "42"}, JsonRow{"-2147483648", "-2147483648"},
         JsonRow{"1.5", "1.5"}, JsonRow{"0.1", "0.1"}, JsonRow{"\"a\\\"b\"", "\"a\\\"b\""},
-        JsonRow{"[]", "[]"}, JsonRow{"[1, [2], NULL]", "[1,[2],null]"},
+        JsonRow{"[]", "[]"}, JsonRow{"@()", "{}"},
+        JsonRow{"[@(), @([\"a\", @()])]", "[{},{\"a\":{}}]"}, JsonRow{"5000000000", "5000000000"},
+        JsonRow{"[-5000000000]", "[-5000000000]"}, JsonRow{"[1, [2], NULL]", "[1,[2],null]"},
         JsonRow{"@([\"a\", 1], [\"b\", [2]])", "{\"a\":1,\"b\":[2]}"},
         JsonRow{"@([\"a\", @([\"b\", NULL])])", "{\"a\":{\"b\":null}}"},
         JsonRow{"[true, false]", "[true,false]"}}) {
@@ -91,6 +93,9 @@ TEST(ObjectCommand, KeepsNumbersExactOrRefusesThem) {
   EXPECT_EQ(imported("0.30000000000000004").out, "0.30000000000000004\n");
   EXPECT_EQ(imported("9007199254740992").out, "9007199254740992\n");
   EXPECT_EQ(imported("9007199254740993").code, 4);
+  EXPECT_EQ(runLoom({"object", "fmt", "--from", "json", "-"}, "[-1000000000000000]"),
+            (Ended{4, "", "loom: -:1:2: number out of range: -1000000000000000\n"}))
+      << "the notation has 15 digits";
   EXPECT_EQ(imported("18446744073709551615").code, 4);
   EXPECT_EQ(imported("1e999").code, 4);
   EXPECT_EQ(imported("2147483648").out, "2147483648\n");
@@ -102,6 +107,54 @@ TEST(ObjectCommand, SaysWhereJsonIsWrong) {
   EXPECT_EQ(ended.err.substr(0, 13), "loom: -:2:4: ") << ended;
   const std::string deep(20000, '[');
   EXPECT_EQ(runLoom({"object", "check", "--from", "json", "-"}, deep).code, 4);
+}
+
+TEST(ObjectCommand, ReadsNoNumberAsAnother) {
+  const auto formatted = [](const char* notation) {
+    return runLoom({"object", "fmt", "-"}, notation);
+  };
+  EXPECT_EQ(formatted("[2147483647, 2147483648, -2147483649, 0x100000000]").out,
+            "[2147483647, 2147483648, -2147483649, 4294967296]\n");
+  EXPECT_EQ(formatted("[1,\n 9007199254740993]"),
+            (Ended{4, "", "loom: -:2:2: number out of range: 9007199254740993\n"}));
+  EXPECT_EQ(formatted("99999999999999999999"),
+            (Ended{4, "", "loom: -:1:1: number out of range: 99999999999999999999\n"}));
+  EXPECT_EQ(runLoom({"object", "fmt", "--from", "json", "-"}, "[99999999999999999999]").code, 4);
+}
+
+TEST(ObjectCommand, RefusesAKeyThatIsThereTwice) {
+  const auto checked = [](const char* json) {
+    return runLoom({"object", "check", "--from", "json", "-"}, json);
+  };
+  EXPECT_EQ(checked("{\"a\": 1, \"a\": 2}"),
+            (Ended{4, "", "loom: -:1:10: the key \"a\" is there twice\n"}));
+  EXPECT_EQ(checked("{\"a\": 1,\n \"b\": {\"\\\\\\\"\": 1, \"\\\\\\\"\" : 2}}"),
+            (Ended{4, "", "loom: -:2:19: the key \"\\\\\\\"\" is there twice\n"}));
+  EXPECT_EQ(checked("{\"a\": {\"a\": 1}, \"b\": {\"a\": 2}}").code, 0) << "in different objects";
+}
+
+TEST(ObjectCommand, SaysInItsOwnWordsWhatIsNoJson) {
+  const struct {
+    const char* json;
+    const char* complaint;
+  } rows[] = {
+      {"", "1:1: unexpected end"},
+      {"{", "1:2: unexpected end"},
+      {"[1,]", "1:4: unexpected ']'"},
+      {"nul ", "1:4: unexpected ' '"},
+      {"{\"a\" 1}", "1:6: unexpected '1'"},
+      {"\"\\x\"", "1:3: unexpected 'x'"},
+      {"\"a\nb\"", "1:3: unexpected '\\n'"},
+      {"\"\xff\"", "1:2: unexpected byte 255"},
+      {"[1e999]", "1:2: number out of range: 1e999"},
+      {"[1, -9007199254740993 ]", "1:5: number out of range: -9007199254740993"},
+      {"[1, 99999999999999999999]", "1:5: number out of range: 99999999999999999999"},
+      {"[1] 2", "1:5: unexpected '2'"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(runLoom({"object", "check", "--from", "json", "-"}, row.json),
+              (Ended{4, "", std::string("loom: -:") + row.complaint + "\n"}));
+  }
 }
 
 }  // namespace

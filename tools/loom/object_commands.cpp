@@ -31,7 +31,9 @@ Place placeOf(const std::string& text, std::size_t offset) {
 }
 
 GRef2<GObject> parse(const Invocation& call, const std::string& text, GObjectError* error) {
-  if (call.value("--from") == "json") return objectOfJson(text, error);
+  if (call.value("--from") == "json") {
+    return objectOfJson(text, call.json() ? largestInJson : largestInNotation, error);
+  }
   return gParseObject(text, error);
 }
 

@@ -18,13 +18,18 @@
 
 namespace loom {
 
-/// Writes an object, which may be null. A list is an object of members when it
-/// is not empty and each of its elements is a vector of a string and a value.
+/// Writes an object, which may be null. A list is an object of members when
+/// each of its elements is a vector of a string and a value.
 void writeJson(JsonWriter& json, const GObject* object);
 
-/// Reads JSON (RFC 8259). Numbers are exact or refused: whole ones have to fit
-/// 32 bits or a double. On failure null, and `*error` says where and why.
-GRef2<GObject> objectOfJson(const std::string& text, GObjectError* error);
+/// The largest whole number that writeJson() writes as it was read, and the largest that
+/// the notation does, whose floats have 15 digits.
+inline constexpr double largestInJson = 9007199254740992;  // 2^53
+inline constexpr double largestInNotation = 999999999999999;
+
+/// Reads JSON (RFC 8259). No whole number becomes another: those beyond `largest`, with
+/// either sign, are refused. On failure null, and `*error` says where and why.
+GRef2<GObject> objectOfJson(const std::string& text, double largest, GObjectError* error);
 
 }  // namespace loom
 
