@@ -94,4 +94,35 @@ TEST(JsonWriter, DepthCostsNoMachineStack) {
   EXPECT_GE(written.size(), 2U * depth);
 }
 
+TEST(JsonWriter, ClosesWhatItsOwnerHasLeftOpen) {
+  const auto left = [](void (*use)(JsonWriter&)) {
+    {
+      JsonWriter json = writer();
+      use(json);
+    }
+    return written;
+  };
+  EXPECT_EQ(left([](JsonWriter&) {}), "");
+  EXPECT_EQ(left([](JsonWriter& json) { json.beginArray(); }), "[]\n");
+  EXPECT_EQ(left([](JsonWriter& json) { json.beginArray().value(1).beginObject(); }),
+            "[\n1,\n{}\n]\n");
+  EXPECT_EQ(left([](JsonWriter& json) { json.beginObject().key("a").beginArray().value("b"); }),
+            "{\"a\":[\"b\"]}\n");
+  EXPECT_EQ(left([](JsonWriter& json) { json.beginObject().key("a"); }), "{\"a\":null}\n");
+  EXPECT_EQ(left([](JsonWriter& json) { json.value(1); }), "1\n");
+}
+
+TEST(JsonWriter, LeavesASinkThatHasFailedAlone) {
+  static int calls;
+  calls = 0;
+  {
+    JsonWriter json([](std::string_view) {
+      if (++calls == 2) throw 1;
+    });
+    json.beginArray();
+    EXPECT_THROW(json.value("a"), int);
+  }
+  EXPECT_EQ(calls, 2);
+}
+
 }  // namespace

@@ -46,10 +46,25 @@ std::string jsonString(std::string_view text) {
 
 JsonWriter::JsonWriter() : sink(print) {}
 
+JsonWriter::~JsonWriter() {
+  if (broken) return;
+  try {
+    if (afterKey) null();
+    while (!used.empty()) end(closing.back());
+  } catch (...) {  // what cannot be written cannot be completed either
+  }
+}
+
+void JsonWriter::put(std::string_view text) {
+  broken = true;  // in case it throws
+  sink(text);
+  broken = false;
+}
+
 JsonWriter& JsonWriter::key(std::string_view name) {
   separate();
-  sink(jsonString(name));
-  sink(":");
+  put(jsonString(name));
+  put(":");
   afterKey = true;
   return *this;
 }
@@ -66,25 +81,27 @@ JsonWriter& JsonWriter::value(double number) {
 
 JsonWriter& JsonWriter::begin(char bracket) {
   separate();
-  sink(std::string_view(&bracket, 1));
+  put(std::string_view(&bracket, 1));
   if (used.empty()) outermostIsArray = bracket == '[';
   used.push_back(false);
+  closing.push_back(bracket == '[' ? ']' : '}');
   return *this;
 }
 
 JsonWriter& JsonWriter::end(char bracket) {
   const bool outermost = used.size() == 1;
-  if (outermost && outermostIsArray && used.back()) sink("\n");
+  if (outermost && outermostIsArray && used.back()) put("\n");
   used.pop_back();
-  sink(std::string_view(&bracket, 1));
-  if (outermost) sink("\n");
+  closing.pop_back();
+  put(std::string_view(&bracket, 1));
+  if (outermost) put("\n");
   return *this;
 }
 
 JsonWriter& JsonWriter::raw(std::string_view text) {
   separate();
-  sink(text);
-  if (used.empty()) sink("\n");
+  put(text);
+  if (used.empty()) put("\n");
   return *this;
 }
 
@@ -94,10 +111,10 @@ void JsonWriter::separate() {
     return;
   }
   if (used.empty()) return;
-  if (used.back()) sink(",");
+  if (used.back()) put(",");
   used.back() = true;
   // Programs that read line by line get an element at a time.
-  if (used.size() == 1 && outermostIsArray) sink("\n");
+  if (used.size() == 1 && outermostIsArray) put("\n");
 }
 
 }  // namespace loom

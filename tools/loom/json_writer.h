@@ -26,6 +26,11 @@ class JsonWriter {
   using Sink = void (*)(std::string_view);
   JsonWriter();
   explicit JsonWriter(Sink textSink) : sink(textSink) {}
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
+  /// Closes what is still open, so that a command that fails midway leaves a document
+  /// that its reader can parse; the exit code tells that it is not all.
+  ~JsonWriter();
 
   JsonWriter& beginObject() { return begin('{'); }
   JsonWriter& endObject() { return end('}'); }
@@ -51,10 +56,13 @@ class JsonWriter {
   JsonWriter& end(char bracket);
   JsonWriter& raw(std::string_view text);
   void separate();
+  void put(std::string_view text);
 
   Sink sink;
   std::vector<bool> used;  // one flag for each open bracket: has it an element?
+  std::string closing;     // the brackets that close them, the innermost last
   bool afterKey = false;
+  bool broken = false;  // the sink has failed
   bool outermostIsArray = false;
 };
 
