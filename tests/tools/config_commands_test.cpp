@@ -43,6 +43,38 @@ TEST_F(ConfigCommand, SaysWhatIsMissingOrWrong) {
   EXPECT_EQ(readFile(path), "a=1\n");
 }
 
+TEST_F(ConfigCommand, MakesAMissingFileOnlyWhenTold) {
+  EXPECT_EQ(run({"set", "a", "1"}),
+            (Ended{3, "",
+                   "loom: cannot open " + path +
+                       ": No such file or directory\nWith --create, it would be made.\n"}));
+  EXPECT_EQ(run({"set", "a", "1", "--create", "--dry-run"}), (Ended{0, "line 1\n+a = 1\n", ""}));
+  EXPECT_EQ(run({"get", "a"}).code, 3) << "a dry run makes nothing";
+  EXPECT_EQ(run({"set", "a", "1", "--create", "-s", "s"}), (Ended{0, "", ""}));
+  EXPECT_EQ(run({"set", "b", "2", "--create"}), (Ended{0, "", ""}));
+  EXPECT_EQ(run({"get", "a", "-s", "s"}).out, "1\n");
+  EXPECT_EQ(run({"get", "b"}).out, "2\n");
+  EXPECT_EQ(runLoom({"config", "set", "--create", path + "/no/dir", "a", "1"}).code, 3);
+  EXPECT_EQ(runLoom({"config", "set", "--create", "/nonexistent/app.cfg", "a", "1"}).code, 6);
+}
+
+TEST_F(ConfigCommand, SuggestsKeysAndSections) {
+  write("level=1\n[window]\nwidth=2\n");
+  EXPECT_TRUE(run({"get", "levle"}).err.ends_with("; did you mean 'level'?\n"));
+  EXPECT_TRUE(run({"get", "widht", "-s", "window"}).err.ends_with("; did you mean 'width'?\n"));
+  EXPECT_TRUE(run({"get", "width", "-s", "windwo"}).err.ends_with("; did you mean 'window'?\n"));
+  EXPECT_TRUE(run({"unset", "levle"}).err.ends_with("; did you mean 'level'?\n"));
+  EXPECT_TRUE(run({"get", "other"}).err.ends_with("there is no key other\n"));
+}
+
+TEST_F(ConfigCommand, ShowsTheDifferenceAsJson) {
+  write("a=1\n");
+  EXPECT_EQ(run({"set", "a", "2", "-n", "--json"}),
+            (Ended{0, "{\"line\":1,\"before\":[\"a=1\"],\"after\":[\"a=2\"]}\n", ""}));
+  EXPECT_EQ(run({"set", "a", "1", "-n", "--json"}),
+            (Ended{0, "{\"line\":2,\"before\":[],\"after\":[]}\n", ""}));
+}
+
 TEST_F(ConfigCommand, ShowsTheDifferenceAndChangesNothing) {
   const std::string text = "a=1\r\n# c\r\n[s]\r\nb = 2\r\n";
   write(text);

@@ -2,10 +2,13 @@
 // loom config: configuration files.
 #include <algorithm>
 #include <optional>
+#include <sstream>
 
 #include "console.h"
+#include "did_you_mean.h"
 #include "families.h"
 #include "file_content.h"
+#include "input_file.h"
 #include "json_writer.h"
 #include "loomkit/config/key_value_config_file.h"
 
@@ -47,13 +50,23 @@ ExitCode list(const Invocation& call) {
   return ExitCode::done;
 }
 
+// A key that is not there: which one, and the one that may have been meant.
+ExitCode complainOfKey(const GKeyValueConfigFile& file, const std::string& section,
+                       const std::string& key) {
+  const std::vector<std::string> sections = file.getSections();
+  const bool hasSection = section.empty() || !file.getKeys(section).empty();
+  complain(file.getErrMsg() +
+           (hasSection ? didYouMean(key, file.getKeys(section)) : didYouMean(section, sections)));
+  return ExitCode::no;
+}
+
 ExitCode get(const Invocation& call) {
   GKeyValueConfigFile file;
   open(file, call.operand("FILE"));
   std::string value;
-  if (!file.get(call.value("--section"), call.operand("KEY"), &value)) {
-    complain(file.getErrMsg());
-    return ExitCode::no;
+  const std::string section = call.value("--section");
+  if (!file.get(section, call.operand("KEY"), &value)) {
+    return complainOfKey(file, section, call.operand("KEY"));
   }
   if (call.json()) {
     JsonWriter().value(value);
@@ -74,26 +87,45 @@ std::vector<std::string> linesOf(const std::string& text) {
 }
 
 // What has become different between two equal ends.
-void printDifference(const std::string& before, const std::string& after) {
-  const std::vector<std::string> old = linesOf(before);
-  const std::vector<std::string> now = linesOf(after);
-  std::size_t first = 0;
-  while (first < old.size() && first < now.size() && old[first] == now[first]) ++first;
-  std::size_t last = 0;
-  while (last < old.size() - first && last < now.size() - first &&
-         old[old.size() - 1 - last] == now[now.size() - 1 - last]) {
-    ++last;
+class Difference {
+ public:
+  Difference(const std::string& before, const std::string& after)
+      : old(linesOf(before)), now(linesOf(after)) {
+    while (first < old.size() && first < now.size() && old[first] == now[first]) ++first;
+    while (last < old.size() - first && last < now.size() - first &&
+           old[old.size() - 1 - last] == now[now.size() - 1 - last]) {
+      ++last;
+    }
   }
-  if (first + last == old.size() && old.size() == now.size()) return;
-  printLine("line " + std::to_string(first + 1));
-  for (std::size_t i = first; i < old.size() - last; ++i) printLine("-" + old[i]);
-  for (std::size_t i = first; i < now.size() - last; ++i) printLine("+" + now[i]);
-}
+
+  void show(bool asJson) const {
+    if (asJson) return showJson();
+    if (first + last == old.size() && old.size() == now.size()) return;
+    printLine("line " + std::to_string(first + 1));
+    for (std::size_t i = first; i < old.size() - last; ++i) printLine("-" + old[i]);
+    for (std::size_t i = first; i < now.size() - last; ++i) printLine("+" + now[i]);
+  }
+
+ private:
+  void showJson() const {
+    JsonWriter json;
+    json.beginObject().key("line").value(first + 1).key("before").beginArray();
+    for (std::size_t i = first; i < old.size() - last; ++i) json.value(old[i]);
+    json.endArray().key("after").beginArray();
+    for (std::size_t i = first; i < now.size() - last; ++i) json.value(now[i]);
+    json.endArray().endObject();
+  }
+
+  std::vector<std::string> old, now;
+  std::size_t first = 0;  // the lines that are equal at the beginning
+  std::size_t last = 0;   // and at the end
+};
 
 // Writes the change, or shows what it would be.
 ExitCode finish(const Invocation& call, GKeyValueConfigFile& file, const std::string& before) {
   if (call.has("--dry-run")) {
-    printDifference(before, file.getText());
+    const Difference difference(before, file.getText());
+    difference.show(call.json());
     return ExitCode::done;
   }
   if (file.getText() == before) return ExitCode::done;
@@ -101,9 +133,20 @@ ExitCode finish(const Invocation& call, GKeyValueConfigFile& file, const std::st
   throw Failure(ExitCode::cannotWrite, file.getErrMsg());
 }
 
+// A file that is not there has no lines, when it may be made.
+void openOrMake(GKeyValueConfigFile& file, const std::string& path, bool mayMake) {
+  const InputFile there(path);
+  if (!there.isMissing()) return open(file, path);
+  if (!mayMake) {
+    throw Failure(ExitCode::cannotOpen, there.getErrMsg(), "With --create, it would be made.");
+  }
+  std::istringstream nothing;
+  file.load(path, &nothing);
+}
+
 ExitCode set(const Invocation& call) {
   GKeyValueConfigFile file;
-  open(file, call.operand("FILE"));
+  openOrMake(file, call.operand("FILE"), call.has("--create"));
   const std::string before = file.getText();
   if (!file.set(call.value("--section"), call.operand("KEY"), call.operand("VALUE"))) {
     throw Failure(ExitCode::usage, file.getErrMsg());
@@ -115,9 +158,9 @@ ExitCode unset(const Invocation& call) {
   GKeyValueConfigFile file;
   open(file, call.operand("FILE"));
   const std::string before = file.getText();
-  if (!file.unset(call.value("--section"), call.operand("KEY"))) {
-    complain(file.getErrMsg());
-    return ExitCode::no;
+  const std::string section = call.value("--section");
+  if (!file.unset(section, call.operand("KEY"))) {
+    return complainOfKey(file, section, call.operand("KEY"));
   }
   return finish(call, file, before);
 }
@@ -176,7 +219,12 @@ constexpr Option sectionOption = {
 constexpr Option dryRunOption = {.names = "-n,--dry-run",
                                  .help = "Show what would change, and change nothing."};
 constexpr Option getOptions[] = {sectionOption};
-constexpr Option setOptions[] = {sectionOption, dryRunOption};
+constexpr Option unsetOptions[] = {sectionOption, dryRunOption};
+constexpr Option setOptions[] = {
+    sectionOption,
+    dryRunOption,
+    {.names = "-c,--create", .help = "Make the file if it is not there."},
+};
 constexpr Option checkOptions[] = {{.names = "--schema",
                                     .value = "FILE",
                                     .help = "A configuration file in which each known key has the "
@@ -220,7 +268,7 @@ constexpr Command commands[] = {
     {.name = "unset",
      .summary = "remove a key",
      .description = "Removes every line of the key.",
-     .options = setOptions,
+     .options = unsetOptions,
      .operands = keyOperands,
      .example = "$ printf 'a=1\\nb=2\\n' > app.cfg; loom config unset app.cfg a --dry-run\n"
                 "line 1\n-a=1\n",
