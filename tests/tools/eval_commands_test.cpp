@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "run_program.h"
+#include "tools/loom/open_expression.h"
 
 namespace {
 
@@ -60,7 +61,27 @@ INSTANTIATE_TEST_SUITE_P(
                       Row{{"-d", "f=1 argc $0 0 /", "1 f"},
                           {5, "",
                            "loom: rpn error: division by zero:\n1 argc $0 0  >!< /\n"
-                           "loom: rpn error: error in local function \"f\":\n1 f >!< \n"}},
+                           "in local function \"f\"\n"}},
+                      Row{{"-d", "f=1 argc $0 f", "1 f"},
+                          {5, "",
+                           "loom: rpn error: possibly infinite recursion (aborted):\n"
+                           "1  >!< argc $0 f\nin local function \"f\" (100 calls deep)\n"}},
+                      Row{{"4 sqr"},
+                          {5, "",
+                           "loom: rpn error: unknown function:\n4  >!< sqr\n"
+                           "Did you mean 'sqrt'?\n"}},
+                      Row{{"-d", "area=2 argc $0 $1 *", "3 4 aera"},
+                          {5, "",
+                           "loom: rpn error: unknown function:\n3 4 aera >!< \n"
+                           "Did you mean 'area'?\n"}},
+                      Row{{"-p", "width=1", "$widht"},
+                          {5, "",
+                           "loom: rpn error: unknown parameter:\n >!< $widht\n"
+                           "Did you mean '$width'?\n"}},
+                      Row{{"-p", "width=1", "1 ${widht} +"},
+                          {5, "",
+                           "loom: rpn error: unknown parameter:\n1  >!< ${widht} +\n"
+                           "Did you mean '$width'?\n"}},
                       Row{{"-d", "f=2 argc $1 $0", "1 2 f"}, {0, "2\n1\n", ""}}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -104,6 +125,13 @@ INSTANTIATE_TEST_SUITE_P(
         Row{{}, {2, "", "loom: eval: EXPR is missing\nTry 'loom help eval'.\n"}},
         Row{{"-p", "1x=2", "1"},
             {2, "", "loom: --param: '1x=2' does not begin with a name and an equals sign\n"}},
+        Row{{"1", "-p"},
+            {2, "", "loom: eval: --param needs a value, NAME=VALUE\nTry 'loom help eval'.\n"}},
+        Row{{"1", "-p", "-s", "x=1"},
+            {2, "", "loom: --param: '-s' does not begin with a name and an equals sign\n"}},
+        Row{{"1", "--map=2"}, {2, "", "loom: eval: --map takes no value\nTry 'loom help eval'.\n"}},
+        Row{{"--digits=3", "--digits", "4", "1"},
+            {2, "", "loom: eval: --digits is there twice\nTry 'loom help eval'.\n"}},
         Row{{"-p", "x", "1"},
             {2, "", "loom: --param: 'x' does not begin with a name and an equals sign\n"}},
         Row{{"-d", "dup=1", "1"}, {2, "", "loom: 'dup' is a built-in word\n"}},
@@ -127,6 +155,61 @@ TEST(EvalJson, HoldsResultsAndErrors) {
             Json::parse(R"([{"line": 1, "results": ["x", 2]}])"));
   EXPECT_EQ(Json::parse(runLoom({"eval", "--json", "${a:-1 2}"}).out)[0]["errors"][0]["position"],
             Json());
+}
+
+TEST(EvalErrors, AreTenAtMostAndThenACount) {
+  const auto lines = [](int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) text += "a\n";
+    return text;
+  };
+  const auto complaints = [&](int count) {
+    const Ended ended = runLoom({"eval", "--map", "$f2"}, lines(count));
+    EXPECT_EQ(ended.code, 5);
+    return ended.err;
+  };
+  const std::string ten = complaints(10);
+  EXPECT_EQ(std::count(ten.begin(), ten.end(), '\n'), 20) << "two lines each";
+  EXPECT_EQ(complaints(11), ten + "loom: and 1 more error\n");
+  EXPECT_EQ(complaints(1000), ten + "loom: and 990 more errors\n");
+  const Json json = Json::parse(runLoom({"eval", "--json", "-m", "$f2"}, lines(20)).out);
+  EXPECT_EQ(json.size(), 20U);
+}
+
+TEST(EvalErrors, SayInJsonWhereTheyWereAndWhatWasMeant) {
+  const Ended ended = runLoom({"eval", "--json", "-d", "f=1 argc $0 0 /", "1 f", "4 sqr"});
+  EXPECT_EQ(Json::parse(ended.out), Json::parse(R"([
+    {"expression": "1 f", "errors": [{"message": "division by zero",
+      "expression": "1 argc $0 0 /", "position": 12, "where": "in local function \"f\""}]},
+    {"expression": "4 sqr", "errors": [{"message": "unknown function",
+      "expression": "4 sqr", "position": 5, "suggestion": "sqrt"}]}])"));
+}
+
+TEST(OpenExpression, KnowsWhatIsMissing) {
+  using loom::Missing;
+  const struct {
+    const char* text;
+    Missing missing;
+  } rows[] = {
+      {"", Missing::nothing},
+      {"1 2 +", Missing::nothing},
+      {"\"", Missing::quote},
+      {"\"a\"", Missing::nothing},
+      {"\"a\\\"", Missing::quote},
+      {"\"a\\\\\"", Missing::nothing},
+      {"\"a\" \"b", Missing::quote},
+      {"${a", Missing::brace},
+      {"${a:-1", Missing::brace},
+      {"${a:-${b:-1}", Missing::brace},
+      {"${a:-${b:-1}}", Missing::nothing},
+      {"${a:-\"}\"", Missing::brace},
+      {"${a:-\"}", Missing::quote},
+      {"{ }}", Missing::nothing},
+      {"\"${\"", Missing::nothing},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(loom::missingFrom(row.text), row.missing) << row.text;
+  }
 }
 
 TEST(EvalColors, MarkTheErrorOnlyWhenAsked) {

@@ -66,10 +66,7 @@ Lines printedBy(loom::RpnHost* host, const std::string& expr) {
     for (const GRpnValue& value : results) printed.push_back(loom::valueText(value));
     return printed;
   }
-  for (const loom::RpnReport& report : host->reports()) {
-    for (const std::string& line : linesOf(report.text)) printed.push_back(line);
-  }
-  return printed;
+  return linesOf(reportText(host->report()));
 }
 
 TEST(LanguagePage, EveryExampleGivesWhatThePageShows) {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <gtest/gtest.h>
+#include <signal.h>
 
 #include <nlohmann/json.hpp>
 
 #include "run_program.h"
+#include "terminal_session.h"
 
 namespace {
 
@@ -58,7 +60,16 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"words", ":words dup\n", {0, "", "  dup  ( a -- a a )  Copies the top.\n"}},
         Row{"an unknown command",
             ":x\n",
-            {5, "", "loom: there is no command ':x'; :help lists them\n"}}));
+            {5, "", "loom: there is no command ':x'; :help lists them\n"}},
+        Row{"mistyped words and commands",
+            ":wrods\n:words sqr\n4 sqr\n",
+            {5, "",
+             "loom: there is no command ':wrods'; did you mean ':words'?\n"
+             "loom: there is no word 'sqr'; did you mean 'sqrt'?\n"
+             "  4 sqr\n       ^ unknown function; did you mean 'sqrt'?\n"}},
+        Row{"a pipe gets an answer for every line",
+            "\"a\n1\n",
+            {5, "  [0] 1\n", "  \"a\n    ^ unexpected end of expression\n"}}));
 
 TEST(ReplCommand, ShowsTheTopOfALongStack) {
   const Ended ended =
@@ -151,6 +162,157 @@ TEST(ReplCommand, AtATerminalCompletesWordsAndKeepsAPrivateHistory) {
   EXPECT_NE(ended.out.find("  [0] 2"), std::string::npos) << ended;
   EXPECT_NE(ended.out.find("4\\040sqrt"), std::string::npos) << ended;
   EXPECT_NE(ended.out.find("-rw-------"), std::string::npos) << ended;
+}
+
+// A session in a terminal, with a history file of its own.
+class ReplSession : public ::testing::Test {
+ protected:
+  ReplSession() : folder(newFolder()) {}
+  [[nodiscard]] std::string script() const {
+    return "export NO_COLOR=1 XDG_STATE_HOME=" + folder + " LC_ALL=C.UTF-8; exec loom repl";
+  }
+  [[nodiscard]] std::string history() const { return readFile(folder + "/loom/history"); }
+  static bool prompted(TerminalSession& session, const char* prompt = "> ") {
+    return session.waitFor(prompt) && session.waitForKeys();
+  }
+  // Types a line when the prompt is there, and waits until it shows what it led to.
+  static void enter(TerminalSession& session, const std::string& line, const std::string& answer) {
+    session.type(line + "\r");
+    EXPECT_TRUE(session.waitFor(answer)) << line << "\n" << session.screen().text();
+    EXPECT_TRUE(prompted(session)) << session.screen().text();
+  }
+  std::string folder;
+};
+
+TEST_F(ReplSession, CtrlCDropsTheLineAndKeepsTheSession) {
+  TerminalSession session(script());
+  ASSERT_TRUE(prompted(session));
+  enter(session, "1 2 +", "[0] 3");
+  session.type("4 5 foo\x03");
+  ASSERT_TRUE(session.waitFor("^C")) << session.screen().text();
+  ASSERT_TRUE(prompted(session));
+  enter(session, "2 *", "[0] 6");
+  session.type("\x03");
+  ASSERT_TRUE(session.waitFor("^C"));
+  session.type("\x04");
+  EXPECT_EQ(session.end(), 0);
+  EXPECT_EQ(history().find("foo"), std::string::npos) << history();
+  EXPECT_NE(history().find("2\\040*"), std::string::npos) << history();
+}
+
+TEST_F(ReplSession, CtrlCStopsACalculation) {
+  TerminalSession session(script());
+  ASSERT_TRUE(prompted(session));
+  // Twice itself at each of 60 levels: that ends when nobody is there any more.
+  enter(session, ":def g0 1 argc $0", "");
+  for (int i = 1; i <= 60; ++i) {
+    const std::string before = "g" + std::to_string(i - 1);
+    enter(session, ":def g" + std::to_string(i) + " 1 argc $0 " + before + " " + before, "");
+  }
+  session.type("1 g60\r");
+  ASSERT_TRUE(session.waitFor("1 g60\r\n"));
+  ASSERT_TRUE(session.waitForInterruptKey());
+  session.type("\x03");
+  EXPECT_TRUE(session.waitFor("interrupted")) << session.screen().text();
+  ASSERT_TRUE(prompted(session));
+  session.type("7\r");
+  EXPECT_TRUE(session.waitFor("[0] 7"));
+}
+
+TEST_F(ReplSession, SavesItsHistoryHoweverItEnds) {
+  const struct {
+    const char* way;
+    const char* keys;
+    int signal;
+  } rows[] = {
+      {":quit", ":quit\r", 0},      {"Ctrl-D", "\x04", 0}, {"hang-up", "", SIGHUP},
+      {"termination", "", SIGTERM}, {"kill", "", SIGKILL},
+  };
+  std::string expected;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.way);
+    TerminalSession session(script());
+    ASSERT_TRUE(prompted(session));
+    enter(session, std::string("\"") + row.way + "\"", "[0]");
+    session.type(row.keys);
+    if (row.signal != 0) session.signal(row.signal);
+    session.end();
+    EXPECT_NE(history().find(std::string(row.way).substr(0, 3)), std::string::npos) << history();
+    EXPECT_EQ(history().find("HiStOrY"), 1U) << "one header: " << history();
+    EXPECT_EQ(history().rfind("HiStOrY"), 1U);
+  }
+}
+
+TEST_F(ReplSession, FindsTheHistoryOfTheLastOne) {
+  {
+    TerminalSession session(script());
+    ASSERT_TRUE(prompted(session));
+    enter(session, "40 2 +", "[0] 42");
+    session.type("\x04");
+    session.end();
+  }
+  TerminalSession session(script());
+  ASSERT_TRUE(prompted(session));
+  session.type("\033[A\r");
+  EXPECT_TRUE(session.waitFor("[0] 42")) << session.screen().text();
+}
+
+TEST_F(ReplSession, RedrawsLinesLongerThanTheTerminal) {
+  TerminalSession session(script(), 60);
+  ASSERT_TRUE(prompted(session));
+  std::string line;
+  for (int i = 10; i < 60; ++i) line += std::to_string(i) + " pop ";  // 350 characters
+  const auto rowsOf = [&](const std::string& text) {
+    const std::string whole = "> " + text;
+    std::string rows;
+    for (std::size_t at = 0; at < whole.size(); at += 60) {
+      std::string row = whole.substr(at, 60);
+      rows += row.erase(row.find_last_not_of(' ') + 1) + "\n";
+    }
+    return rows;
+  };
+  session.type(line);
+  EXPECT_TRUE(session.waitForScreen(rowsOf(line))) << session.screen().text();
+  // At the beginning, in the midst and at the end.
+  session.type(
+      "\x01"
+      "123 ");
+  EXPECT_TRUE(session.waitForScreen(rowsOf("123 " + line))) << session.screen().text();
+  for (int i = 0; i < 100; ++i) session.type("\x06");
+  session.type("456 ");
+  const std::string twice = "123 " + line.substr(0, 100) + "456 " + line.substr(100);
+  EXPECT_TRUE(session.waitForScreen(rowsOf(twice))) << session.screen().text();
+  session.type("\x0b");  // deletes to the end
+  const std::string shorter = twice.substr(0, 108);
+  EXPECT_TRUE(session.waitForScreen(rowsOf(shorter))) << session.screen().text();
+  session.settle();
+  EXPECT_TRUE(session.screen().text().ends_with(rowsOf(shorter))) << session.screen().text();
+  session.type(
+      "\x05"
+      " 7\r");
+  EXPECT_TRUE(session.waitForScreen("[0] 7\n>")) << session.screen().text();
+}
+
+TEST_F(ReplSession, AsksForTheRestOfAStringOrABrace) {
+  TerminalSession session(script());
+  ASSERT_TRUE(prompted(session));
+  session.type("\"ab\r");
+  ASSERT_TRUE(prompted(session, "\"> ")) << session.screen().text();
+  session.type("cd\" size\r");
+  EXPECT_TRUE(session.waitFor("[0] 5")) << session.screen().text();
+  ASSERT_TRUE(prompted(session));
+  session.type("${x:-1\r");
+  ASSERT_TRUE(prompted(session, "}> ")) << session.screen().text();
+  session.type("2 +}\r");
+  EXPECT_TRUE(session.waitFor("[0] 3")) << session.screen().text();
+  ASSERT_TRUE(prompted(session));
+  session.type("\"never\r");
+  ASSERT_TRUE(prompted(session, "\"> "));
+  session.type("ends\x03");
+  ASSERT_TRUE(session.waitFor("^C"));
+  ASSERT_TRUE(prompted(session));
+  session.type("+\r");
+  EXPECT_TRUE(session.waitFor("[0] 8")) << session.screen().text();
 }
 
 }  // namespace

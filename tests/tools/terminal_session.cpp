@@ -6,6 +6,7 @@
 #include <pty.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -45,7 +46,9 @@ std::string Screen::row(std::size_t number) const {
 
 std::string Screen::text() const {
   std::string result;
-  for (std::size_t i = 0; i < rows.size(); ++i) result += row(i) + "\n";
+  std::size_t count = rows.size();
+  while (count > 0 && row(count - 1).empty()) --count;
+  for (std::size_t i = 0; i < count; ++i) result += row(i) + "\n";
   return result;
 }
 
@@ -190,7 +193,10 @@ TerminalSession::TerminalSession(const std::function<int()>& work, std::size_t c
   if (process < 0) ADD_FAILURE() << "there is no terminal to be had";
 }
 
-TerminalSession::~TerminalSession() { end(); }
+TerminalSession::~TerminalSession() {
+  if (process > 0) kill(process, SIGKILL);
+  end();
+}
 
 bool TerminalSession::readMore(int milliseconds) {
   pollfd waiting{terminal, POLLIN, 0};
@@ -225,6 +231,25 @@ bool TerminalSession::waitForScreen(std::string_view text) {
     readMore(100);
   }
   return true;
+}
+
+bool TerminalSession::waitForModes(bool (*wanted)(const termios& modes)) {
+  const auto last = std::chrono::steady_clock::now() + longEnough;
+  termios modes{};
+  while (tcgetattr(terminal, &modes) == 0 && !wanted(modes)) {
+    if (std::chrono::steady_clock::now() > last) return false;
+    readMore(5);
+  }
+  return true;
+}
+
+bool TerminalSession::waitForKeys() {
+  return waitForModes(
+      [](const termios& modes) { return (modes.c_lflag & static_cast<tcflag_t>(ICANON)) == 0; });
+}
+
+bool TerminalSession::waitForInterruptKey() {
+  return waitForModes([](const termios& modes) { return modes.c_cc[VINTR] != _POSIX_VDISABLE; });
 }
 
 void TerminalSession::settle() {

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+struct termios;
+
 namespace loomkit::testing {
 
 /// What a terminal shows after it has got some bytes. It knows what line editors and
@@ -19,7 +21,7 @@ class Screen {
   void put(std::string_view bytes);
   /// The row, without the blanks at its end; empty below the last one.
   [[nodiscard]] std::string row(std::size_t number) const;
-  /// All rows, each with a line end.
+  /// All rows but empty ones at the end, each with a line end.
   [[nodiscard]] std::string text() const;
   /// The rightmost column that has ever been written, from 1.
   [[nodiscard]] std::size_t widest() const { return reached; }
@@ -59,6 +61,11 @@ class TerminalSession {
   bool waitFor(std::string_view text);
   /// Waits until the screen contains the text.
   bool waitForScreen(std::string_view text);
+  /// Waits until the program reads single keys, which line editors do shortly after they
+  /// have shown their prompt.
+  bool waitForKeys();
+  /// Waits until Ctrl-C interrupts, which line editors switch off while they read.
+  bool waitForInterruptKey();
   /// Lets everything come that still comes at once: for what ought not to be there.
   void settle();
   /// Sends the script's process a signal.
@@ -74,6 +81,7 @@ class TerminalSession {
 
  private:
   bool readMore(int milliseconds);
+  bool waitForModes(bool (*wanted)(const termios& modes));
 
   int terminal = -1;
   int process = 0;

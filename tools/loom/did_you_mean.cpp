@@ -7,7 +7,7 @@
 
 namespace loom {
 
-std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
+std::string nearestOf(const std::string& word, const std::vector<std::string>& names) {
   constexpr std::size_t longest = 100;
   if (word.size() > longest) return {};
   const std::string* nearest = nullptr;
@@ -18,7 +18,12 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
     least = distance;
     nearest = &name;
   }
-  return nearest == nullptr ? std::string() : "; did you mean '" + *nearest + "'?";
+  return nearest == nullptr ? std::string() : *nearest;
+}
+
+std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
+  const std::string nearest = nearestOf(word, names);
+  return nearest.empty() ? std::string() : "; did you mean '" + nearest + "'?";
 }
 
 }  // namespace loom

@@ -8,6 +8,9 @@
 
 namespace loom {
 
+/// The nearest of the names, or an empty text when none is near.
+[[nodiscard]] std::string nearestOf(const std::string& word, const std::vector<std::string>& names);
+
 /// The nearest of the names as the end of a sentence, "; did you mean 'eval'?",
 /// or nothing when none is near.
 [[nodiscard]] std::string didYouMean(const std::string& word,

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // loom eval: evaluates expressions, from the command line or line by line.
+#include <algorithm>
 #include <optional>
 
 #include "console.h"
@@ -49,6 +50,7 @@ class Evaluation {
     std::erase(exprs, "-");
     const Counted<LineParams> params(new LineParams(call.value("--fs"), host.params.get()));
     host.engine.setParamSet(params.get());
+    host.setOtherParameters(LineParams::names());
     LineSource source(path);
     unsigned long number = 0;
     for (std::string line; source.next(&line);) {
@@ -61,7 +63,11 @@ class Evaluation {
 
   ExitCode end() {
     if (json) json->endArray();
-    return failed ? ExitCode::evaluation : ExitCode::done;
+    const unsigned long more = failures - std::min(failures, shownFailures);
+    if (more > 0) {
+      complain("and " + std::to_string(more) + (more == 1 ? " more error" : " more errors"));
+    }
+    return failures > 0 ? ExitCode::evaluation : ExitCode::done;
   }
 
  private:
@@ -126,30 +132,31 @@ class Evaluation {
       json->endArray();
       return;
     }
-    json->key("errors").beginArray();
-    for (const RpnReport& report : host.reports()) {
-      json->beginObject().key("message").value(report.message);
-      json->key("expression").value(report.expression).key("position");
-      if (report.position) {
-        json->value(*report.position);
-      } else {
-        json->null();
-      }
-      json->endObject();
+    const RpnReport report = host.report();
+    json->key("errors").beginArray().beginObject().key("message").value(report.message);
+    json->key("expression").value(report.expression).key("position");
+    if (report.position) {
+      json->value(*report.position);
+    } else {
+      json->null();
     }
-    json->endArray();
+    if (!report.functions.empty()) json->key("where").value(callerText(report));
+    if (!report.suggestion.empty()) json->key("suggestion").value(report.suggestion);
+    json->endObject().endArray();
   }
 
+  // Of a million bad lines nobody reads more than the first.
   void fail() {
-    failed = true;
-    for (const RpnReport& report : host.reports()) printReport(report);
+    if (++failures <= shownFailures) printReport(host.report());
   }
+
+  static constexpr unsigned long shownFailures = 10;
 
   RpnHost host;
   std::string name;
   int digits;
   std::optional<JsonWriter> json;
-  bool failed = false;
+  unsigned long failures = 0;
 };
 
 ExitCode eval(const Invocation& call) {

@@ -10,6 +10,11 @@ namespace loom {
 /// then end the process as they would have done at once.
 void cleanUpOnSignals();
 
+/// From now on Ctrl-C does not end loom but is noted.
+void noteInterrupts();
+/// True once for Ctrl-C that came since the last call.
+[[nodiscard]] bool takeInterrupt();
+
 /// Has a function called then. It may only do what a signal handler may. To be
 /// called for at most four of them; a second time for one of them is no harm.
 void addCleanup(void (*cleanup)());

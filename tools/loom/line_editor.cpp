@@ -11,22 +11,22 @@ namespace {
 
 class PlainEditor : public LineEditor {
  public:
-  explicit PlainEditor(std::string text) : prompt(std::move(text)), source("-") {}
+  explicit PlainEditor(bool prompts) : wantsPrompts(prompts), source("-") {}
 
-  bool next(std::string* line) override {
-    if (!prompt.empty()) std::fputs(prompt.c_str(), stderr);
-    return source.next(line);
+  Typed next(const std::string& prompt, std::string* line) override {
+    if (wantsPrompts) std::fputs(prompt.c_str(), stderr);
+    return source.next(line) ? Typed::line : Typed::end;
   }
 
  private:
-  std::string prompt;
+  bool wantsPrompts;
   LineSource source;
 };
 
 }  // namespace
 
-std::unique_ptr<LineEditor> makePlainEditor(const std::string& prompt) {
-  return std::make_unique<PlainEditor>(prompt);
+std::unique_ptr<LineEditor> makePlainEditor(bool wantsPrompts) {
+  return std::make_unique<PlainEditor>(wantsPrompts);
 }
 
 }  // namespace loom

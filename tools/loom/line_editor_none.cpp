@@ -4,8 +4,7 @@
 
 namespace loom {
 
-std::unique_ptr<LineEditor> makeEditor(const std::string& /*prompt*/,
-                                       const std::string& /*historyFile*/,
+std::unique_ptr<LineEditor> makeEditor(const std::string& /*historyFile*/,
                                        const Completer& /*completer*/) {
   return nullptr;
 }

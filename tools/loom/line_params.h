@@ -28,6 +28,9 @@ class LineParams : public GRpnParamSet {
 
   bool lookup(const char* name, unsigned length, GRpnValue* value, GRpnErrMsg* err) override;
 
+  /// The parameters that every line has, as they are written: "$line" and so on.
+  [[nodiscard]] static std::vector<std::string> names() { return {"$line", "$nf", "$nr", "$prev"}; }
+
  protected:
   ~LineParams() override { rest->decRef(); }
 

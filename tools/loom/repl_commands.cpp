@@ -6,10 +6,13 @@
 #include <optional>
 
 #include "console.h"
+#include "did_you_mean.h"
 #include "families.h"
+#include "interruption.h"
 #include "line_editor.h"
 #include "loomkit/rpn/words.h"
 #include "loomkit/version.h"
+#include "open_expression.h"
 #include "rpn_host.h"
 #include "value_text.h"
 #include "word_list.h"
@@ -30,6 +33,11 @@ class ReplWords : public GRpnExternFuncs {
   ReplWords(const Stack* values, GRpnExternFuncs* others) : stack(values), rest(others->incRef()) {}
 
   bool call(const char* name, unsigned length, GRpnEval* eval, GRpnErrMsg* err) override {
+    // Local functions can call each other for ages.
+    if (takeInterrupt()) {
+      err->append("interrupted");
+      return false;
+    }
     if (restored || std::string_view(name, length) != restoreWord) {
       return rest->call(name, length, eval, err);
     }
@@ -106,9 +114,10 @@ class Repl {
   }
 
   ExitCode run() {
+    if (interactive) noteInterrupts();
     const std::unique_ptr<LineEditor> editor = openEditor();
     if (interactive) complainPlainly("loom " LOOMKIT_VERSION ", reverse Polish; :help tells more");
-    for (std::string line; !ended && editor->next(&line);) {
+    for (std::string line; !ended && next(*editor, &line);) {
       const std::size_t first = line.find_first_not_of(" \t");
       if (first == std::string::npos) continue;
       if (line[first] == ':') {
@@ -117,6 +126,7 @@ class Repl {
         evaluate(line);
       }
     }
+    if (interactive && !ended) complainPlainly("");  // the end of the input ends no line
     if (json) json->endArray();
     return failed && !interactive ? ExitCode::evaluation : ExitCode::done;
   }
@@ -127,16 +137,36 @@ class Repl {
   static constexpr std::size_t keptStacks = 100;
 
   std::unique_ptr<LineEditor> openEditor() {
-    if (!interactive) return makePlainEditor("");
+    if (!interactive) return makePlainEditor(false);
     std::unique_ptr<LineEditor> editor = makeEditor(
-        "> ", historyFile(), [this](const std::string& prefix) { return completions(prefix); });
-    return editor != nullptr ? std::move(editor) : makePlainEditor("> ");
+        historyFile(), [this](const std::string& prefix) { return completions(prefix); });
+    return editor != nullptr ? std::move(editor) : makePlainEditor(true);
+  }
+
+  // An expression, which a person may write in several lines while a string or a brace
+  // is open. False at the end of the input.
+  bool next(LineEditor& editor, std::string* text) {
+    for (;;) {
+      text->clear();
+      std::string line;
+      std::string prompt = "> ";
+      Typed typed = Typed::line;
+      while ((typed = editor.next(prompt, &line)) == Typed::line) {
+        *text += line;
+        const Missing missing = interactive ? missingFrom(*text) : Missing::nothing;
+        if (missing == Missing::nothing) return true;
+        // In a string a line end is a character, elsewhere a blank is what separates.
+        *text += missing == Missing::quote ? '\n' : ' ';
+        prompt = missing == Missing::quote ? "\"> " : "}> ";
+      }
+      if (typed == Typed::end) return !text->empty();
+    }
   }
 
   std::vector<std::string> completions(const std::string& prefix) const {
     std::vector<std::string> all = gRpnBuiltinWords();
     for (const std::string& name : host.functions->names()) all.push_back(name);
-    for (const std::string& name : parameterNames) all.push_back("$" + name);
+    all.insert(all.end(), host.parameters().begin(), host.parameters().end());
     all.insert(all.end(), std::begin(commandNames), std::end(commandNames));
     std::erase_if(all, [&](const std::string& word) { return !word.starts_with(prefix); });
     std::sort(all.begin(), all.end());
@@ -169,7 +199,7 @@ class Repl {
     json->beginObject().key("expression").value(line);
     if (!good) {
       json->key("errors").beginArray();
-      for (const RpnReport& report : host.reports()) json->value(report.message);
+      json->value(host.report().message);
       json->endArray();
     }
     json->key("stack").beginArray();
@@ -179,16 +209,15 @@ class Repl {
 
   void fail(const std::string& line) {
     failed = true;
-    std::vector<RpnReport> reports = host.reports();
-    for (RpnReport& report : reports) {
-      if (report.position && report.expression == std::string(linePrefix) + line) {
-        report.expression = line;
-        *report.position -= linePrefix.size();
-      }
-      // Under a line that has just been typed the caret is enough.
-      const bool typed = interactive && &report == reports.data() && report.expression == line;
-      complainPlainly(typed ? caretLine(report, "  ") : caretLines(report, "  "));
+    RpnReport report = host.report();
+    if (report.position && report.expression == std::string(linePrefix) + line) {
+      report.expression = line;
+      *report.position -= linePrefix.size();
     }
+    // Under a line that has just been typed the caret is enough.
+    const bool typed =
+        interactive && report.expression == line && line.find('\n') == std::string::npos;
+    complainPlainly(typed ? caretLine(report, "  ") : caretLines(report, "  "));
   }
 
   void show(std::size_t most) {
@@ -236,7 +265,10 @@ class Repl {
       undo.pop_back();
       if (!json) show(shownValues);
     } else {
-      throw Failure(ExitCode::usage, "there is no command '" + name + "'; :help lists them");
+      const std::string guess = didYouMean(
+          name, std::vector<std::string>(std::begin(commandNames), std::end(commandNames)));
+      throw Failure(ExitCode::usage, "there is no command '" + name + "'" +
+                                         (guess.empty() ? "; :help lists them" : guess));
     }
   }
 
@@ -247,6 +279,10 @@ class Repl {
   }
 
   static void showWords(const std::string& name) {
+    if (!name.empty() && findWord(name) == nullptr) {
+      throw Failure(ExitCode::usage,
+                    "there is no word '" + name + "'" + didYouMean(name, gRpnBuiltinWords()));
+    }
     for (const WordRow& row : wordList()) {
       if (!name.empty() && row.name != name) continue;
       complainPlainly("  " + std::string(row.name) + "  " + std::string(row.effect) + "  " +
@@ -262,8 +298,7 @@ class Repl {
     if (results.size() != stack.size() + 1) {
       throw Failure(ExitCode::usage, ":set needs an expression with one result");
     }
-    host.params->set(name, results.back());
-    parameterNames.push_back(name);
+    host.setParameter(name, results.back());
   }
 
   void define(const std::string& text) {
@@ -282,7 +317,6 @@ class Repl {
   std::optional<JsonWriter> json;
   Stack stack;
   std::vector<Stack> undo;
-  std::vector<std::string> parameterNames;
   bool ended = false;
   bool failed = false;
 };
@@ -301,6 +335,8 @@ constexpr Command commands[] = {
          "Reads expressions, evaluates each on the stack that the lines before have left, and "
          "shows the stack, the top last and numbered [0] as in error messages. A line that fails "
          "leaves the stack as it was; a caret points at the place of the error.\n\n"
+         "At a terminal, a string or a brace that is not closed goes on in the next line. Ctrl-C "
+         "drops what was typed, or stops a calculation; Ctrl-D ends.\n\n"
          "Lines that begin with a colon are commands: :help lists them. At a terminal, lines can "
          "be edited and called back, and the tabulator completes words; the history is kept in "
          "$XDG_STATE_HOME/loom/history.",

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "did_you_mean.h"
 #include "loomkit/rpn/words.h"
 #include "loomkit/text/number.h"
 #include "word_list.h"
@@ -53,16 +54,21 @@ RpnHost::RpnHost(const Invocation& call) {
   engine.setParamSet(params.get());
   for (const std::string& text : call.values("--param")) {
     const Assignment given = splitAssignment("--param", text);
-    params->set(given.name, typedValue(given.text));
+    setParameter(given.name, typedValue(given.text));
   }
   for (const std::string& text : call.values("--string")) {
     const Assignment given = splitAssignment("--string", text);
-    params->set(given.name, given.text);
+    setParameter(given.name, stringValue(given.text));
   }
   for (const std::string& text : call.values("--define")) {
     const Assignment given = splitAssignment("--define", text);
     define(given.name, given.text);
   }
+}
+
+void RpnHost::setParameter(const std::string& parameter, const GRpnValue& value) {
+  params->set(parameter, value);
+  parameterNames.push_back("$" + parameter);
 }
 
 void RpnHost::define(const std::string& word, const std::string& expr) {
@@ -99,10 +105,24 @@ bool RpnHost::evaluateBool(const std::string& expr, bool* result) {
   return begin(expr) && engine.evalBool(expr.c_str(), result);
 }
 
-std::vector<RpnReport> RpnHost::reports() const {
-  std::vector<RpnReport> result;
-  for (const std::string& text : texts) result.push_back(readReport(text, name, lastExpr));
-  return result;
+std::vector<std::string> RpnHost::knownNames(bool ofParameters) const {
+  if (ofParameters) {
+    std::vector<std::string> names = otherParameters;
+    names.insert(names.end(), parameterNames.begin(), parameterNames.end());
+    return names;
+  }
+  std::vector<std::string> names = gRpnBuiltinWords();
+  for (const std::string& word : functions->names()) names.push_back(word);
+  return names;
+}
+
+RpnReport RpnHost::report() const {
+  std::vector<RpnReport> reports;
+  for (const std::string& text : texts) reports.push_back(readReport(text, name, lastExpr));
+  RpnReport cause = causeOf(reports);
+  const std::string unknown = unknownName(cause);
+  if (!unknown.empty()) cause.suggestion = nearestOf(unknown, knownNames(unknown[0] == '$'));
+  return cause;
 }
 
 }  // namespace loom

@@ -6,6 +6,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "command.h"
@@ -71,11 +72,19 @@ class RpnHost {
   bool evaluate(const std::string& expr, std::vector<GRpnValue>* results);
   /// The truth of an expression with one result, a number.
   bool evaluateBool(const std::string& expr, bool* result);
-  /// What went wrong in the last evaluation; the first report is the cause.
-  [[nodiscard]] std::vector<RpnReport> reports() const;
+  /// What went wrong in the last evaluation, with a suggestion for a name that is not
+  /// known.
+  [[nodiscard]] RpnReport report() const;
+
+  /// Has report() suggest these parameters, "$" included, besides those of the options.
+  void setOtherParameters(std::vector<std::string> names) { otherParameters = std::move(names); }
 
   /// The name that begins the reports.
   void setName(const std::string& exprName);
+  /// A parameter for expressions.
+  void setParameter(const std::string& parameter, const GRpnValue& value);
+  /// The names of all parameters that were set, with their "$".
+  [[nodiscard]] const std::vector<std::string>& parameters() const { return parameterNames; }
   /// A word for expressions; a name that is no identifier or a built-in word
   /// is a usage Failure.
   void define(const std::string& word, const std::string& expr);
@@ -96,8 +105,11 @@ class RpnHost {
   };
 
   bool begin(const std::string& expr);
+  [[nodiscard]] std::vector<std::string> knownNames(bool ofParameters) const;
 
   std::vector<std::string> texts;
+  std::vector<std::string> parameterNames;
+  std::vector<std::string> otherParameters;
   std::string name;
   std::string lastExpr;
 };

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace loom {
 
@@ -16,12 +17,31 @@ struct RpnReport {
   std::string message;                  ///< "stack underflow"
   std::string expression;               ///< "1 +": a nested one has its own text
   std::optional<std::size_t> position;  ///< of the marker in `expression`; 2 here
+  /// The local functions that it came from, the innermost first.
+  std::vector<std::string> functions = {};
+  std::string suggestion = {};  ///< the word or parameter that may have been meant
 };
+
+/// The report of the one mistake that all of an evaluation's reports are of. The first
+/// names it, the others say on the way out which local function it was in.
+[[nodiscard]] RpnReport causeOf(const std::vector<RpnReport>& reports);
+
+/// "in local function "g", called by "f"": short also for a thousand calls. Empty
+/// without functions.
+[[nodiscard]] std::string callerText(const RpnReport& report);
+
+/// The word or the parameter, "$" included, at the marker of an error about one that is
+/// not known; empty for other errors.
+[[nodiscard]] std::string unknownName(const RpnReport& report);
 
 /// Takes a report apart. `name` is the expression's name, `expr` the outermost
 /// expression, which tells a marker from the same characters in a string.
 [[nodiscard]] RpnReport readReport(const std::string& text, const std::string& name,
                                    const std::string& expr);
+
+/// The report as it is printed, without colours: as it came, the local functions, and the
+/// suggestion.
+[[nodiscard]] std::string reportText(const RpnReport& report);
 
 /// Prints the report on standard error, with the marker coloured on a terminal.
 void printReport(const RpnReport& report);

@@ -18,6 +18,7 @@ constexpr int endingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
 
 using Cleanup = void (*)();
 std::array<std::atomic<Cleanup>, 4> cleanups{};
+std::atomic<bool> interrupted{false};
 
 void handle(int number) {
   GAtomicFile::discardAll();
@@ -44,6 +45,15 @@ void cleanUpOnSignals() {
       ::sigaction(number, &action, nullptr);
   }
 }
+
+void noteInterrupts() {
+  struct sigaction action {};
+  action.sa_handler = [](int) { interrupted = true; };
+  ::sigemptyset(&action.sa_mask);
+  ::sigaction(SIGINT, &action, nullptr);
+}
+
+bool takeInterrupt() { return interrupted.exchange(false); }
 
 void addCleanup(void (*cleanup)()) {
   for (std::atomic<Cleanup>& entry : cleanups) {
