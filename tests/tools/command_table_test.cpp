@@ -10,6 +10,7 @@
 
 #include "run_program.h"
 #include "sessions.h"
+#include "terminal_session.h"
 
 namespace {
 
@@ -117,6 +118,68 @@ TEST(CommandLine, NamesTheNearestCommand) {
   EXPECT_EQ(runLoom({"xyzzyxyzzy"}), (Ended{2, "", "loom: there is no command 'xyzzyxyzzy'\n"}));
   EXPECT_EQ(runLoom({"help", "text", "match", "more"}).code, 2);
   EXPECT_EQ(runLoom({"text", "match", "--color", "blue", "a", "a"}).code, 2);
+}
+
+TEST(CommandLine, TakesTheOptionsOfEveryCommandAnywhere) {
+  const Ended usual = runLoom({"text", "quote", "a", "--json"});
+  EXPECT_EQ(runLoom({"--json", "text", "quote", "a"}), usual);
+  EXPECT_EQ(runLoom({"text", "--json", "quote", "a"}), usual);
+  EXPECT_EQ(runLoom({"--color", "never", "text", "--color=never", "quote", "a", "--json"}).code, 2);
+  EXPECT_EQ(runLoom({"--color", "never", "--json", "text", "quote", "a"}), usual);
+  EXPECT_EQ(runLoom({"--color=never", "--json", "text", "quote", "a"}), usual);
+  EXPECT_EQ(runLoom({"--json", "--version"}), runLoom({"version", "--json"}));
+  EXPECT_EQ(runLoom({"text", "--help", "quote"}), runLoom({"help", "text", "quote"}));
+  EXPECT_EQ(runLoom({"--help", "text", "quote"}), runLoom({"help", "text", "quote"}));
+  EXPECT_EQ(runLoom({"text", "quote", "--json", "--help"}),
+            runLoom({"help", "text", "quote", "--json"}));
+  EXPECT_EQ(runLoom({"--json"}).code, 2);
+  EXPECT_EQ(runLoom({"--color"}).code, 2);
+}
+
+TEST(CommandLine, SuggestsWhatMayHaveBeenMeantAtEveryLevel) {
+  const struct {
+    std::vector<std::string> words;
+    const char* meant;
+  } rows[] = {
+      {{"evla"}, "eval"},
+      {{"zpi", "ls"}, "zip"},
+      {{"zip", "tset"}, "test"},
+      {{"help", "evla"}, "eval"},
+      {{"help", "zip", "tset"}, "test"},
+      {{"man", "zpi"}, "zip"},
+      {{"--jsno", "eval", "1"}, "--json"},
+      {{"--versoin"}, "--version"},
+      {{"zip", "ls", "--jsno", "a.zip"}, "--json"},
+      {{"zip", "x", "--directroy=x", "a.zip"}, "--directory"},
+      {{"eval", "-json", "1"}, "--json"},
+      {{"eval", "--color=nver", "1"}, "never"},
+      {{"completion", "bsah"}, "bash"},
+      {{"object", "fmt", "--from", "jsn", "-"}, "json"},
+      {{"words", "sqr"}, "sqrt"},
+      {{"eval", "4 sqr"}, "sqrt"},
+      {{"eval", "-p", "width=1", "$widht"}, "$width"},
+  };
+  for (const auto& row : rows) {
+    const Ended ended = runLoom(row.words);
+    EXPECT_NE(ended.code, 0) << row.words.back();
+    EXPECT_NE(ended.err.find(std::string("id you mean '") + row.meant + "'?"), std::string::npos)
+        << ended;
+  }
+  for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+           {"-x"}, {"eval", "-x", "1"}, {"eval", "--quite-another", "1"}, {"eval", "foo"}}) {
+    EXPECT_EQ(runLoom(words).err.find("mean"), std::string::npos) << words.back();
+  }
+}
+
+TEST(Help, FitsIntoTheTerminal) {
+  for (const std::size_t columns : {40U, 80U, 200U}) {
+    for (const char* const command : {"loom --help", "loom help zip", "loom"}) {
+      TerminalSession session(command, columns);
+      session.end();
+      EXPECT_LT(session.screen().widest(), std::min<std::size_t>(columns, 101)) << command;
+      EXPECT_NE(session.screen().text().find("Usage: loom"), std::string::npos) << command;
+    }
+  }
 }
 
 TEST(CommandLine, ACrowdedDiskIsCannotWrite) {

@@ -71,17 +71,18 @@ std::vector<CommandRef> namedCommands(const std::vector<std::string>& words) {
 ExitCode help(const Invocation& call) {
   const std::vector<std::string>& words = call.operands("COMMAND");
   const std::vector<CommandRef> commands = namedCommands(words);
+  const std::size_t columns = terminalWidth(StandardStream::output);
   if (call.json()) {
     JsonWriter json;
     json.beginArray();
     for (const CommandRef& ref : commands) jsonCommand(&json, ref);
     json.endArray();
   } else if (words.empty()) {
-    print(overviewHelp());
+    print(overviewHelp(columns));
   } else if (words.size() == 1 && words[0] == commands[0].family->name) {
-    print(familyHelp(*commands[0].family));
+    print(familyHelp(*commands[0].family, columns));
   } else {
-    print(commandHelp(commands[0]));
+    print(commandHelp(commands[0], columns));
   }
   return ExitCode::done;
 }

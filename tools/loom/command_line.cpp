@@ -4,10 +4,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <utility>
 
 #include "console.h"
 #include "did_you_mean.h"
 #include "help.h"
+#include "terminal.h"
 
 namespace loom {
 
@@ -44,57 +46,10 @@ void checkChoice(std::string_view what, std::string_view choices,
     for (const std::string_view choice : legal) {
       text.append(choice == legal.front() ? "" : ", ").append(choice);
     }
-    throw Failure(ExitCode::usage, text);
+    const std::vector<std::string> names(legal.begin(), legal.end());
+    throw Failure(ExitCode::usage, text + didYouMean(value, names));
   }
 }
-
-// One command's options as a CLI11 parser, and the way back into an Invocation.
-class OptionParser {
- public:
-  explicit OptionParser(const Command& command) {
-    app.set_help_flag();
-    app.allow_extras();
-    for (const Option& option : command.options) add(option);
-    for (const Option& option : commonOptions()) {
-      if (keyOf(option) != "--help") add(option);
-    }
-  }
-
-  // Stores the options of `words` in `call`; returns the other words.
-  std::vector<std::string> parse(std::vector<std::string> words, Invocation* call) {
-    std::reverse(words.begin(), words.end());
-    app.parse(words);
-    for (const Known& row : known) {
-      if (row.option->count() == 0) continue;
-      checkChoice(row.key, row.choices, row.option->results());
-      call->given.emplace(row.key, row.option->results());
-    }
-    return app.remaining();
-  }
-
- private:
-  struct Known {
-    std::string_view key;
-    std::string_view choices;
-    CLI::Option* option;
-  };
-
-  void add(const Option& option) {
-    if (option.value.empty()) {
-      known.push_back({keyOf(option), {}, app.add_flag(std::string(option.names))});
-      return;
-    }
-    // The callback takes the words as they are: no list notation in them.
-    CLI::Option* const made =
-        app.add_option(std::string(option.names), [](const CLI::results_t&) { return true; });
-    made->allow_extra_args(false);
-    if (option.repeatable) made->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    known.push_back({keyOf(option), option.choices, made});
-  }
-
-  CLI::App app;
-  std::vector<Known> known;
-};
 
 // "-1 2 +" and "-" are operands; a letter or a second dash makes an option.
 bool looksLikeOption(const std::string& word) {
@@ -106,6 +61,104 @@ bool looksLikeOption(const std::string& word) {
   const std::string name = fullName(*ref.family, *ref.command);
   throw Failure(ExitCode::usage, name + ": " + what, "Try 'loom help " + name + "'.");
 }
+
+std::string withoutDashes(std::string_view option) {
+  return std::string(option.substr(std::min(option.find_first_not_of('-'), option.size())));
+}
+
+// The dashes are not what makes two options alike.
+std::string noSuchOption(const std::string& name, const std::vector<std::string>& names) {
+  std::vector<std::string> plainNames;
+  for (const std::string& each : names) {
+    if (each.starts_with("--")) plainNames.push_back(withoutDashes(each));
+  }
+  const std::string nearest = nearestOf(withoutDashes(name), plainNames);
+  return "there is no option '" + name + "'" +
+         (nearest.empty() ? "" : "; did you mean '--" + nearest + "'?");
+}
+
+// "-p" and "--param" of "-p,--param".
+bool hasName(const Option& option, std::string_view name) {
+  const std::size_t comma = option.names.find(',');
+  return keyOf(option) == name ||
+         (comma != std::string_view::npos && option.names.substr(0, comma) == name);
+}
+
+// One command's options as a CLI11 parser, and the way back into an Invocation.
+class OptionParser {
+ public:
+  explicit OptionParser(const CommandRef& command) : ref(command) {
+    app.set_help_flag();
+    app.allow_extras();
+    for (const Option& option : ref.command->options) add(option);
+    for (const Option& option : commonOptions()) {
+      if (keyOf(option) != "--help") add(option);
+    }
+  }
+
+  // Stores the options of `words` in `call`; returns the other words.
+  std::vector<std::string> parse(std::vector<std::string> words, Invocation* call) {
+    std::reverse(words.begin(), words.end());
+    try {
+      app.parse(words);
+    } catch (const CLI::ParseError& error) {
+      explain(error);
+    }
+    for (const Known& row : known) {
+      if (row.parsed->count() == 0) continue;
+      checkChoice(keyOf(*row.option), row.option->choices, row.parsed->results());
+      call->given.emplace(keyOf(*row.option), row.parsed->results());
+    }
+    return withoutOptions(app.remaining());
+  }
+
+ private:
+  struct Known {
+    const Option* option;
+    CLI::Option* parsed;
+  };
+
+  void add(const Option& option) {
+    const std::string names(option.names);
+    if (option.value.empty()) {
+      known.push_back({&option, app.add_flag(names)->disable_flag_override()});
+      return;
+    }
+    // The callback takes the words as they are: no list notation in them.
+    CLI::Option* const made = app.add_option(names, [](const CLI::results_t&) { return true; });
+    made->allow_extra_args(false);
+    if (option.repeatable) made->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    known.push_back({&option, made});
+  }
+
+  // CLI11's messages begin with the option's long name, that of a flag without its
+  // dashes. What is wrong with the option follows from what it is.
+  [[noreturn]] void explain(const CLI::ParseError& error) const {
+    const std::string text = withoutDashes(error.what());
+    for (const Known& row : known) {
+      const std::string key(keyOf(*row.option));
+      const std::string plainKey = withoutDashes(key);
+      if (!text.starts_with(plainKey + ":") && !text.starts_with(plainKey + " ")) continue;
+      if (row.option->value.empty()) misused(ref, key + " takes no value");
+      if (row.parsed->count() > 1) misused(ref, key + " is there twice");
+      misused(ref, key + " needs a value, " + std::string(row.option->value));
+    }
+    misused(ref, error.what());
+  }
+
+  // `words`, none of which may be an option that there isn't.
+  [[nodiscard]] std::vector<std::string> withoutOptions(std::vector<std::string> words) const {
+    const auto unknown = std::find_if(words.begin(), words.end(), looksLikeOption);
+    if (unknown == words.end()) return words;
+    std::vector<std::string> names = {"--help"};
+    for (const Known& row : known) names.emplace_back(keyOf(*row.option));
+    misused(ref, noSuchOption(unknown->substr(0, unknown->find('=')), names));
+  }
+
+  const CommandRef& ref;
+  CLI::App app;
+  std::vector<Known> known;
+};
 
 // Gives each operand the words it needs and those to spare to the first that
 // takes them.
@@ -135,6 +188,57 @@ bool asksForHelp(const std::vector<std::string>& words) {
   const auto end = std::find(words.begin(), words.end(), "--");
   return std::any_of(words.begin(), end,
                      [](const std::string& word) { return word == "--help" || word == "-h"; });
+}
+
+// What stands in place of a command.
+constexpr std::pair<std::string_view, std::string_view> commandOptions[] = {
+    {"--version", "version"},
+    {"-V", "version"},
+    {"--help", "help"},
+    {"-h", "help"},
+    {"--man", "man"}};
+
+// Removes the options of every command that stand at the place `at` already, where a
+// command is to come, and returns them.
+std::vector<std::string> takeEarlyOptions(std::vector<std::string>& words, std::size_t at) {
+  std::vector<std::string> taken;
+  while (words.size() > at) {
+    const std::string name = words[at].substr(0, words[at].find('='));
+    const auto options = commonOptions();
+    const auto option = std::find_if(options.begin(), options.end(),
+                                     [&](const Option& each) { return hasName(each, name); });
+    const bool standsForCommand = at == 0 && option != options.end() && keyOf(*option) == "--help";
+    if (option == options.end() || standsForCommand) break;
+    const bool takesNext = !option->value.empty() && name == words[at] && words.size() > at + 1;
+    const auto begin = words.begin() + static_cast<std::ptrdiff_t>(at);
+    const auto end = begin + (takesNext ? 2 : 1);
+    taken.insert(taken.end(), begin, end);
+    words.erase(begin, end);
+  }
+  return taken;
+}
+
+[[noreturn]] void unknownEarlyOption(const std::string& word) {
+  const std::string name = word.substr(0, word.find('='));
+  std::vector<std::string> names;
+  for (const Option& option : commonOptions()) names.emplace_back(keyOf(option));
+  for (const auto& row : commandOptions) names.emplace_back(row.first);
+  throw Failure(ExitCode::usage, noSuchOption(name, names), "Try 'loom help'.");
+}
+
+std::vector<std::string> nameOf(const CommandRef& ref) {
+  std::vector<std::string> words;
+  if (!ref.family->name.empty()) words.emplace_back(ref.family->name);
+  words.emplace_back(ref.command->name);
+  return words;
+}
+
+// What "loom help NAME" prints; as data when --json is among the words.
+ExitCode printHelp(std::vector<std::string> name, const std::vector<std::string>& words) {
+  const auto options = std::find(words.begin(), words.end(), "--");
+  name.insert(name.begin(), "help");
+  if (std::find(words.begin(), options, "--json") != options) name.emplace_back("--json");
+  return runCommandLine(name);
 }
 
 }  // namespace
@@ -167,14 +271,7 @@ Invocation parse(const CommandRef& ref, std::vector<std::string> words) {
   const auto dashes = std::find(words.begin(), words.end(), "--");
   const std::vector<std::string> behind(dashes == words.end() ? dashes : dashes + 1, words.end());
   words.erase(dashes, words.end());
-  std::vector<std::string> operands;
-  try {
-    operands = OptionParser(*ref.command).parse(std::move(words), &call);
-  } catch (const CLI::ParseError& error) {
-    misused(ref, error.what());
-  }
-  const auto unknown = std::find_if(operands.begin(), operands.end(), looksLikeOption);
-  if (unknown != operands.end()) misused(ref, "there is no option '" + *unknown + "'");
+  std::vector<std::string> operands = OptionParser(ref).parse(std::move(words), &call);
   operands.insert(operands.end(), behind.begin(), behind.end());
   distribute(ref, operands, &call);
   setColors(call.value("--color", "auto"));
@@ -182,30 +279,28 @@ Invocation parse(const CommandRef& ref, std::vector<std::string> words) {
 }
 
 ExitCode runCommandLine(std::vector<std::string> words) {
+  std::vector<std::string> early = takeEarlyOptions(words, 0);
   if (words.empty()) {
-    complainPlainly(overviewHelp());
+    complainPlainly(overviewHelp(terminalWidth(StandardStream::error)));
     return ExitCode::usage;
   }
   // The options that stand in place of a command are commands themselves.
-  if (words[0] == "--version" || words[0] == "-V") words[0] = "version";
-  if (words[0] == "--help" || words[0] == "-h") words[0] = "help";
-  if (words[0] == "--man") words[0] = "man";
+  for (const auto& [option, command] : commandOptions) {
+    if (words[0] == option) words[0] = command;
+  }
+  if (looksLikeOption(words[0])) unknownEarlyOption(words[0]);
   std::size_t used = 0;
+  for (const std::string& option : takeEarlyOptions(words, 1)) early.push_back(option);
   const CommandRef ref = findCommand(words, &used);
   words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(used));
+  words.insert(words.begin(), early.begin(), early.end());
   if (!ref) {
-    if (asksForHelp(words)) {
-      print(familyHelp(*ref.family));
-      return ExitCode::done;
-    }
-    complainPlainly(familyHelp(*ref.family));
+    if (asksForHelp(words)) return printHelp({std::string(ref.family->name)}, words);
+    complainPlainly(familyHelp(*ref.family, terminalWidth(StandardStream::error)));
     return ExitCode::usage;
   }
-  const Invocation call = parse(ref, std::move(words));
-  if (call.has("--help")) {
-    print(commandHelp(ref));
-    return ExitCode::done;
-  }
+  const Invocation call = parse(ref, words);
+  if (call.has("--help")) return printHelp(nameOf(ref), words);
   return ref.command->run(call);
 }
 

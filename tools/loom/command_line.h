@@ -27,7 +27,8 @@ struct CommandRef {
 /// is checked and the Invocation holds "--help".
 [[nodiscard]] Invocation parse(const CommandRef& ref, std::vector<std::string> words);
 
-/// Runs the command that the words name. Throws Failure and WriteFailure.
+/// Runs the command that the words name. The options that every command has may also
+/// stand before its name or within it. Throws Failure and WriteFailure.
 [[nodiscard]] ExitCode runCommandLine(std::vector<std::string> words);
 
 }  // namespace loom

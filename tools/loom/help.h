@@ -10,11 +10,11 @@
 namespace loom {
 
 /// All families and commands, one line each.
-[[nodiscard]] std::string overviewHelp();
+[[nodiscard]] std::string overviewHelp(std::size_t columns);
 /// The commands of a named family.
-[[nodiscard]] std::string familyHelp(const Family& family);
+[[nodiscard]] std::string familyHelp(const Family& family, std::size_t columns);
 /// Everything about one command.
-[[nodiscard]] std::string commandHelp(const CommandRef& ref);
+[[nodiscard]] std::string commandHelp(const CommandRef& ref, std::size_t columns);
 
 /// "loom eval [OPTION]... [EXPR]...".
 [[nodiscard]] std::string usageLine(const CommandRef& ref);
