@@ -59,6 +59,25 @@ TEST(PostgresqlCommands, ACopyThatFailsLeavesItsBatches) {
   PostgresqlServer::shared().psql("DROP TABLE parts");
 }
 
+// What import has made of a file, the server writes as that file, and so does export.
+TEST(PostgresqlCommands, ImportAndExportCsvFiles) {
+  const std::string folder = newFolder();
+  const std::string csv =
+      "id,code,price,note\n"
+      "1,007,0.5,\"a \"\"quoted\"\" one\"\n"
+      "9000000000,x,-1.5,\"two\nlines, \xc3\xa4\"\n"
+      "3,,,\"\"\n";
+  writeFile(folder + "/parts.csv", csv);
+  EXPECT_EQ(runLoom({"db", "import", folder + "/parts.csv", uri()}), (Ended{0, "3 records\n", ""}));
+  PostgresqlServer& server = PostgresqlServer::shared();
+  EXPECT_EQ(server.psql("SELECT data_type FROM information_schema.columns WHERE "
+                        "table_name = 'parts' ORDER BY ordinal_position"),
+            "bigint\ntext\ndouble precision\ntext\n");
+  EXPECT_EQ(server.psql("COPY parts TO STDOUT (FORMAT csv, HEADER)"), csv);
+  EXPECT_EQ(runLoom({"db", "export", uri(), "parts", "-", "--line-end", "lf"}).out, csv);
+  server.psql("DROP TABLE parts");
+}
+
 TEST(PostgresqlCommands, InfoTellsTheServerAndHowItIsReached) {
   const Ended plain = runLoom({"db", "info", uri()});
   EXPECT_EQ(plain.code, 0);

@@ -211,12 +211,20 @@ void createIndexes(const DbHost& to, const CopyJob& job, const std::string& tabl
   }
 }
 
-GDbStructure structureWithKey(const RowSource& source, const TableShape& shape) {
-  const GDbStructure plain = structureOf(source);
+// Integers have 64 bits in SQLite and in files of text. A server makes columns of 32 bits
+// for those with a sign and of 64 for those without, so these are asked for where the
+// source does not say that 32 are enough.
+GDbFieldType serverType(const Column& column) {
+  const bool mayBeWide = column.declared != "integer" && column.declared != "smallint";
+  return column.type == GDbFieldInt && mayBeWide ? GDbFieldUInt : column.type;
+}
+
+GDbStructure structureWithKey(const RowSource& source, const TableShape& shape, bool onServer) {
+  static_cast<void>(structureOf(source));  // what has no type is refused
   GDbStructure structure;
-  for (const GDbField& field : plain.getFields())
-    structure.appendField(GDbField(field.getName(), field.getType(), 0, 0,
-                                   contains(shape.primaryKey, field.getName()), false));
+  for (const Column& column : source.columns())
+    structure.appendField(GDbField(column.name, onServer ? serverType(column) : column.type, 0, 0,
+                                   contains(shape.primaryKey, column.name), false));
   return structure;
 }
 
@@ -226,7 +234,7 @@ std::unique_ptr<Target> makeTarget(const RowSource& source, const DbHost& to, co
     createSqliteTable(to, job, source.columns());
     return std::make_unique<SqlTarget>(source, name, to);
   }
-  const GDbStructure structure = structureWithKey(source, job.shape);
+  const GDbStructure structure = structureWithKey(source, job.shape, to.sql() != nullptr);
   GDbTable* made = nullptr;
   const GDbStatus status = to.database()->createTable(name, &structure, &made);
   if (status != GDbNoError) {
