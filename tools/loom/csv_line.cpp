@@ -1,11 +1,23 @@
 // SPDX-License-Identifier: MIT
 #include "csv_line.h"
 
+#include <algorithm>
+#include <array>
+#include <string_view>
+
 #include "number_form.h"
 
 namespace loom {
 
 namespace {
+
+// The signs that a reader may take for a separator, a quote or a line's end.
+constexpr std::array<bool, 256> special = [] {
+  std::array<bool, 256> table{};
+  for (const char sign : std::string_view("\"\r\n,;\t|"))
+    table[static_cast<unsigned char>(sign)] = true;
+  return table;
+}();
 
 // Beside what must be, a text is in quotes where a reader could make something else of
 // it: a blank at either end, an apostrophe in front, another separator, a number.
@@ -14,8 +26,9 @@ bool needsQuotes(const std::string& text, char separator) {
   return text.empty() || marks.find(text.front()) != std::string_view::npos ||
          marks.find(text.back()) != std::string_view::npos ||
          text.find(separator) != std::string::npos ||
-         text.find_first_of("\"\r\n,;\t|") != std::string::npos || isWholeNumber(text) ||
-         isRealNumber(text);
+         std::any_of(text.begin(), text.end(),
+                     [](char c) { return special[static_cast<unsigned char>(c)]; }) ||
+         isWholeNumber(text) || isRealNumber(text);
 }
 
 void appendQuoted(const std::string& value, std::string* text) {

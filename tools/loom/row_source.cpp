@@ -43,7 +43,7 @@ class QueryRows : public RowSource {
   bool read(Row* row) override {
     const GDbStatus status = query.next();
     if (status == GDbNoMoreRecords || status == GDbNoResult) return false;
-    require(status, name(), query.getLastError());
+    if (status != GDbNoError) require(status, name(), query.getLastError());
     row->resize(fields.size());
     for (std::size_t i = 0; i < fields.size(); ++i) readColumn(i, &(*row)[i]);
     return true;
@@ -59,7 +59,9 @@ class QueryRows : public RowSource {
     return query.getDouble(column, &cell->emplace<double>());
   }
   GDbStatus readText(int column, Cell* cell) {
-    return query.getWholeText(column, &cell->emplace<std::string>());
+    // A text that is there lends its memory to the next row's.
+    auto* text = std::get_if<std::string>(cell);
+    return query.getWholeText(column, text != nullptr ? text : &cell->emplace<std::string>());
   }
   GDbStatus readBlob(int column, Cell* cell) {
     const void* bytes = nullptr;
@@ -96,7 +98,7 @@ class QueryRows : public RowSource {
       *cell = {};
       return;
     }
-    require(status, place(fields[index].name), query.getLastError());
+    if (status != GDbNoError) require(status, place(fields[index].name), query.getLastError());
     expected[index] = reader;
   }
 
