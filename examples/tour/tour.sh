@@ -170,6 +170,23 @@ if [ -r $unicode ]; then
   show "loom db get tessel:chars UnicodeData code=20AC"
   show "loom tessel info chars.tessel && loom tessel check chars.tessel"
 
+  if command -v dbfcreate >/dev/null && command -v dbfadd >/dev/null; then
+    title 'A DBF table that another program wrote: indexed, asked, its index broken and mended'
+    show 'dbfcreate signs -s CODE 4 -s NAME 40 -n CLASS 3 0'
+    sed -n '33,96p' $unicode | while IFS=';' read -r code name _ class _; do
+      dbfadd signs.dbf "$code" "$name" "$class" >/dev/null
+    done
+    show 'loom xbase info . signs'
+    show 'loom xbase reindex --tag CODE=CODE --tag "NAME=UPPER(NAME)" . signs'
+    show 'loom db get xbase:. signs CODE=0040'
+    echo '(a record is changed behind the back of its index)'
+    show "sed -i 's/COMMERCIAL AT/AT SIGN      /' signs.dbf && loom xbase check . signs"
+    show 'loom xbase reindex . signs && loom xbase check . signs'
+    show 'dbfdump signs.dbf | grep "AT SIGN"'
+  else
+    title 'A DBF table of another program: shapelib, which writes one, is not installed here'
+  fi
+
   if start_server >/dev/null 2>&1; then
     title 'And on a PostgreSQL server, which was started for this'
     export PGHOST="$work/server" PGUSER=tour

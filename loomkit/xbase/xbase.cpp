@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include "loomkit/platform/files.h"
@@ -12,6 +13,7 @@
 #include "loomkit/xbase/codes.h"
 #include "loomkit/xbase/data_file.h"
 #include "loomkit/xbase/dates.h"
+#include "loomkit/xbase/dbf_layout.h"
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/error_texts.h"
 #include "loomkit/xbase/expression.h"
@@ -159,7 +161,7 @@ struct GXBaseTable::State {
 };
 
 GXBaseTable::GXBaseTable() : state(std::make_unique<State>()) {}
-GXBaseTable::~GXBaseTable() { close(); }
+GXBaseTable::~GXBaseTable() = default;  // a table that is open closes itself
 
 bool GXBaseTable::open(const std::string& path, bool readOnly) {
   if (!close()) return false;
@@ -296,6 +298,32 @@ bool GXBaseTable::reindex() {
     if (code == xbase::ok) code = xbase::flush(*index);
   }
   return state->finish(code);
+}
+
+bool GXBaseTable::addTags(const std::vector<Tag>& tags) {
+  if (!isOpen()) return state->refuse("no table is open");
+  xbase::DataFile& data = *state->data;
+  if (data.file.isReadOnly()) return state->refuse("the table is open for reading only");
+  const std::string path = xbase::companionPath(data.file.name(), "CDX");
+  if (data.indexes.empty() && loomkit::platform::examine(path))
+    return state->refuse("the index file is not open");
+  std::vector<Tag> all = getTags();
+  all.insert(all.end(), tags.begin(), tags.end());
+  std::set<std::string> names;
+  std::vector<xbase::TagDescription> descriptions;
+  for (const Tag& tag : all) {
+    if (!names.insert(xbase::inCapitals(tag.name.substr(0, xbase::dbf::longestName))).second)
+      return state->refuse("there are two tags of one name");
+    if (xbase::parseExpression(state->engine, tag.expression, data) == nullptr)
+      return state->finish(state->engine.errorCode);
+    descriptions.push_back({tag.name, tag.expression, tag.filter, tag.unique, tag.descending});
+  }
+  while (!data.indexes.empty()) xbase::closeIndex(*data.indexes.back());
+  state->beginWork(descriptions.size());
+  state->engine.safety = false;  // the file that is there is replaced
+  xbase::createIndex(data, {}, descriptions);
+  state->engine.safety = true;
+  return state->finish(xbase::ok);
 }
 
 int GXBaseTable::getErrorCode() const { return state->errorCode; }

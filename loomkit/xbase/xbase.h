@@ -121,6 +121,10 @@ class LOOMKIT_API GXBaseTable {
   /// for that, even if it was left in the midst of a change, as long as it tells what
   /// its tags are.
   bool reindex();
+  /// Adds tags to those of openIndexes(), which comes first, and builds the index file
+  /// anew with all of them. A name that is taken and an expression that is wrong change
+  /// nothing; a file that cannot be written leaves no index file.
+  bool addTags(const std::vector<Tag>& tags);
 
   [[nodiscard]] int getErrorCode() const;
   [[nodiscard]] const std::string& getErrMsg() const;

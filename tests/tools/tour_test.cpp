@@ -26,7 +26,8 @@ TEST(Tour, RunsToItsEnd) {
   for (const char* const part :
        {"954.83\n", "\"100\" 1.19  >!< *\n", "    ^ division by zero\n",
         "(examples/functions is not built here)\n", "gpl: OK\n", "hello from loomkit\n[exit 3]\n",
-        "1 good, 0 damaged\n", "data.tar", "id: oak-42\n", "34924 records\n",
+        "1 good, 0 damaged\n", "data.tar", "id: oak-42\n", "34924 records\n", "signs: indexed\n",
+        "0040\tCOMMERCIAL AT\t0\n", "signs, record 33, NAME: ", "signs: whole\n",
         "And on a PostgreSQL server, which was started for this\n", "20AC\tEURO SIGN\tSc\t0\n"}) {
     EXPECT_NE(ended.out.find(part), std::string::npos) << part << ended.out;
   }

@@ -86,6 +86,19 @@ TEST(XBaseCommand, FindsAndMendsATagThatIsWrong) {
   EXPECT_EQ(runLoom({"xbase", "check", dir}), (Ended{0, "parts: whole\n", ""}));
 }
 
+TEST(XBaseCommand, AddsTags) {
+  const std::string dir = partsFolder();
+  EXPECT_EQ(runLoom({"xbase", "reindex", "--tag", "TOP=LEFT(NAME,1)", "--tag", "N=RECNO()", dir}),
+            (Ended{0, "parts: indexed\n", ""}));
+  EXPECT_THAT(runLoom({"xbase", "info", dir}).out,
+              HasSubstr("  tag N on RECNO()\n  tag NAME on NAME\n  tag TOP on LEFT(NAME,1)\n"));
+  EXPECT_EQ(runLoom({"xbase", "reindex", "--tag", "NAME", dir}),
+            (Ended{2, "", "loom: --tag: not NAME=EXPR: NAME\n"}));
+  const Ended wrong = runLoom({"xbase", "reindex", "--tag", "X=NOSUCH", dir});
+  EXPECT_EQ(wrong.code, 4);
+  EXPECT_THAT(wrong.err, HasSubstr("parts.dbf: XBase error -490: Unrecognized Value\n"));
+}
+
 // As a program leaves it that was killed.
 TEST(XBaseCommand, MendsAnIndexThatWasLeftInTheMidstOfAChange) {
   const std::string dir = partsFolder();

@@ -230,6 +230,32 @@ TEST_F(XBaseTool, TellsHowFarAPackAndAReindexHaveCome) {
   EXPECT_TRUE(seen.empty());
 }
 
+TEST_F(XBaseTool, AddsTagsToThoseThatThereAre) {
+  makeTable();
+  GXBaseTable table;
+  ASSERT_TRUE(table.open(scratch / "parts.dbf", false));
+  EXPECT_FALSE(table.addTags({{"TWICE", "N*2", "", false, false}})) << "the index file is not open";
+  ASSERT_TRUE(table.openIndexes());
+  const std::size_t before = table.getTags().size();
+  const std::string index = scratch.read("parts.cdx");
+  EXPECT_FALSE(table.addTags({{"WRONG", "NAME+NOSUCH", "", false, false}}));
+  EXPECT_EQ(table.getErrorCode(), errorValue);
+  EXPECT_FALSE(
+      table.addTags({{"TWICE", "N*2", "", false, false}, {"twice", "N", "", false, false}}));
+  EXPECT_EQ(table.getErrMsg(), "there are two tags of one name");
+  EXPECT_EQ(scratch.read("parts.cdx"), index);
+  ASSERT_TRUE(table.addTags({{"TWICE", "N*2", "N>1", false, true}})) << table.getErrMsg();
+  ASSERT_EQ(table.getTags().size(), before + 1);
+  const GXBaseTable::Tag added = table.getTags().back();
+  EXPECT_EQ(added.name + "|" + added.expression + "|" + added.filter, "TWICE|N*2|N>1");
+  EXPECT_TRUE(added.descending);
+  EXPECT_TRUE(table.getHeader().hasProductionIndex);
+  ASSERT_TRUE(table.close());
+  EXPECT_EQ(findings(), Texts{});
+  ASSERT_TRUE(table.open(scratch / "parts.dbf", true));
+  EXPECT_FALSE(table.addTags({{"MORE", "N", "", false, false}})) << "open for reading only";
+}
+
 TEST_F(XBaseTool, EvaluatesExpressions) {
   makeTable();
   GXBaseTable table;

@@ -205,8 +205,24 @@ ExitCode pack(const Invocation& call) {
                 [](GXBaseTable& table) { return table.openIndexes() && table.pack(); });
 }
 
+// The tags that the options --tag add.
+std::vector<GXBaseTable::Tag> newTags(const Invocation& call) {
+  std::vector<GXBaseTable::Tag> tags;
+  for (const std::string& text : call.values("--tag")) {
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos || equals == 0)
+      throw Failure(ExitCode::usage, "--tag: not NAME=EXPR: " + text);
+    tags.push_back({text.substr(0, equals), text.substr(equals + 1), "", false, false});
+  }
+  return tags;
+}
+
 ExitCode reindex(const Invocation& call) {
-  return change(call, "indexed", [](GXBaseTable& table) { return table.reindex(); });
+  const std::vector<GXBaseTable::Tag> added = newTags(call);
+  return change(call, "indexed", [&](GXBaseTable& table) {
+    if (added.empty()) return table.reindex();
+    return table.openIndexes() && table.addTags(added);
+  });
 }
 
 ExitCode expr(const Invocation& call) {
@@ -278,6 +294,10 @@ constexpr Operand memoOperands[] = {
     directoryOperand, oneTable, {.name = "FIELD", .help = "A memo field."}};
 constexpr Option checkOptions[] = {
     {.names = "--limit", .value = "N", .help = "How many faults of a table to list; 100 without."}};
+constexpr Option reindexOptions[] = {{.names = "--tag",
+                                      .value = "NAME=EXPR",
+                                      .help = "Add a tag on an expression to those that there are.",
+                                      .repeatable = true}};
 constexpr Option exprOptions[] = {
     {.names = "--deleted", .help = "Take the records that are marked deleted as well."}};
 constexpr Option memoOptions[] = {
@@ -336,8 +356,10 @@ constexpr Command commands[] = {
      .summary = "build the tags of tables anew",
      .description = "Builds all tags of a table, or of all tables of a directory, anew from the "
                     "records.",
+     .options = reindexOptions,
      .operands = tableOperands,
-     .example = LOOM_EXAMPLE_TABLE "$ loom xbase reindex . parts\nparts: indexed\n",
+     .example = LOOM_EXAMPLE_TABLE "$ loom xbase reindex --tag 'NAME=UPPER(NAME)' . parts\n"
+                                   "parts: indexed\n",
      .exits = tableExits,
      .run = reindex},
     {.name = "expr",
