@@ -20,6 +20,9 @@
 #include <vector>
 
 #include "loomkit/loomkit.h"
+#ifdef LOOMKIT_BENCH_STORE
+#include "tessel/writer.h"
+#endif
 
 namespace {
 
@@ -348,6 +351,56 @@ Job lookUpRaw(int rows) {
 }
 #endif
 
+#ifdef LOOMKIT_BENCH_STORE
+std::string buildStore(const std::string& name, int rows) {
+  const std::string path = fileOf(name);
+  GTesselWriter writer(path);
+  GDbStructure fields = structure();
+  fields.addIndex(GDbIndex("by name", "name", true, false));
+  require(writer.beginTable("t", fields) == GDbNoError);
+  for (int i = 0; i < rows; ++i) {
+    GDbRecordSet set;
+    auto* record = new GDbRecord;
+    set.addRecord(record);
+    record->addIntField(i);
+    record->addStringField(nameOf(i));
+    record->addFloatField(i * 0.25);
+    require(writer.addRecord(*record) == GDbNoError);
+  }
+  require(writer.endTable() == GDbNoError && writer.commit() == GDbNoError);
+  return path;
+}
+
+std::string storeOf(int rows) {
+  const std::string name = "rows" + std::to_string(rows) + ".tessel";
+  return "tessel:" + (fs::exists(fileOf(name)) ? fileOf(name) : buildStore(name, rows));
+}
+
+Job buildStoreAgain(int rows) {
+  return [rows] { buildStore("again.tessel", rows); };
+}
+
+Job openStore(int rows) {
+  return [locator = storeOf(rows)] { Table(locator, "t"); };
+}
+
+Job scanStore(int rows) {
+  return [table = std::make_shared<Table>(storeOf(rows), "t"), rows] {
+    require(table->scan() == rows);
+  };
+}
+
+Job lookUpStore(int rows) {
+  auto table = std::make_shared<Table>(storeOf(rows), "t");
+  table->scan();
+  for (int i = 0; i < rows; ++i) table->lookUp(GDbKey(1, nameOf(i).c_str()));
+  return [table, rows, random = std::mt19937(1)]() mutable {
+    const auto row = static_cast<int>(random() % static_cast<unsigned>(rows));
+    table->lookUp(GDbKey(1, nameOf(row).c_str()));
+  };
+}
+#endif
+
 // --- the table of works --------------------------------------------------------------
 
 struct Work {
@@ -381,6 +434,12 @@ const Work works[] = {
     {"sqlite/look up", "row", 100, 1000000, false, lookUpSqlite},
 #ifdef LOOMKIT_PEER_SQLITE
     {"sqlite/look up, raw", "row", 100, 1000000, false, lookUpRaw},
+#endif
+#ifdef LOOMKIT_BENCH_STORE
+    {"table store/build", "row", 100, 10000000, true, buildStoreAgain},
+    {"table store/scan", "row", 100, 10000000, true, scanStore},
+    {"table store/look up a text", "row", 100, 10000000, false, lookUpStore},
+    {"table store/open", "row", 100, 10000000, false, openStore},
 #endif
 };
 

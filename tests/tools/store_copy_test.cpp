@@ -68,6 +68,35 @@ TEST_F(StoreCopy, AddsATableToTheOnesThatAreThere) {
       << "its index is kept";
 }
 
+TEST_F(StoreCopy, AnIndexOnColumnsThatHaveOneIsNoSecond) {
+  ASSERT_EQ(copy("--index c1 --index c2 csv:. wood tessel:old.tessel").code, 0);
+  ASSERT_EQ(copy("--index c2:unique --index c1 --index c2,c1 --index c2,c1 tessel:old wood "
+                 "tessel:s.tessel")
+                .code,
+            0);
+  const std::string info = shell("loom tessel info " + folder + "/s.tessel").out;
+  const std::size_t begin = info.find("  index on");
+  ASSERT_NE(begin, std::string::npos) << info;
+  EXPECT_EQ(info.substr(begin, info.rfind('\n', info.size() - 2) - begin + 1),
+            "  index on c1  hashed, 32 bytes\n"
+            "  unique index on c2  hashed, 32 bytes\n"
+            "  index on c2,c1  hashed, 32 bytes\n");
+}
+
+TEST_F(StoreCopy, AStoreThatCannotBeOpenedSaysWhy) {
+  const Ended ended = shell("cd " + folder +
+                            " && mkdir dir && mkfifo pipe && ln -s loop loop && echo 1 > text;"
+                            " for file in dir pipe loop text none; do loom tessel info $file; "
+                            "echo $?; done");
+  EXPECT_EQ(ended.out, "3\n3\n3\n3\n3\n");
+  EXPECT_EQ(ended.err,
+            "loom: dir: not a table store (is a directory)\n"
+            "loom: pipe: cannot be read (is no regular file)\n"
+            "loom: loop: cannot be read (Too many levels of symbolic links)\n"
+            "loom: text: not a table store\n"
+            "loom: none: there is no such file\n");
+}
+
 TEST_F(StoreCopy, LeavesTheFileAloneWhenItHasSuchATable) {
   ASSERT_EQ(copy("csv:. wood tessel:s.tessel").code, 0);
   const std::string before = readFile(folder + "/s.tessel");

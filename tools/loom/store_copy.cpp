@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "store_copy.h"
 
+#include <algorithm>
 #include <memory>
 
 #include "command.h"
@@ -52,13 +53,26 @@ void keepTables(const std::string& locator, const std::string& path, GTesselWrit
   }
 }
 
-void addIndexes(const std::vector<std::string>& indexes, GDbStructure* structure) {
-  for (std::string columns : indexes) {
-    const bool unique = columns.size() >= uniqueMark.size() &&
-                        columns.substr(columns.size() - uniqueMark.size()) == uniqueMark;
-    if (unique) columns.erase(columns.size() - uniqueMark.size());
-    structure->addIndex(GDbIndex(columns, columns, unique, false));
-  }
+// Adds an index that was asked for, as COLUMN,...[:unique]. One that is there on the
+// same columns serves both, and is unique if one of them is.
+void addIndex(std::string columns, std::vector<GDbIndex>* indexes) {
+  const bool unique = columns.ends_with(uniqueMark);
+  if (unique) columns.erase(columns.size() - uniqueMark.size());
+  const auto same = std::find_if(indexes->begin(), indexes->end(), [&](const GDbIndex& index) {
+    return index.getColumns() == columns;
+  });
+  if (same == indexes->end())
+    indexes->emplace_back(columns, columns, unique, false);
+  else if (unique)
+    *same = GDbIndex(same->getName(), columns, true, false);
+}
+
+std::vector<GDbIndex> indexesOf(const CopyJob& job) {
+  std::vector<GDbIndex> indexes = job.shape.indexes;
+  if (!job.shape.primaryKey.empty())
+    indexes.emplace_back("primary", gJoin(",", job.shape.primaryKey), true, false);
+  for (const std::string& columns : job.storeIndexes) addIndex(columns, &indexes);
+  return indexes;
 }
 
 }  // namespace
@@ -67,10 +81,7 @@ unsigned long copyToStore(const CopyJob& job) {
   const std::unique_ptr<RowSource> source = job.open();
   const std::string path = storePath(job.locator);
   GDbStructure structure = structureOf(*source);
-  for (const GDbIndex& index : job.shape.indexes) structure.addIndex(index);
-  if (!job.shape.primaryKey.empty())
-    structure.addIndex(GDbIndex("primary", gJoin(",", job.shape.primaryKey), true, false));
-  addIndexes(job.storeIndexes, &structure);
+  for (const GDbIndex& index : indexesOf(job)) structure.addIndex(index);
   GTesselWriter writer(path);
   keepTables(job.locator, path, &writer);
   requireWritten(writer, writer.beginTable(job.name, structure));

@@ -5,6 +5,7 @@
 #include "families.h"
 #include "json_writer.h"
 #include "progress_bar.h"
+#include "readable_file.h"
 #include "tessel/inspector.h"
 #include "visible_text.h"
 
@@ -17,6 +18,14 @@ void requireStore(const GTesselInspector& inspector, GDbStatus status) {
   if (status == GDbNoError) return;
   throw Failure(inspector.isDamaged() ? ExitCode::damaged : ExitCode::cannotOpen,
                 inspector.getErrMsg());
+}
+
+void openStore(const std::string& path, GTesselInspector* inspector) {
+  const GDbStatus status = inspector->open(path);
+  const std::string reason = status != GDbNoError ? whyUnreadable(path) : "";
+  if (!reason.empty())
+    throw Failure(ExitCode::cannotOpen, inspector->getErrMsg() + " (" + reason + ")");
+  requireStore(*inspector, status);
 }
 
 void printTable(JsonWriter& json, const GTesselInspector::Table& table) {
@@ -48,7 +57,7 @@ void printTable(const GTesselInspector::Table& table) {
 
 ExitCode info(const Invocation& call) {
   GTesselInspector inspector;
-  requireStore(inspector, inspector.open(call.operand("FILE")));
+  openStore(call.operand("FILE"), &inspector);
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("size").value(inspector.getFileSize()).key("tables").beginArray();
@@ -63,7 +72,7 @@ ExitCode info(const Invocation& call) {
 
 ExitCode check(const Invocation& call) {
   GTesselInspector inspector;
-  requireStore(inspector, inspector.open(call.operand("FILE")));
+  openStore(call.operand("FILE"), &inspector);
   ProgressBar bar("check", 0);
   const GDbStatus status =
       inspector.check([&](std::uint64_t done, std::uint64_t total) { bar.show(done, total); });
