@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: MIT
+// loom db copy into xBase tables: another program reads what it wrote, and what the format
+// cannot hold is refused by row and column.
+#include <gmock/gmock.h>
+
+#include "run_program.h"
+
+namespace {
+
+using namespace loomkit::testing;
+
+TEST(XBaseCopy, TakesWidthsAndDecimalsFromTheValues) {
+  const std::string folder = newFolder();
+  writeFile(folder + "/parts.csv", "1;bolt;2.5\n-20;screw nut;10.125\n3;;7\n");
+  const Ended ended = shell("cd " + folder +
+                            " && loom db copy csv:. parts xbase:."
+                            " && loom xbase info . parts && loom xbase check . parts"
+                            " && dbfdump parts.dbf | tail -n +2 | tr -s ' '");
+  EXPECT_EQ(ended, (Ended{0,
+                          "3 records\n"
+                          "parts: 3 records of 19 bytes, version 3\n"
+                          "  field C1 N(3)\n  field C2 C(9)\n  field C3 F(6,3)\n"
+                          "  tag C1 on STR(C1,3,0)\n"
+                          "parts: whole\n"
+                          " 1 bolt 2.500 \n-20 screw nut 10.125 \n 3 (NULL) 7.000 \n",
+                          ""}));
+}
+
+TEST(XBaseCopy, RefusesWhatAFieldCannotHoldAndLeavesNothingBehind) {
+  const struct {
+    const char* type;
+    const char* first;
+    const char* second;
+    const char* reason;
+  } rows[] = {
+      {"INTEGER", "0", "NULL", "cannot hold NULL"},
+      {"INTEGER", "0", "3000000000", "cannot hold an integer, 3000000000"},
+      {"INTEGER", "0", "'x'", "cannot hold a text, x"},
+      {"DOUBLE", "0", "1e30", "cannot hold a number, 1e+30"},
+      {"DOUBLE", "0", "9e999", "cannot hold a number, inf"},
+      {"TEXT", "''", "'ab '", "cannot hold a text, ab "},
+      {"TEXT", "''", "x'00'", "cannot hold a blob, 00"},
+  };
+  const std::string folder = newFolder();
+  for (const auto& row : rows) {
+    const std::string make = std::string("CREATE TABLE t (a ") + row.type +
+                             ", ok INTEGER); INSERT INTO t VALUES (" + row.first + ", 1), (" +
+                             row.second + ", 2);";
+    const Ended ended = shell("cd " + folder + " && rm -f s.db && sqlite3 s.db \"" + make +
+                              "\" && loom db copy sqlite3:s.db t xbase:.; echo $?; ls");
+    EXPECT_EQ(ended, (Ended{0, "6\ns.db\n",
+                            std::string("loom: t: row 2, column a: ") + row.reason + "\n"}))
+        << row.second;
+  }
+}
+
+}  // namespace
