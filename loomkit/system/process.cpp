@@ -23,7 +23,7 @@ struct PipeEnds {
 
 }  // namespace
 
-struct GProcess::Data {
+struct LOOMKIT_LOCAL GProcess::Data {
   platform::ChildProcess child;
   int stdInWrite = -1;
   std::optional<loomkit::ProcessPipe> stdInPipe, stdOutPipe, stdErrPipe;

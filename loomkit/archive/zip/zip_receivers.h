@@ -9,7 +9,7 @@
 #include "loomkit/archive/zip/zip_reader.h"
 
 /// Writes to a stream that it does not own.
-class GZipReader::StreamOutput : public GZipReader::Output {
+class LOOMKIT_LOCAL GZipReader::StreamOutput : public GZipReader::Output {
  public:
   StreamOutput(std::ostream* stream, bool convertLineEnds);
   bool write(const char* data, unsigned int size) override;
@@ -21,7 +21,7 @@ class GZipReader::StreamOutput : public GZipReader::Output {
 };
 
 /// Gathers the bytes in one block.
-class GZipReader::BufferOutput : public GZipReader::Output {
+class LOOMKIT_LOCAL GZipReader::BufferOutput : public GZipReader::Output {
  public:
   /// `plausible` is the most that the archive can deliver, judged by its own size.
   /// A member that claims more gets its memory only as its bytes come.

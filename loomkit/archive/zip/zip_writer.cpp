@@ -24,7 +24,7 @@ GZipWriter::Input::Input() = default;
 GZipWriter::Input::~Input() = default;
 
 /// Reads from a stream's buffer, so that its state stays as it is.
-class GZipWriter::StreamInput : public GZipWriter::Input {
+class LOOMKIT_LOCAL GZipWriter::StreamInput : public GZipWriter::Input {
  public:
   explicit StreamInput(std::istream* stream) : source(stream) {}
   unsigned int read(char* buffer, unsigned int size) override {
@@ -45,7 +45,7 @@ class GZipWriter::StreamInput : public GZipWriter::Input {
   std::istream* source;
 };
 
-class GZipWriter::BufferInput : public GZipWriter::Input {
+class LOOMKIT_LOCAL GZipWriter::BufferInput : public GZipWriter::Input {
  public:
   BufferInput(const char* data, unsigned int size) : next(data), left(size) {}
   unsigned int read(char* buffer, unsigned int size) override {
