@@ -8,6 +8,8 @@
 #include <atomic>
 #include <string>
 
+#include "loomkit/platform/random_access.h"
+
 namespace loomkit::platform {
 
 /// What may be different for a file that is to take another's place.
@@ -44,6 +46,15 @@ int createReplacement(const std::string& target, const ReplacementOptions& optio
 /// Brings the file to the disk and gives it the target's name. On failure the
 /// target is as it was, and the file is gone. Either way it is closed.
 int commitReplacement(Replacement* replacement);
+
+/// What became of a target that was open.
+enum class ReplacedFile { done, notOpened, notReplaced };
+
+/// commitReplacement() for a target that this process has open for reading and writing,
+/// as `*handle` of random_access.h. Then `*handle` is the new file, opened with `share`.
+/// On failure it is the old one still, or -1 where the system wants a file closed before
+/// another takes its place, and does not open it again.
+ReplacedFile replaceOpenFile(Replacement* replacement, ShareMode share, int* handle);
 
 /// Closes and deletes the file; the target stays as it is.
 void discardReplacement(Replacement* replacement);

@@ -4,7 +4,6 @@
 #include <new>
 
 #include "loomkit/platform/hul.h"
-#include "loomkit/platform/random_access.h"
 #include "loomkit/platform/replacement.h"
 #include "loomkit/text/binary.h"
 #include "loomkit/xbase/codes.h"
@@ -62,22 +61,10 @@ class Scratch {
     return ok;
   }
 
-  // Puts the scratch file in the table's place. A handle on it is opened before
-  // it has the table's name, since afterwards nothing must fail.
+  // Puts the scratch file in the table's place.
   int commit() {
-    int result = drain();
-    if (result < 0) return result;
-    int handle = -1;
-    const platform::ShareMode share =
-        data.engine->exclusive ? platform::ShareMode::none : platform::ShareMode::readWrite;
-    if (!platform::openRandomAccess(replacement.path, platform::OpenMode::readWrite, share,
-                                    &handle))
-      return failed(data, errorOpening);
-    if (platform::commitReplacement(&replacement) < 0) {
-      platform::closeFile(handle);
-      return failed(data, errorRenaming);
-    }
-    return data.file.adopt(handle);
+    const int result = drain();
+    return result < 0 ? result : data.file.become(&replacement);
   }
 
  private:

@@ -54,12 +54,13 @@ int File::create(const std::string& newPath) {
   return fail(*engine, errorCreating, engine->report.create, fileNameLine(path).c_str());
 }
 
-int File::adopt(int newHandle) {
-  const int old = handle;
+int File::become(platform::Replacement* replacement) {
+  const platform::ReplacedFile result =
+      platform::replaceOpenFile(replacement, shareMode(*engine), &handle);
+  if (result == platform::ReplacedFile::notOpened) return failed(errorOpening);
+  if (result == platform::ReplacedFile::notReplaced) return failed(errorRenaming);
   forget();
-  const int result = start(newHandle);
-  platform::closeFile(old);  // nothing of it is of interest any more
-  return result;
+  return start(handle);
 }
 
 int File::start(int newHandle) {

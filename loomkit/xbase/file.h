@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "loomkit/platform/replacement.h"
 #include "loomkit/xbase/slot_table.h"
 
 namespace loomkit::xbase {
@@ -43,9 +44,9 @@ class File {
   /// no memory to write is lost, and the code is errorMemory.
   int close();
 
-  /// Goes over to another open file, `newHandle` of the platform floor, which
-  /// becomes this object's. What was not written to the old one is forgotten.
-  int adopt(int newHandle);
+  /// Has another file take this one's place, and goes over to it. What was not
+  /// written to the old one is forgotten. errorOpening, errorRenaming.
+  int become(platform::Replacement* replacement);
 
   [[nodiscard]] bool isOpen() const { return handle >= 0; }
   [[nodiscard]] bool isReadOnly() const { return readOnly; }

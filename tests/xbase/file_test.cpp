@@ -4,7 +4,8 @@
 #include <filesystem>
 #include <random>
 
-#include "loomkit/platform/random_access.h"
+#include "loomkit/platform/hul.h"
+#include "loomkit/platform/replacement.h"
 #include "tests/xbase/engine_fixture.h"
 
 namespace loomkit::xbase {
@@ -142,18 +143,34 @@ TEST_F(XBaseFile, DoesNothingWhileAnErrorStands) {
   EXPECT_EQ(file.length(), 0U);
 }
 
-TEST_F(XBaseFile, TakesOverAnotherOpenFileAndForgetsWhatItHadToWrite) {
+TEST_F(XBaseFile, IsReplacedWhileItIsOpenAndForgetsWhatItHadToWrite) {
+  for (const bool exclusive : {false, true}) {
+    engine.exclusive = exclusive;
+    File file(engine);
+    ASSERT_EQ(file.open(scratch.write("f", "old content")), ok);
+    ASSERT_EQ(file.writeAt(0, "OLD", 3), ok);
+    platform::Replacement replacement;
+    ASSERT_EQ(platform::createReplacement(scratch / "f", &replacement), 0);
+    ASSERT_EQ(hulWrite(replacement.handle, "new", 3, nullptr), 0);
+    ASSERT_EQ(file.become(&replacement), ok);
+    EXPECT_EQ(file.length(), 3U);
+    EXPECT_EQ(readBack(&file, 0, 9), "new");
+    ASSERT_EQ(file.writeAt(3, "er", 2), ok);
+    ASSERT_EQ(file.close(), ok);
+    EXPECT_EQ(scratch.read("f"), "newer");
+  }
+}
+
+TEST_F(XBaseFile, StaysWhatItIsWhenItCannotBeReplaced) {
   File file(engine);
-  ASSERT_EQ(file.open(scratch.write("old", "old content")), ok);
-  ASSERT_EQ(file.writeAt(0, "OLD", 3), ok);
-  int other = -1;
-  ASSERT_TRUE(platform::openRandomAccess(scratch.write("new", "new"), platform::OpenMode::readWrite,
-                                         platform::ShareMode::readWrite, &other));
-  ASSERT_EQ(file.adopt(other), ok);
-  EXPECT_EQ(file.length(), 3U);
-  EXPECT_EQ(readBack(&file, 0, 9), "new");
-  ASSERT_EQ(file.close(), ok);
-  EXPECT_EQ(scratch.read("old"), "old content");
+  ASSERT_EQ(file.open(scratch.write("f", "old content")), ok);
+  platform::Replacement replacement;
+  ASSERT_EQ(platform::createReplacement(scratch / "f", &replacement), 0);
+  std::filesystem::remove(replacement.path);
+  EXPECT_EQ(file.become(&replacement), errorOpening);
+  EXPECT_EQ(takeError(), errorOpening);
+  platform::discardReplacement(&replacement);
+  EXPECT_EQ(readBack(&file, 0, 3), "old");
 }
 
 struct CacheShape {

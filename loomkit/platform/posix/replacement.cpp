@@ -44,15 +44,6 @@ std::string candidateName(const std::string& directory) {
   return (directory == "." ? std::string() : directory) + name;
 }
 
-// A file system that cannot sync says so. That is no failure: it offers no more.
-bool syncFile(int handle) {
-  while (::fsync(handle) != 0) {
-    if (errno == EINVAL || errno == ENOTSUP) return true;
-    if (errno != EINTR) return false;
-  }
-  return true;
-}
-
 // Closes the file and gives `status`, or that of the closing if it was good.
 int closeKeeping(int status, int handle) {
   if (status == 0) return hulClose(handle);
@@ -159,6 +150,20 @@ int commitReplacement(Replacement* replacement) {
   forgetUnfinished(&replacement->record);
   if (sync) syncDirectory(directory);
   return 0;
+}
+
+ReplacedFile replaceOpenFile(Replacement* replacement, ShareMode share, int* handle) {
+  // Opened before it has the target's name, since afterwards nothing must fail.
+  int opened = -1;
+  if (!openRandomAccess(replacement->path, OpenMode::readWrite, share, &opened))
+    return ReplacedFile::notOpened;
+  if (commitReplacement(replacement) < 0) {
+    const KeepErrno reason;
+    closeFile(opened);
+    return ReplacedFile::notReplaced;
+  }
+  closeFile(std::exchange(*handle, opened));  // nothing of it is of interest any more
+  return ReplacedFile::done;
 }
 
 void discardReplacement(Replacement* replacement) {

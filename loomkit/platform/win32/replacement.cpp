@@ -141,6 +141,16 @@ int commitReplacement(Replacement* replacement) {
   return status;
 }
 
+// A file that is open cannot be replaced, not even by who has opened it.
+ReplacedFile replaceOpenFile(Replacement* replacement, ShareMode share, int* handle) {
+  closeFile(std::exchange(*handle, -1));
+  const bool replaced = commitReplacement(replacement) == 0;
+  const KeepLastError reason;
+  const bool opened = openRandomAccess(replacement->target, OpenMode::readWrite, share, handle);
+  if (!replaced) return ReplacedFile::notReplaced;
+  return opened ? ReplacedFile::done : ReplacedFile::notOpened;
+}
+
 void discardReplacement(Replacement* replacement) {
   if (replacement->handle < 0) return;
   const KeepLastError reason;
