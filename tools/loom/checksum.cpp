@@ -1,26 +1,24 @@
 // SPDX-License-Identifier: MIT
 #include "checksum.h"
 
-#include <nettle/sha2.h>
-
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <vector>
 
 #include "loomkit/system/crc32_stream.h"
 #include "loomkit/system/md5.h"
+#include "sha2.h"
 
 namespace loom {
 
 namespace {
 
-std::string hexOf(const std::uint8_t* bytes, std::size_t size) {
+std::string hexOf(const std::vector<std::uint8_t>& bytes) {
   constexpr char digits[] = "0123456789abcdef";
   std::string text;
-  for (std::size_t i = 0; i < size; ++i) {
-    text += digits[bytes[i] >> 4];
-    text += digits[bytes[i] & 15];
+  for (const std::uint8_t byte : bytes) {
+    text += digits[byte >> 4];
+    text += digits[byte & 15];
   }
   return text;
 }
@@ -52,36 +50,14 @@ class Crc32 {
   GCRC32Stream crc;
 };
 
-class Sha256 {
+template <Sha2::Kind kind>
+class Sha {
  public:
-  Sha256() { sha256_init(&state); }
-  void update(const char* data, std::size_t size) {
-    sha256_update(&state, size, reinterpret_cast<const std::uint8_t*>(data));
-  }
-  std::string result() {
-    std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest;
-    sha256_digest(&state, digest.size(), digest.data());
-    return hexOf(digest.data(), digest.size());
-  }
+  void update(const char* data, std::size_t size) { sha.update(data, size); }
+  std::string result() { return hexOf(sha.digest()); }
 
  private:
-  sha256_ctx state;
-};
-
-class Sha512 {
- public:
-  Sha512() { sha512_init(&state); }
-  void update(const char* data, std::size_t size) {
-    sha512_update(&state, size, reinterpret_cast<const std::uint8_t*>(data));
-  }
-  std::string result() {
-    std::array<std::uint8_t, SHA512_DIGEST_SIZE> digest;
-    sha512_digest(&state, digest.size(), digest.data());
-    return hexOf(digest.data(), digest.size());
-  }
-
- private:
-  sha512_ctx state;
+  Sha2 sha{kind};
 };
 
 // The checksum of everything that `in` gives; nothing if it cannot be read to
@@ -101,8 +77,8 @@ std::optional<std::string> sumOf(std::istream& in) {
 constexpr ChecksumKind kinds[] = {
     {"--md5", "md5", "MD5", 32, sumOf<Md5>},
     {"--crc32", "crc32", "CRC32", 8, sumOf<Crc32>},
-    {"--sha256", "sha256", "SHA256", 64, sumOf<Sha256>},
-    {"--sha512", "sha512", "SHA512", 128, sumOf<Sha512>},
+    {"--sha256", "sha256", "SHA256", 64, sumOf<Sha<Sha2::Kind::sha256>>},
+    {"--sha512", "sha512", "SHA512", 128, sumOf<Sha<Sha2::Kind::sha512>>},
 };
 
 template <typename Fits>

@@ -67,9 +67,13 @@ std::string inColumns(std::uint64_t compressed, std::uint64_t uncompressed, std:
 std::string details(const GzipListing& listing) {
   const std::time_t time = listing.time;
   std::tm parts{};
+  char month[16] = "";
   char date[32] = "";
-  if (localtime_r(&time, &parts) != nullptr)
-    std::strftime(date, sizeof date, "%b %e %H:%M", &parts);
+  if (localtime_r(&time, &parts) != nullptr) {
+    std::strftime(month, sizeof month, "%b", &parts);
+    std::snprintf(date, sizeof date, "%.15s %2d %02d:%02d", month, parts.tm_mday, parts.tm_hour,
+                  parts.tm_min);
+  }
   char text[64];
   std::snprintf(text, sizeof text, "defla %08x %s ", listing.crc, date);
   return text;

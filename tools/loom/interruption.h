@@ -19,6 +19,10 @@ void noteInterrupts();
 /// called for at most four of them; a second time for one of them is no harm.
 void addCleanup(void (*cleanup)());
 
+/// Deletes the files that are not complete and calls what addCleanup() was given. Does
+/// only what a signal handler may.
+void cleanUp();
+
 }  // namespace loom
 
 #endif  // LOOM_INTERRUPTION_H

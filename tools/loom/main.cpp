@@ -8,6 +8,7 @@
 #include "command_line.h"
 #include "console.h"
 #include "interruption.h"
+#include "terminal.h"
 
 namespace {
 
@@ -45,6 +46,7 @@ ExitCode run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  loom::prepareStandardStreams();
   loom::cleanUpOnSignals();
   loom::ConsoleOutput channel;
   GOutput* const previous = gOutput;

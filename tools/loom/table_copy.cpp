@@ -91,7 +91,7 @@ class SqlTarget : public Target {
   }
 
   void flush() override {
-    const unsigned long before = source.number() - count;
+    const unsigned long before = source.number() - static_cast<unsigned long>(count);
     unsigned long bound = 0;
     const GDbStatus status = statement.execMany(static_cast<unsigned>(count), [&](unsigned i) {
       bound = i + 1;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What loom asks of the machine beside the C++ library. posix/ holds the answer.
+// What loom asks of the machine beside the C++ library. posix/ and win32/ hold the answers.
 #ifndef LOOM_TERMINAL_H
 #define LOOM_TERMINAL_H
 
@@ -11,6 +11,10 @@ namespace loom {
 
 /// The three standard streams.
 enum class StandardStream { input = 0, output = 1, error = 2 };
+
+/// Makes the streams carry bytes as they are, and terminals understand UTF-8; to be called
+/// first of all.
+void prepareStandardStreams();
 
 /// True when a person sits at the other end of the stream.
 [[nodiscard]] bool isTerminal(StandardStream stream);

@@ -3,10 +3,7 @@
 
 #include <signal.h>
 
-#include <array>
 #include <atomic>
-
-#include "loomkit/streams/atomic_file.h"
 
 namespace loom {
 
@@ -16,16 +13,10 @@ namespace {
 constexpr int endingSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE,
                                  SIGTERM, SIGXCPU, SIGXFSZ, SIGALRM};
 
-using Cleanup = void (*)();
-std::array<std::atomic<Cleanup>, 4> cleanups{};
 std::atomic<bool> interrupted{false};
 
 void handle(int number) {
-  GAtomicFile::discardAll();
-  for (const std::atomic<Cleanup>& entry : cleanups) {
-    const Cleanup cleanup = entry.load();
-    if (cleanup != nullptr) cleanup();
-  }
+  cleanUp();
   // The signal's own effect, which takes place when this function returns: the
   // shell is to see what has ended the process.
   ::signal(number, SIG_DFL);
@@ -54,12 +45,5 @@ void noteInterrupts() {
 }
 
 bool takeInterrupt() { return interrupted.exchange(false); }
-
-void addCleanup(void (*cleanup)()) {
-  for (std::atomic<Cleanup>& entry : cleanups) {
-    Cleanup empty = nullptr;
-    if (entry.compare_exchange_strong(empty, cleanup) || empty == cleanup) return;
-  }
-}
 
 }  // namespace loom

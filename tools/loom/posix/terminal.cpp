@@ -27,6 +27,8 @@ void showAgain() {
 
 }  // namespace
 
+void prepareStandardStreams() {}
+
 bool isTerminal(StandardStream stream) { return isatty(static_cast<int>(stream)) == 1; }
 
 std::size_t terminalWidth(StandardStream stream) {
