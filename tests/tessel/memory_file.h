@@ -4,14 +4,20 @@
 #ifndef LOOMKIT_TESTS_TESSEL_MEMORY_FILE_H
 #define LOOMKIT_TESTS_TESSEL_MEMORY_FILE_H
 
+#if __has_include(<sys/mman.h>)
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
 
 #include <cstdlib>
 #include <string>
 #include <string_view>
 
+#include "../scratch_directory.h"
+
 namespace loomkit::testing {
+
+#if __has_include(<sys/mman.h>)
 
 class MemoryFile {
  public:
@@ -33,6 +39,22 @@ class MemoryFile {
  private:
   int handle;
 };
+
+#else  // one on the disk, where there are no others
+
+class MemoryFile {
+ public:
+  /// Gives the file this content and returns its path.
+  [[nodiscard]] std::string write(std::string_view content) const {
+    directory.write("file", std::string(content));
+    return directory / "file";
+  }
+
+ private:
+  ScratchDirectory directory;
+};
+
+#endif
 
 }  // namespace loomkit::testing
 

@@ -38,6 +38,15 @@ inline int setenv(const char* name, const char* value, int /*overwrite*/) {
 
 inline int unsetenv(const char* name) { return ::_putenv_s(name, ""); }
 
+inline int mkdir(const char* path, int /*rights*/) { return ::_mkdir(path); }
+
+// A file that may not be written is refused to everybody, as it is not to the superuser.
+inline unsigned geteuid() { return 1; }
+
+// For tests that are built and not run.
+inline int mkfifo(const char* /*path*/, int /*rights*/) { return -1; }
+inline int symlink(const char* /*target*/, const char* /*path*/) { return -1; }
+
 inline std::size_t malloc_usable_size(void* memory) { return ::_msize(memory); }
 
 #endif  // LOOMKIT_TESTS_WINDOWS_POSIX_CALLS_H

@@ -27,7 +27,7 @@ class KeySorterTest : public IndexTest {
 
   void expectSorted(std::size_t count, std::size_t keyLength, std::size_t prefix,
                     std::size_t leastRuns) {
-    std::mt19937 random(count);
+    std::mt19937 random(static_cast<unsigned>(count));
     std::vector<Entry> entries;
     KeySorter sorter(engine, keyLength, scratch.path());
     sorter.reserve(count);

@@ -127,7 +127,7 @@ class KeyTreeWorkload : public ::testing::TestWithParam<Workload> {};
 
 TEST_P(KeyTreeWorkload, EqualsASortedSet) {
   const Workload& load = GetParam();
-  std::mt19937 random(load.keyLength);
+  std::mt19937 random(static_cast<unsigned>(load.keyLength));
   TreeFile file(load.keyLength, load.pad);
   Model model;
   for (int i = 0; i < load.steps; ++i) {
