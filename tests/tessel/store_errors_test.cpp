@@ -119,6 +119,19 @@ TEST_F(StoreErrors, AFileThatIsCutWhileItIsOpen) {
   EXPECT_EQ(database->openTable("one", nullptr, &other), GDbIoError);
 }
 
+TEST_F(StoreErrors, AFileThatGrowsWhileItIsOpen) {
+  const DatabaseOwner database = openDb("tessel:" + path);
+  const TableOwner table = openTable(database, "all");
+  scratch.write("s.tessel", scratch.read("s.tessel") + std::string(100000, 'x'));
+  GDbRecordSet set;
+  EXPECT_EQ(table->lookupKey(GDbKey(1, 300), &set), GDbNoError) << "what it had is still there";
+  EXPECT_EQ(set.getNumRecords(), 1U);
+  GDbTable* other = nullptr;
+  EXPECT_EQ(database->openTable("one", nullptr, &other), GDbIoError);
+  EXPECT_EQ(tsl_get_error(), 3);
+  EXPECT_EQ(open("s.tessel"), Result(GDbIoError, 4)) << "longer than its header tells";
+}
+
 TEST_F(StoreErrors, AHandleOfADatabaseThatIsNone) {
   for (const int handle : {-1, -7, 12345, INT_MAX, INT_MIN}) {
     EXPECT_EQ(tsl_close_database(handle), -1);
