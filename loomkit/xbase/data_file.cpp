@@ -125,8 +125,8 @@ int openMemo(DataFile& data) {
 int readHeader(DataFile& data) {
   unsigned char bytes[dbf::header::size];
   std::size_t got = 0;
-  int result = data.file.readAt(0, bytes, sizeof bytes, &got);
-  if (result < 0) return result;
+  // What cannot be read is no table, whatever the reason.
+  if (data.file.readAt(0, bytes, sizeof bytes, &got) < 0) return refuse(data, errorNotATable);
   const RecordReader header(bytes, got);
   data.version = header.get(dbf::header::version);
   data.headerLength = header.get(dbf::header::headerLength);
@@ -138,8 +138,9 @@ int readHeader(DataFile& data) {
       data.headerLength > data.file.length())
     return refuse(data, errorNotATable);
   std::string area(data.headerLength - dbf::header::size, '\0');
-  result = data.file.readAll(dbf::header::size, area.data(), area.size());
-  if (result == ok) result = readDescriptors(data, area);
+  if (data.file.readAll(dbf::header::size, area.data(), area.size()) < 0)
+    return refuse(data, errorNotATable);
+  const int result = readDescriptors(data, area);
   if (result < 0) return result;
   data.recordCount = countRecords(data, header.get(dbf::header::recordCount));
   data.record.reserve(data.recordLength + 1);

@@ -175,6 +175,21 @@ INSTANTIATE_TEST_SUITE_P(Errors, XBaseIoFault, ::testing::Values(EIO, ENOSPC));
 
 // A creation is an opening and a lock. Whichever fails, the file is not there
 // afterwards, and its name is free again.
+// The first failing calls are those of the opening, then of the header's reading, and
+// then those of the memo file.
+TEST_F(XBaseFaults, ATableWhoseHeaderCannotBeReadIsNone) {
+  std::vector<int> codes;
+  for (int call = 1; call < 100; ++call) {
+    xbase::Engine engine;
+    engine.report = xbase::Reporting::none();
+    const IoFaults faults(IoFaults::Fail, call, EIO, 0);
+    if (xbase::openDataFile(engine, scratch / "parts.dbf") != nullptr) break;
+    if (codes.empty() || codes.back() != engine.errorCode) codes.push_back(engine.errorCode);
+  }
+  EXPECT_EQ(codes, (std::vector<int>{xbase::notOpened, xbase::errorNotATable, xbase::notOpened,
+                                     xbase::errorReading}));
+}
+
 TEST_F(XBaseFaults, ANewFileWhoseLockFailsIsNotLeftBehind) {
   int handle = -1;
   const auto create = [&] {
