@@ -231,15 +231,16 @@ Error findByRanges(BlockFile* file, const TableInfo& table, const Index& index, 
 Error findFirstEntry(BlockFile* file, const TableInfo& table, const Index& index,
                      std::uint32_t hash, std::uint32_t begin, std::uint32_t end,
                      std::uint32_t* first) {
+  namespace e = layout::entry;
   constexpr unsigned singleSteps = 8;
-  const std::uint64_t place = (std::uint64_t{hash} << index.bucketBits) & 0xffffffffU;
-  std::uint32_t at = begin + static_cast<std::uint32_t>(place * (end - begin) >> 32);
+  const std::uint64_t share = (std::uint64_t{hash} << index.bucketBits) & 0xffffffffU;
+  std::uint32_t at = begin + static_cast<std::uint32_t>(share * (end - begin) >> 32);
   if (begin < end) prefetchEntries(*file, table, index, at);
   std::uint32_t step = 0;
   for (unsigned steps = 0; begin < end; ++steps) {
-    std::uint32_t found = 0;
-    std::uint32_t row = 0;
-    const Error error = readEntry(file, table, index, at, &found, &row);
+    std::uint64_t found = 0;
+    const std::uint64_t place = index.entries + std::uint64_t{at} * e::size + e::hash.offset;
+    const Error error = readUnsigned(file, place, sizeof hash, &found);
     if (error != Error::none) return error;
     const bool below = found < hash;
     (below ? begin : end) = below ? at + 1 : at;
@@ -269,6 +270,7 @@ Error findByHash(BlockFile* file, const TableInfo& table, const Index& index, Te
     error = readEntry(file, table, index, i, &found, &row);
     if (error != Error::none || found != hash.value()) break;
     error = addIfMatching(file, table, terms, row, rows);
+    if (index.unique && !rows->empty()) break;
   }
   return error;
 }
