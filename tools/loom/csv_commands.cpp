@@ -11,6 +11,7 @@
 #include "db_host.h"
 #include "file_content.h"
 #include "json_writer.h"
+#include "path_of.h"
 #include "progress_bar.h"
 #include "row_filter.h"
 #include "table_copy.h"
@@ -57,7 +58,7 @@ void explain(const CsvFile& file, const std::string& path) {
 // The name of a table that none was given for.
 std::string tableName(const std::string& path) {
   if (path == "-") throw Failure(ExitCode::usage, "TABLE is missing: standard input has no name");
-  return std::filesystem::path(path).stem().string();
+  return pathOf(path).stem().string();
 }
 
 CsvForm csvForm(const Invocation& call) {

@@ -15,6 +15,7 @@
 #include "loomkit/db/sql/sql_query.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
+#include "path_of.h"
 #include "readable_file.h"
 #include "terminal.h"
 
@@ -289,13 +290,13 @@ void DbHost::checkArchive(const std::string& directory, const std::vector<std::s
   constexpr std::string_view archive = "zipfile=";
   constexpr std::string_view order = "order=";
   std::error_code error;
-  if (typeId != "csv" || !std::filesystem::is_directory(directory, error)) return;
+  if (typeId != "csv" || !std::filesystem::is_directory(pathOf(directory), error)) return;
   for (const std::string& option : options) {
     if (option.starts_with(order)) readsFiles = option.find("files") != std::string::npos;
     if (!option.starts_with(archive)) continue;
     hasArchive = true;
     const std::string name = option.substr(archive.size());
-    const std::filesystem::path file = std::filesystem::path(directory) / name;
+    const std::filesystem::path file = pathOf(directory) / pathOf(name);
     if (!std::filesystem::exists(file, error))
       throw Failure(ExitCode::cannotOpen, shownName + ": there is no archive '" + name + "'");
     checkFile(file);

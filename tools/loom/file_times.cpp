@@ -4,6 +4,8 @@
 #include <chrono>
 #include <filesystem>
 
+#include "path_of.h"
+
 namespace loom {
 
 namespace fs = std::filesystem;
@@ -13,7 +15,7 @@ using std::chrono::sys_seconds;
 
 std::uint32_t modificationTime(const std::string& path) {
   std::error_code error;
-  const fs::file_time_type time = fs::last_write_time(path, error);
+  const fs::file_time_type time = fs::last_write_time(pathOf(path), error);
   if (error) return 0;
   const auto since1970 =
       std::chrono::floor<seconds>(file_clock::to_sys(time)).time_since_epoch().count();
@@ -22,7 +24,7 @@ std::uint32_t modificationTime(const std::string& path) {
 
 void setModificationTime(const std::string& path, std::uint32_t time) {
   std::error_code ignored;
-  fs::last_write_time(path, file_clock::from_sys(sys_seconds(seconds(time))), ignored);
+  fs::last_write_time(pathOf(path), file_clock::from_sys(sys_seconds(seconds(time))), ignored);
 }
 
 }  // namespace loom

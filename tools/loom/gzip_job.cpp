@@ -12,6 +12,7 @@
 #include "input_file.h"
 #include "loomkit/streams/atomic_file.h"
 #include "loomkit/streams/gzip_file.h"
+#include "path_of.h"
 #include "result_stream.h"
 #include "visible_text.h"
 
@@ -39,16 +40,16 @@ ExitCode passOver(const GzipSettings& settings, const std::string& text) {
 // a file with one name.
 const char* reasonToLeave(const GzipSettings& settings, const std::string& path) {
   std::error_code error;
-  const fs::file_status status = fs::symlink_status(path, error);
-  if (fs::is_directory(fs::status(path, error))) return "is a directory";
+  const fs::file_status status = fs::symlink_status(pathOf(path), error);
+  if (fs::is_directory(fs::status(pathOf(path), error))) return "is a directory";
   if (settings.toStandardOutput || settings.work == Work::test || settings.work == Work::list)
     return nullptr;
-  if (!fs::is_regular_file(fs::status(path, error)) && fs::exists(status))
+  if (!fs::is_regular_file(fs::status(pathOf(path), error)) && fs::exists(status))
     return fs::is_symlink(status) ? nullptr : "is no regular file";
   if (settings.force) return nullptr;
   if (fs::is_symlink(status)) return "is a symbolic link (--force follows it)";
   if (settings.keep || !fs::exists(status)) return nullptr;
-  if (fs::hard_link_count(path, error) > 1) return "has other links (--force or --keep)";
+  if (fs::hard_link_count(pathOf(path), error) > 1) return "has other links (--force or --keep)";
   using fs::perms;
   if ((status.permissions() & (perms::set_uid | perms::set_gid)) != perms::none)
     return "is set-user-ID or set-group-ID (--force or --keep)";
@@ -60,7 +61,8 @@ std::string existingName(const GzipSettings& settings, const std::string& path) 
   std::error_code error;
   const std::string longer = path + settings.suffix;
   const bool only = settings.work != Work::compress && path != "-" &&
-                    !fs::exists(fs::symlink_status(path, error)) && fs::exists(longer, error);
+                    !fs::exists(fs::symlink_status(pathOf(path), error)) &&
+                    fs::exists(pathOf(longer), error);
   return only ? longer : path;
 }
 
@@ -119,7 +121,7 @@ class Target {
   bool open(const std::string& targetPath) {
     path = targetPath;
     std::error_code error;
-    if (!settings.force && fs::exists(fs::symlink_status(path, error))) {
+    if (!settings.force && fs::exists(fs::symlink_status(pathOf(path), error))) {
       complain(path + " is there already (--force replaces it)");
       return false;
     }
@@ -140,7 +142,7 @@ class Target {
     if (time != 0) setModificationTime(path, time);
     if (settings.keep || !sourceIsUsed) return ExitCode::done;
     std::error_code error;
-    if (!fs::remove(source, error) && error)
+    if (!fs::remove(pathOf(source), error) && error)
       return fail(ExitCode::cannotWrite, "cannot remove " + source + ": " + error.message());
     return ExitCode::done;
   }

@@ -7,6 +7,8 @@
 #include <memory>
 #include <string_view>
 
+#include "path_of.h"
+
 namespace loom {
 
 namespace {
@@ -35,7 +37,7 @@ std::string whyUnreadable(const fs::path& file) {
 }
 
 fs::path csvFileOf(const std::string& directory, const std::string& name) {
-  const fs::path file = fs::path(directory) / (name + ".csv");
+  const fs::path file = pathOf(directory) / pathOf(name + ".csv");
   std::error_code error;
   const fs::file_type type = fs::symlink_status(file, error).type();
   return type == fs::file_type::not_found ? fs::path() : file;
@@ -44,7 +46,7 @@ fs::path csvFileOf(const std::string& directory, const std::string& name) {
 fs::path xbaseFileOf(const std::string& directory, const std::string& name) {
   const std::string wanted = upperCased(name) + ".DBF";
   std::error_code error;
-  for (const fs::directory_entry& entry : fs::directory_iterator(directory, error))
+  for (const fs::directory_entry& entry : fs::directory_iterator(pathOf(directory), error))
     if (upperCased(entry.path().filename().string()) == wanted) return entry.path();
   return {};
 }

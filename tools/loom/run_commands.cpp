@@ -14,6 +14,7 @@
 #include "families.h"
 #include "json_writer.h"
 #include "loomkit/system/process.h"
+#include "path_of.h"
 
 namespace loom {
 
@@ -157,7 +158,7 @@ void watch(GProcess& child, ChildGroup* group, Limit* limit, bool reads, Outcome
 void requireDirectory(const std::string& directory) {
   if (directory.empty()) return;
   std::error_code error;
-  const bool there = std::filesystem::is_directory(directory, error);
+  const bool there = std::filesystem::is_directory(pathOf(directory), error);
   if (!error && !there) error = std::make_error_code(std::errc::not_a_directory);
   if (error)
     throw Failure(ownFailureCode, "cannot change to " + directory + ": " + error.message());

@@ -13,6 +13,7 @@
 #include "families.h"
 #include "json_writer.h"
 #include "loomkit/xbase/xbase.h"
+#include "path_of.h"
 #include "progress_bar.h"
 #include "visible_text.h"
 
@@ -33,7 +34,7 @@ std::string inCapitals(std::string text) {
 std::vector<fs::path> tablesOf(const std::string& directory) {
   std::error_code error;
   std::vector<fs::path> found;
-  for (fs::directory_iterator entry(directory, error), end; !error && entry != end;
+  for (fs::directory_iterator entry(pathOf(directory), error), end; !error && entry != end;
        entry.increment(error)) {
     if (inCapitals(entry->path().extension().string()) == ".DBF") found.push_back(entry->path());
   }

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "command.h"
+#include "path_of.h"
 
 namespace loom {
 
@@ -54,7 +55,7 @@ class Finder {
  private:
   static bool isSame(const std::string& a, const std::string& b) {
     std::error_code error;
-    return a == b || fs::equivalent(a, b, error);
+    return a == b || fs::equivalent(pathOf(a), pathOf(b), error);
   }
 
   void leaveOut(const std::string& path, const std::string& why) {
@@ -63,7 +64,7 @@ class Finder {
 
   // The directories on the way to an operand keep their times and rights, too.
   void addParents(const std::string& path) {
-    for (fs::path parent = fs::path(path).parent_path(); !parent.empty();) {
+    for (fs::path parent = pathOf(path).parent_path(); !parent.empty();) {
       FileFacts facts;
       std::string reason;
       const std::string name = memberNameOf(parent.string());
@@ -80,7 +81,7 @@ class Finder {
     const std::string name = memberNameOf(path);
     switch (facts.kind) {
       case FileKind::file:
-        if (fs::path(path).filename() == fs::path(archive).filename() && isSame(path, archive)) {
+        if (pathOf(path).filename() == pathOf(archive).filename() && isSame(path, archive)) {
           return leaveOut(path, "it is the archive itself");
         }
         break;
@@ -105,7 +106,8 @@ class Finder {
 
   void addContent(const std::string& directory) {
     std::error_code error;
-    for (fs::directory_iterator i(directory, error), end; !error && i != end; i.increment(error)) {
+    for (fs::directory_iterator i(pathOf(directory), error), end; !error && i != end;
+         i.increment(error)) {
       const std::string path = i->path().string();
       FileFacts facts;
       std::string reason;
@@ -128,7 +130,7 @@ class Finder {
 
 std::string memberNameOf(const std::string& path) {
   std::string name;
-  for (const fs::path& part : fs::path(path).lexically_normal().relative_path()) {
+  for (const fs::path& part : pathOf(path).lexically_normal().relative_path()) {
     const std::string text = part.string();
     if (text.empty() || text == "." || text == "..") continue;
     if (!name.empty()) name += '/';

@@ -6,6 +6,7 @@
 
 #include "../command.h"
 #include "../interruption.h"
+#include "../path_of.h"
 #include "loomkit/platform/win32/windows_api.h"
 
 namespace loom {
@@ -20,7 +21,7 @@ std::atomic<const char*> current{nullptr};
 void removeCurrent() {
   const char* const path = current.exchange(nullptr);
   std::error_code ignored;
-  if (path != nullptr) fs::remove_all(path, ignored);
+  if (path != nullptr) fs::remove_all(pathOf(path), ignored);
 }
 
 }  // namespace
@@ -35,7 +36,7 @@ TemporaryDirectory::TemporaryDirectory() {
   bool made = false;
   for (int i = 0; i < attempts && !made && !error; ++i) {
     path = start + std::to_string(i);
-    made = fs::create_directory(path, error);
+    made = fs::create_directory(pathOf(path), error);
   }
   if (!made) throw Failure(ExitCode::cannotWrite, "cannot make a directory " + path);
   current = path.c_str();
@@ -45,7 +46,7 @@ TemporaryDirectory::TemporaryDirectory() {
 TemporaryDirectory::~TemporaryDirectory() {
   current = nullptr;
   std::error_code ignored;
-  fs::remove_all(path, ignored);
+  fs::remove_all(pathOf(path), ignored);
 }
 
 }  // namespace loom
