@@ -106,12 +106,12 @@ TEST(Hul, ConvertsTextOfAnyLengthAndTakesItFromTheAllocator) {
   EXPECT_STREQ(out, "xxx");
   ::operator delete(out);
   EXPECT_LT(hulUTF8ToLocale("\xff", 1, 0, nullptr, nullptr, &out), 0);
+  EXPECT_EQ(out, nullptr);
   // A text that ends in the middle of a character spoils no other.
   EXPECT_LT(hulUTF8ToLocale("\xc3", 1, 0, nullptr, nullptr, &out), 0);
   ASSERT_EQ(hulUTF8ToLocale("\xc3\xa4", 2, 0, nullptr, nullptr, &out), 0);
   EXPECT_STREQ(out, "\xc3\xa4");
   hulFree(out);
-  EXPECT_EQ(out, nullptr);
   char name[64];
   EXPECT_EQ(hulGetLocaleParam(hulLocalCodeSet, 0, name, sizeof name), 0);
   EXPECT_NE(name[0], '\0');
