@@ -20,7 +20,7 @@ case "${1:-run}" in
   test) wanted="$run $test" ;;
   ci) wanted="$run $test $ci" ;;
   bench) wanted="$run $bench" ;;
-  windows) wanted="$run googletest $windows" ;;
+  windows) wanted="$run googletest python3 $windows" ;;
   *) echo "usage: setup.sh run|test|ci|bench|windows" >&2; exit 2 ;;
 esac
 

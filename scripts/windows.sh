@@ -34,6 +34,8 @@ for preset in win64 win32; do
   logged cmake -S "$here" --preset "$preset"
   logged cmake --build "$here/build/$preset"
 done
+logged python3 "$here/tests/house/check_exports.py" "$here/build/win64/loomkit/loomkit.dll" \
+  "$here/tests/house/exported_symbols.txt"
 status=0
 run_tests "$here/build/win64" "$here/scripts/wine64.sh" || status=1
 if [ -x /usr/lib/wine/wine ]; then
