@@ -56,10 +56,11 @@ TEST(CommandTable, EveryCommandHasHelpWithItsExample) {
     EXPECT_EQ(ended.code, 0) << ended;
     EXPECT_EQ(ended.err, "");
     const std::string firstLine(command.example.substr(0, command.example.find('\n')));
-    for (const std::string& part : {std::string("Usage: loom "), firstLine, std::string("--json"),
-                                    std::string("Exit codes:")}) {
+    for (const std::string& part :
+         {std::string("Usage: loom "), firstLine, std::string("Exit codes:")}) {
       EXPECT_NE(ended.out.find(part), std::string::npos) << part << "\n" << ended.out;
     }
+    EXPECT_EQ(ended.out.find("--json") != std::string::npos, !command.printsContent) << ended.out;
     for (const std::string& line : linesOf(ended.out)) {
       EXPECT_LE(line.size(), 120U) << line;
     }
@@ -115,7 +116,10 @@ TEST(CommandLine, NamesTheNearestCommand) {
   EXPECT_EQ(runLoom({"text", "quot"}), (Ended{2, "",
                                               "loom: text: there is no command 'quot'; did you "
                                               "mean 'quote'?\n"}));
-  EXPECT_EQ(runLoom({"xyzzyxyzzy"}), (Ended{2, "", "loom: there is no command 'xyzzyxyzzy'\n"}));
+  EXPECT_EQ(runLoom({"xyzzyxyzzy"}),
+            (Ended{2, "", "loom: there is no command 'xyzzyxyzzy'\nTry 'loom help'.\n"}));
+  EXPECT_EQ(runLoom({"zip", "xyzzy"}),
+            (Ended{2, "", "loom: zip: there is no command 'xyzzy'\nTry 'loom help zip'.\n"}));
   EXPECT_EQ(runLoom({"help", "text", "match", "more"}).code, 2);
   EXPECT_EQ(runLoom({"text", "match", "--color", "blue", "a", "a"}).code, 2);
 }
@@ -215,41 +219,50 @@ TEST(CommandLine, AnswersEachLineAsItComes) {
   EXPECT_EQ(ended.out, "\"a\" \"b\"\n");
 }
 
+// The pages that are installed.
+std::string writtenPages() {
+  const std::string folder = newFolder();
+  EXPECT_EQ(runLoom({"man", "--directory", folder + "/man1"}), (Ended{0, "", ""}));
+  return folder + "/man1";
+}
+
 TEST(Manual, FormatsWithoutAWarning) {
-  EXPECT_EQ(shell("loom man | groff -man -Tutf8 -wall -z 2>&1"), (Ended{0, "", ""}));
+  EXPECT_EQ(shell("cd " + writtenPages() +
+                  "; for page in *.1; do groff -man -Tutf8 -ww -z $page 2>&1; done"),
+            (Ended{0, "", ""}));
 }
 
-TEST(Manual, HoldsEveryCommand) {
-  const std::string page = runLoom({"man"}).out;
-  forEachCommand([&](const loom::Family& family, const loom::Command& command) {
-    EXPECT_NE(page.find(".SS loom " + fullName(family, command) + "\n"), std::string::npos);
-  });
-}
-
-TEST(Completion, ScriptsParseInTheirShells) {
-  for (const char* const shellName : {"bash", "zsh", "fish"}) {
-    const std::string name = shellName;
-    const Ended ended = shell("loom completion " + name + " >script; " + name +
-                              " -n script; code=$?; rm script; exit $code");
-    EXPECT_EQ(ended, (Ended{0, "", ""})) << name;
+TEST(Manual, HasAPageForEachFamilyWithExamplesAndRelatives) {
+  const std::string folder = writtenPages();
+  const std::string overview = readFile(folder + "/loom.1");
+  for (const loom::Family* family : loom::families()) {
+    const std::string name(family->name.empty() ? family->commands[0].name : family->name);
+    const bool own = name != "help";
+    const std::string page = own ? readFile(folder + "/loom-" + name + ".1") : overview;
+    EXPECT_NE(page.find("\n.SH EXAMPLES\n"), std::string::npos) << name;
+    EXPECT_NE(page.find("\n.SH SEE ALSO\nloom"), std::string::npos) << name;
+    if (own) {
+      EXPECT_NE(overview.find("loom\\-" + name + "(1)"), std::string::npos) << name;
+      EXPECT_EQ(runLoom({"man", name}).out, page);
+    }
+    for (const loom::Command& command : family->commands) {
+      EXPECT_NE(page.find(".SS loom " + fullName(*family, command) + "\n"), std::string::npos);
+    }
   }
+  EXPECT_EQ(runLoom({"man"}).out, overview);
 }
 
-std::string completed(const std::string& line) {
-  const std::string script =
-      "bash -c 'source <(loom completion bash)\n"
-      "COMP_WORDS=(" +
-      line +
-      " \"\")\n"
-      "COMP_CWORD=$((${#COMP_WORDS[@]}-1))\n_loom_complete\necho ${COMPREPLY[@]}'";
-  return shell(script).out;
+TEST(Manual, RefersToNoPageOfOursThatIsNotThere) {
+  const Ended ended = shell("cd " + writtenPages() +
+                            "; grep -oh 'loom[a-z\\\\-]*(1)' *.1 | tr -d '\\\\' | sort -u | "
+                            "while read page; do test -f ${page%(1)}.1 || echo $page; done");
+  EXPECT_EQ(ended, (Ended{0, "", ""}));
 }
 
-TEST(Completion, OffersCommandsMembersAndChoicesInBash) {
-  EXPECT_NE(completed("loom").find("text"), std::string::npos);
-  EXPECT_NE(completed("loom text").find("basename"), std::string::npos);
-  EXPECT_EQ(completed("loom text quote --color"), "auto always never\n");
-  EXPECT_EQ(completed("loom completion"), "bash zsh fish\n");
+TEST(Manual, SaysWhereItCannotWrite) {
+  const std::string file = newFolder() + "/file";
+  writeFile(file, "");
+  EXPECT_EQ(runLoom({"man", "--directory", file + "/man1"}).code, 6);
 }
 
 }  // namespace

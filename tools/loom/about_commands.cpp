@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: MIT
 // loom help, version, man, completion: loom about itself.
+#include <filesystem>
+#include <optional>
+#include <ostream>
+#include <system_error>
+
+#include "candidates.h"
 #include "command_line.h"
 #include "completion.h"
 #include "console.h"
 #include "families.h"
+#include "file_content.h"
 #include "help.h"
 #include "json_writer.h"
 #include "loomkit/version.h"
@@ -96,8 +103,31 @@ ExitCode version(const Invocation& call) {
   return ExitCode::done;
 }
 
+// The page that the words name, as "loom help" takes them: of a family by its name or,
+// where it has none, by that of its first command.
+ManualPage pageOf(const std::vector<std::string>& words) {
+  if (words.empty()) return overviewPage();
+  const CommandRef first = namedCommands(words)[0];
+  const bool isFirst = first.command == first.family->commands.data() && hasPage(*first.family);
+  const bool whole = words.size() == 1 && (isFirst || words[0] == first.family->name);
+  return whole ? familyPage(*first.family) : commandPage(first);
+}
+
+ExitCode writePages(const std::string& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  for (const ManualPage& page : allPages()) {
+    const ExitCode code = writeFile(folder + "/" + page.name + ".1", true, [&](std::ostream& out) {
+      return static_cast<bool>(out << page.text);
+    });
+    if (code != ExitCode::done) return code;
+  }
+  return ExitCode::done;
+}
+
 ExitCode man(const Invocation& call) {
-  const std::string page = manualPage(namedCommands(call.operands("COMMAND")));
+  if (call.has("--directory")) return writePages(call.value("--directory"));
+  const std::string page = pageOf(call.operands("COMMAND")).text;
   if (call.json()) {
     jsonText("manual", page);
   } else {
@@ -108,9 +138,9 @@ ExitCode man(const Invocation& call) {
 
 ExitCode completion(const Invocation& call) {
   const std::string shell = call.operand("SHELL");
-  const std::string script = shell == "bash"  ? bashCompletion()
-                             : shell == "zsh" ? zshCompletion()
-                                              : fishCompletion();
+  const std::string_view script = shell == "bash"  ? bashCompletion()
+                                  : shell == "zsh" ? zshCompletion()
+                                                   : fishCompletion();
   if (call.json()) {
     jsonText(shell, script);
   } else {
@@ -119,6 +149,27 @@ ExitCode completion(const Invocation& call) {
   return ExitCode::done;
 }
 
+ExitCode complete(const Invocation& call) {
+  const std::vector<Candidate> found = candidatesFor(call.operands("WORD"));
+  std::optional<JsonWriter> json;
+  if (call.json()) json.emplace().beginArray();
+  for (const Candidate& candidate : found) {
+    if (json) {
+      json->beginObject().key("text").value(candidate.text);
+      json->key("help").value(candidate.help).endObject();
+    } else {
+      printLine(candidate.text + (candidate.help.empty() ? "" : "\t" + candidate.help));
+    }
+  }
+  if (json) json->endArray();
+  return ExitCode::done;
+}
+
+constexpr Operand wordOperand[] = {
+    {.name = "WORD",
+     .help = "The words behind loom as they are typed; the last one is to be completed.",
+     .least = 0,
+     .most = many}};
 constexpr Operand commandOperand[] = {{.name = "COMMAND",
                                        .help = "The words of a command, such as text match.",
                                        .least = 0,
@@ -126,6 +177,11 @@ constexpr Operand commandOperand[] = {{.name = "COMMAND",
                                        .completes = Completes::commands}};
 constexpr Operand shellOperand[] = {
     {.name = "SHELL", .help = "bash, zsh or fish.", .choices = "bash|zsh|fish"}};
+
+constexpr Option manOptions[] = {{.names = "-d,--directory",
+                                  .value = "DIR",
+                                  .help = "Write all pages as files into DIR instead.",
+                                  .completes = Completes::directories}};
 
 constexpr Command commands[] = {
     {.name = "help",
@@ -143,19 +199,32 @@ constexpr Command commands[] = {
      .example = "$ loom version\nloom " LOOMKIT_VERSION "\n",
      .run = version},
     {.name = "man",
-     .summary = "print the manual page",
-     .description = "Prints the manual page of all commands, or of those named, as roff source; "
-                    "'loom --man' is the same. To read it: loom man | man -l -",
+     .summary = "print a manual page",
+     .description = "Prints the manual page of loom, of a family of commands or of one command, "
+                    "as roff source; 'loom --man' is the same. To read it: loom man zip | man -l "
+                    "-\n\nWhere loom is installed, 'man loom' and 'man loom-zip' show them.",
+     .options = manOptions,
      .operands = commandOperand,
      .example = "$ loom man text match | grep 'SS'\n.SS loom text match\n",
      .run = man},
     {.name = "completion",
      .summary = "print a script that completes loom's commands in a shell",
      .description = "Prints the completion script of a shell. For bash, put this into ~/.bashrc:\n"
-                    "source <(loom completion bash)",
+                    "source <(loom completion bash)\nFor zsh, behind compinit in ~/.zshrc:\n"
+                    "source <(loom completion zsh)\nFor fish, in ~/.config/fish/config.fish:\n"
+                    "loom completion fish | source",
      .operands = shellOperand,
-     .example = "$ loom completion bash | tail -1\ncomplete -o filenames -F _loom_complete loom\n",
+     .example = "$ loom completion bash | tail -1\ncomplete -F _loom_complete loom\n",
      .run = completion},
+    {.name = "complete",
+     .summary = "tell how a command line could go on",
+     .description = "Prints what the last of the words could become, each with a tabulator and its "
+                    "explanation where it has one. This is what the completion scripts ask. "
+                    "Write -- before the words.",
+     .operands = wordOperand,
+     .example = "$ loom complete -- zip te\ntest\tcheck an archive\n"
+                "$ loom complete -- eval '4 sq'\n4 sqrt\tSquare root; x not below 0.\n",
+     .run = complete},
 };
 
 }  // namespace

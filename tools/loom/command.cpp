@@ -33,6 +33,11 @@ std::span<const ExitCodeMeaning> exitCodeMeanings() { return meanings; }
 
 std::span<const Option> commonOptions() { return common; }
 
+std::span<const Option> commonOptionsOf(const Command& command) {
+  static_assert(common[0].names == "--json");
+  return commonOptions().subspan(command.printsContent ? 1 : 0);
+}
+
 std::string fullName(const Family& family, const Command& command) {
   std::string name(family.name);
   if (!name.empty()) name += ' ';
@@ -42,6 +47,14 @@ std::string fullName(const Family& family, const Command& command) {
 std::string_view keyOf(const Option& option) {
   const std::size_t comma = option.names.rfind(',');
   return comma == std::string_view::npos ? option.names : option.names.substr(comma + 1);
+}
+
+const Option* optionNamed(std::span<const Option> options, std::string_view name) {
+  for (const Option& option : options) {
+    const std::string_view first = option.names.substr(0, option.names.find(','));
+    if (first == name || keyOf(option) == name) return &option;
+  }
+  return nullptr;
 }
 
 std::vector<std::string_view> choicesOf(std::string_view choices) {

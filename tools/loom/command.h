@@ -64,7 +64,15 @@ class Failure : public std::runtime_error {
 };
 
 /// What the shell offers when a value is completed.
-enum class Completes { nothing, files, directories, commands };
+enum class Completes {
+  nothing,
+  files,
+  directories,
+  commands,
+  locators,    ///< of databases: "csv:DIR" and the like
+  words,       ///< of the expression language
+  expressions  ///< its words, behind what is there already
+};
 
 /// No upper bound on the number of operands.
 inline constexpr int many = -1;
@@ -98,6 +106,7 @@ struct Command {
   std::string_view example = {};  ///< "$ loom ..." lines and what they print; tests run it
   std::span<const ExitCodeMeaning> exits = {};  ///< those used beside 0, 2, 6 and 70
   ExitCode (*run)(const Invocation&) = nullptr;
+  bool printsContent = false;  ///< prints bytes as they are, which are no JSON: there is no --json
 };
 
 struct Family {
@@ -111,12 +120,17 @@ struct Family {
 
 /// The options that every command has: --json, --color, --help.
 [[nodiscard]] std::span<const Option> commonOptions();
+/// Those of them that this command has.
+[[nodiscard]] std::span<const Option> commonOptionsOf(const Command& command);
 
 /// "text match", or "eval" where the family has no name.
 [[nodiscard]] std::string fullName(const Family& family, const Command& command);
 
 /// "--param" of "-p,--param": the key under which an Invocation holds it.
 [[nodiscard]] std::string_view keyOf(const Option& option);
+
+/// The option of either name, "-p" or "--param"; null when there is none.
+[[nodiscard]] const Option* optionNamed(std::span<const Option> options, std::string_view name);
 
 /// The texts between the '|' of `choices`.
 [[nodiscard]] std::vector<std::string_view> choicesOf(std::string_view choices);

@@ -25,9 +25,11 @@ namespace {
     }
     for (const Command& command : family->commands) names.emplace_back(command.name);
   }
-  const std::string place = within == nullptr ? std::string() : std::string(within->name) + ": ";
+  const std::string name(within == nullptr ? "" : within->name);
+  const std::string guess = didYouMean(word, names);
   throw Failure(ExitCode::usage,
-                place + "there is no command '" + word + "'" + didYouMean(word, names));
+                name + (name.empty() ? "" : ": ") + "there is no command '" + word + "'" + guess,
+                !guess.empty() ? "" : "Try 'loom help" + (name.empty() ? "" : " " + name) + "'.");
 }
 
 const Command* commandOf(const Family& family, std::string_view name) {
@@ -77,13 +79,6 @@ std::string noSuchOption(const std::string& name, const std::vector<std::string>
          (nearest.empty() ? "" : "; did you mean '--" + nearest + "'?");
 }
 
-// "-p" and "--param" of "-p,--param".
-bool hasName(const Option& option, std::string_view name) {
-  const std::size_t comma = option.names.find(',');
-  return keyOf(option) == name ||
-         (comma != std::string_view::npos && option.names.substr(0, comma) == name);
-}
-
 // One command's options as a CLI11 parser, and the way back into an Invocation.
 class OptionParser {
  public:
@@ -91,7 +86,7 @@ class OptionParser {
     app.set_help_flag();
     app.allow_extras();
     for (const Option& option : ref.command->options) add(option);
-    for (const Option& option : commonOptions()) {
+    for (const Option& option : commonOptionsOf(*ref.command)) {
       if (keyOf(option) != "--help") add(option);
     }
   }
@@ -204,11 +199,9 @@ std::vector<std::string> takeEarlyOptions(std::vector<std::string>& words, std::
   std::vector<std::string> taken;
   while (words.size() > at) {
     const std::string name = words[at].substr(0, words[at].find('='));
-    const auto options = commonOptions();
-    const auto option = std::find_if(options.begin(), options.end(),
-                                     [&](const Option& each) { return hasName(each, name); });
-    const bool standsForCommand = at == 0 && option != options.end() && keyOf(*option) == "--help";
-    if (option == options.end() || standsForCommand) break;
+    const Option* const option = optionNamed(commonOptions(), name);
+    const bool standsForCommand = at == 0 && option != nullptr && keyOf(*option) == "--help";
+    if (option == nullptr || standsForCommand) break;
     const bool takesNext = !option->value.empty() && name == words[at] && words.size() > at + 1;
     const auto begin = words.begin() + static_cast<std::ptrdiff_t>(at);
     const auto end = begin + (takesNext ? 2 : 1);

@@ -3,14 +3,14 @@
 #ifndef LOOM_COMPLETION_H
 #define LOOM_COMPLETION_H
 
-#include <string>
+#include <string_view>
 
 namespace loom {
 
 /// The completion script for bash, zsh or fish.
-[[nodiscard]] std::string bashCompletion();
-[[nodiscard]] std::string zshCompletion();
-[[nodiscard]] std::string fishCompletion();
+[[nodiscard]] std::string_view bashCompletion();
+[[nodiscard]] std::string_view zshCompletion();
+[[nodiscard]] std::string_view fishCompletion();
 
 }  // namespace loom
 

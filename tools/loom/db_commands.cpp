@@ -216,7 +216,8 @@ ExitCode copy(const Invocation& call) {
   return ExitCode::done;
 }
 
-constexpr Operand locatorOperand = {.name = "LOCATOR", .help = locatorHelp};
+constexpr Operand locatorOperand = {
+    .name = "LOCATOR", .help = locatorHelp, .completes = Completes::locators};
 constexpr Operand tableOperand = {.name = "TABLE", .help = "The table's name."};
 constexpr Operand databaseOperands[] = {locatorOperand};
 constexpr Operand tableOperands[] = {locatorOperand, tableOperand};
@@ -224,9 +225,10 @@ constexpr Operand getOperands[] = {
     locatorOperand,
     tableOperand,
     {.name = "COLUMN=VALUE", .help = "What a column must hold.", .least = 1, .most = many}};
-constexpr Operand copyOperands[] = {{.name = "FROM", .help = "The database to read."},
-                                    tableOperand,
-                                    {.name = "TO", .help = "The database to write to."}};
+constexpr Operand copyOperands[] = {
+    {.name = "FROM", .help = "The database to read.", .completes = Completes::locators},
+    tableOperand,
+    {.name = "TO", .help = "The database to write to.", .completes = Completes::locators}};
 constexpr Option columnsOption = {
     .names = "--columns",
     .value = "NAME:TYPE,...",
@@ -262,7 +264,7 @@ constexpr Option copyOptions[] = {
 
 constexpr Operand importOperands[] = {
     {.name = "FILE", .help = "A CSV file, or - for standard input.", .completes = Completes::files},
-    {.name = "LOCATOR", .help = "The database to write to."},
+    {.name = "LOCATOR", .help = "The database to write to.", .completes = Completes::locators},
     {.name = "TABLE", .help = "The new table; by default the file's name.", .least = 0}};
 constexpr Operand exportOperands[] = {locatorOperand,
                                       tableOperand,
@@ -422,7 +424,8 @@ constexpr Command dbCommands[] = {
      .example = "$ printf '1;bolt;2.5\\n2;nut;0.25\\n' > parts.csv\n"
                 "$ loom db export --line-end lf csv:. parts\nc1,c2,c3\n1,bolt,2.5\n2,nut,0.25\n",
      .exits = whereExits,
-     .run = exportCsv},
+     .run = exportCsv,
+     .printsContent = true},
 };
 
 }  // namespace

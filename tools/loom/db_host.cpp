@@ -7,6 +7,7 @@
 #include "command.h"
 #include "console.h"
 #include "did_you_mean.h"
+#include "locator_types.h"
 #include "loomkit/archive/zip/zip_reader.h"
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
@@ -240,6 +241,9 @@ void DbHost::open(const std::string& locator) {
   // A server's reason says more than the status, and names the database as well.
   if (status == GDbCantOpenFile && !log.text().empty())
     throw Failure(ExitCode::cannotOpen, log.text());
+  if (status == GDbInvalidLocator || status == GDbInvalidTypeId)
+    throw Failure(ExitCode::cannotOpen, shownName + ": " + gDbStrError(status),
+                  locatorHint(shownName));
   require(status, shownName);
   opened.reset(made);
 }

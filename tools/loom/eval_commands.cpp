@@ -205,14 +205,16 @@ constexpr Option options[] = {
      .help = "With --map: what separates fields, instead of blanks and tabs."},
     {.names = "-w,--where",
      .value = "EXPR",
-     .help = "With --map: only the lines for which EXPR is not 0."},
+     .help = "With --map: only the lines for which EXPR is not 0.",
+     .completes = Completes::expressions},
     digitsOption(),
 };
 constexpr Operand operands[] = {
     {.name = "EXPR",
      .help = "An expression in reverse Polish notation; - evaluates each line of standard input.",
      .least = 0,
-     .most = many}};
+     .most = many,
+     .completes = Completes::expressions}};
 constexpr ExitCodeMeaning exits[] = {
     {ExitCode::cannotOpen, "a file or standard input cannot be read"},
     {ExitCode::evaluation, "at least one expression failed; the others were evaluated"}};

@@ -150,6 +150,9 @@ ExitCode runOn(const Invocation& call, bool decompress) {
   refuseTerminal(settings, paths);
   if (settings.work == Work::list || settings.work == Work::test)
     return examineAll(settings, paths);
+  if (settings.json &&
+      (settings.toStandardOutput || std::count(paths.begin(), paths.end(), "-") > 0))
+    throw Failure(ExitCode::usage, "what goes to standard output is no JSON");
   ExitCode worst = ExitCode::done;
   for (const std::string& path : paths) worst = std::max(worst, convertFile(settings, path));
   return worst;

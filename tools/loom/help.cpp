@@ -132,7 +132,7 @@ std::string commandHelp(const CommandRef& ref, std::size_t columns) {
   std::string options;
   for (const Option& option : command.options)
     options += row(optionLabel(option), option.help, layout);
-  for (const Option& option : commonOptions())
+  for (const Option& option : commonOptionsOf(command))
     options += row(optionLabel(option), option.help, layout);
   std::string exits;
   for (const ExitCodeMeaning& exit : exitCodesOf(command)) {

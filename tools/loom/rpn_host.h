@@ -68,7 +68,7 @@ class RpnHost {
   explicit RpnHost(const Invocation& call);
 
   /// Evaluates; all results are appended to `*results`. On failure the
-  /// engine's reports are in reports().
+  /// engine's report is in report().
   bool evaluate(const std::string& expr, std::vector<GRpnValue>* results);
   /// The truth of an expression with one result, a number.
   bool evaluateBool(const std::string& expr, bool* result);

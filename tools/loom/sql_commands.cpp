@@ -132,7 +132,7 @@ ExitCode sql(const Invocation& call) {
 }
 
 constexpr Operand sqlOperands[] = {
-    {.name = "LOCATOR", .help = locatorHelp},
+    {.name = "LOCATOR", .help = locatorHelp, .completes = Completes::locators},
     {.name = "STATEMENT",
      .help = "SQL statements, separated by semicolons. - or none: they are read from standard "
              "input.",

@@ -98,8 +98,11 @@ ExitCode words(const Invocation& call) {
 }
 
 constexpr Option options[] = {{.names = "--names", .help = "Print the names alone."}};
-constexpr Operand operands[] = {
-    {.name = "NAME", .help = "A word or an operator.", .least = 0, .most = many}};
+constexpr Operand operands[] = {{.name = "NAME",
+                                 .help = "A word or an operator.",
+                                 .least = 0,
+                                 .most = many,
+                                 .completes = Completes::words}};
 constexpr ExitCodeMeaning exits[] = {{ExitCode::no, "there is no such word"}};
 
 constexpr Command commands[] = {
