@@ -210,14 +210,17 @@ TEST_F(ExactValues, WhereMeetsNullAndTellsTheRowThatFails) {
   const Ended failed = runLoom({"db", "scan", "--where", "$a 5 >", file, "t"});
   EXPECT_EQ(failed.code, 5);
   EXPECT_EQ(failed.out, "7\n");
-  EXPECT_NE(failed.err.find("loom: t: row 3: --where failed: $a 5 >; $a is a text here and was an "
-                            "integer in the first row\n"),
-            std::string::npos)
-      << failed;
+  EXPECT_EQ(failed.err,
+            "loom: rpn error: stack[1] is not a number:\n$a 5  >!< >\n"
+            "loom: t: row 3: --where failed: $a 5 >; $a is a text here and was an "
+            "integer in the first row\n");
   const Ended skipped = runLoom({"db", "scan", "--skip-errors", "--where", "$a 5 >", file, "t"});
   EXPECT_EQ(skipped.code, 0);
   EXPECT_EQ(skipped.out, "7\n9\n");
-  EXPECT_NE(skipped.err.find("loom: t: 2 records were skipped\n"), std::string::npos) << skipped;
+  EXPECT_EQ(skipped.err, "loom: t: 2 records were skipped\n");
+  const Ended mistyped = runLoom({"db", "scan", "--where", "$b 5 sqr >", file, "t"});
+  EXPECT_EQ(mistyped.code, 5);
+  EXPECT_NE(mistyped.err.find("$a"), std::string::npos) << mistyped;
 }
 
 TEST_F(ExactValues, LinesAreEscapedAndTablesAlignedByWidth) {

@@ -2,23 +2,27 @@
 #include "row_filter.h"
 
 #include "console.h"
+#include "rpn_report.h"
 
 namespace loom {
 
-RowFilter::RowFilter(const Invocation& call) : expression(call.value("--where")) {
-  engine.setParamSet(params);
-}
-
-RowFilter::~RowFilter() { params->decRef(); }
+RowFilter::RowFilter(const Invocation& call)
+    : expression(call.value("--where")), skipErrors(call.has("--skip-errors")) {}
 
 bool RowFilter::admits(const RowSource& source, const Row& row) {
   if (expression.empty()) return true;
   if (firstKinds.empty())
     for (const Cell& cell : row) firstKinds.push_back(kindOf(cell));
-  params->clear();
+  host.params->clear();
   for (std::size_t i = 0; i < row.size(); ++i) setColumn(source.columns()[i].name, row[i]);
   bool result = false;
-  if (engine.evalBool(expression.c_str(), &result)) return result;
+  if (host.evaluateBool(expression, &result)) return result;
+  if (!skipErrors) {
+    std::vector<std::string> columns;
+    for (const Column& column : source.columns()) columns.push_back("$" + column.name);
+    host.setOtherParameters(std::move(columns));
+    printReport(host.report());
+  }
   throw RowFailure(ExitCode::evaluation,
                    source.name() + ": row " + std::to_string(source.number()) +
                        ": --where failed: " + expression + changedColumn(source, row));
@@ -26,13 +30,13 @@ bool RowFilter::admits(const RowSource& source, const Row& row) {
 
 void RowFilter::setColumn(const std::string& name, const Cell& cell) {
   if (isNull(cell))
-    params->set(name, GRpnValue());
+    host.params->set(name, GRpnValue());
   else if (const auto* integer = std::get_if<std::int64_t>(&cell))
-    params->set(name, static_cast<double>(*integer));
+    host.params->set(name, static_cast<double>(*integer));
   else if (const auto* real = std::get_if<double>(&cell))
-    params->set(name, *real);
+    host.params->set(name, *real);
   else
-    params->set(name, cellText(cell));
+    host.params->set(name, cellText(cell));
 }
 
 std::string RowFilter::changedColumn(const RowSource& source, const Row& row) const {

@@ -7,9 +7,8 @@
 #include <vector>
 
 #include "command.h"
-#include "loomkit/rpn/eval.h"
-#include "loomkit/rpn/map_param_set.h"
 #include "row_source.h"
+#include "rpn_host.h"
 
 namespace loom {
 
@@ -33,12 +32,10 @@ class RowFilter {
  public:
   /// Without --where every row is admitted.
   explicit RowFilter(const Invocation& call);
-  RowFilter(const RowFilter&) = delete;
-  RowFilter& operator=(const RowFilter&) = delete;
-  ~RowFilter();
 
   /// Throws a RowFailure where the expression fails; it tells the row, and which
-  /// column has another type than in the first one.
+  /// column has another type than in the first one. What is wrong with the expression
+  /// is printed before, unless the row is to be skipped for it.
   bool admits(const RowSource& source, const Row& row);
 
  private:
@@ -46,8 +43,8 @@ class RowFilter {
   [[nodiscard]] std::string changedColumn(const RowSource& source, const Row& row) const;
 
   std::string expression;
-  GRpnEval engine;
-  GRpnMapParamSet* params = new GRpnMapParamSet;
+  bool skipErrors;
+  RpnHost host;
   std::vector<std::string_view> firstKinds;  // of the cells of the first row
 };
 

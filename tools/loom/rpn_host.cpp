@@ -49,9 +49,12 @@ GRpnValue typedValue(const std::string& text) {
   return {number};
 }
 
-RpnHost::RpnHost(const Invocation& call) {
+RpnHost::RpnHost() {
   engine.setErrorHandler(new Collector(&texts));
   engine.setParamSet(params.get());
+}
+
+RpnHost::RpnHost(const Invocation& call) : RpnHost() {
   for (const std::string& text : call.values("--param")) {
     const Assignment given = splitAssignment("--param", text);
     setParameter(given.name, typedValue(given.text));

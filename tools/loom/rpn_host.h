@@ -64,6 +64,8 @@ using Counted = std::unique_ptr<Object, DropReference>;
 
 class RpnHost {
  public:
+  /// Without parameters and words.
+  RpnHost();
   /// With what the options give. A wrong one is a usage Failure.
   explicit RpnHost(const Invocation& call);
 
