@@ -175,6 +175,9 @@ TEST_F(CsvCommands, ReadsEveryEncoding) {
   const Ended damaged = import("name\nx\nJos\xc3\xa9 \xe2\x82\n");
   EXPECT_EQ(damaged.code, 4);
   EXPECT_EQ(damaged.err.find(path + "line 3, column 7: not UTF-8\n"), 0U) << damaged;
+  const Ended marked = import("\xef\xbb\xbfname\nJos\xe9\n");
+  EXPECT_EQ(marked.code, 4) << "a byte order mark is no guess";
+  EXPECT_EQ(marked.err.find(path + "line 2, column 4: not UTF-8\n"), 0U) << marked;
 }
 
 TEST_F(CsvCommands, SaysWhereAFileIsNoCsv) {

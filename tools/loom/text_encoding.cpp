@@ -84,7 +84,7 @@ DecodedText decodeText(const std::string& path, std::string bytes, const std::st
     result.text = converted(path, bytes, result.encoding);
   } else if (const std::size_t valid = validUtf8(bytes); valid == bytes.size()) {
     result.text = std::move(bytes);
-  } else if (!hasHighControl(bytes)) {
+  } else if (!bytes.starts_with(utf8Mark) && !hasHighControl(bytes)) {
     result = {converted(path, bytes, "ISO-8859-1"), "ISO-8859-1", true};
   } else {
     throw Failure(ExitCode::damaged, path + ": " + placeOf(bytes, valid) + ": not UTF-8",
