@@ -136,7 +136,7 @@ TEST_F(CsvCommands, FindsSeparatorHeaderQuoteMarkAndLineEnds) {
 
 TEST_F(CsvCommands, TakesWhatItIsTold) {
   ASSERT_EQ(import("a,b\nc,d\n", {"--header", "no"}).out, "2 records\n");
-  ASSERT_EQ(import("1,b\nc,d\n", {"--header", "yes"}).out, "1 records\n");
+  ASSERT_EQ(import("1,b\nc,d\n", {"--header", "yes"}).out, "1 record\n");
   ASSERT_EQ(import("a b\n1 2\n", {"--sep", " "}).code, 0);
   EXPECT_EQ(schema(), "a:int\nb:int\n");
   ASSERT_EQ(import("a,b\n%x,y%,2\n", {"--quote", "%"}).code, 0);
@@ -154,11 +154,11 @@ TEST_F(CsvCommands, ReadsEveryEncoding) {
   const auto value = [&] { return runLoom({"db", "scan", file, "t"}).out; };
   const std::string path = "loom: " + folder + "/in.csv: ";
   EXPECT_EQ(import("name\nJos\xe9\n"),
-            (Ended{0, "1 records\n",
+            (Ended{0, "1 record\n",
                    path + "not UTF-8, so taken for ISO-8859-1 (--encoding says otherwise)\n"}));
   EXPECT_EQ(value(), "José\n");
   EXPECT_EQ(import("name\nJos\xe9 \x80\n", {"--encoding", "WINDOWS-1252"}),
-            (Ended{0, "1 records\n", ""}));
+            (Ended{0, "1 record\n", ""}));
   EXPECT_EQ(value(), "José €\n");
   EXPECT_EQ(import("name\nJos\xc3\xa9\n").code, 0);
   EXPECT_EQ(value(), "José\n");
@@ -168,7 +168,7 @@ TEST_F(CsvCommands, ReadsEveryEncoding) {
       10);
   const std::string big("\xfe\xff\0a\0\n\0\xe9\0\n", 10);
   for (const std::string& text : {little, big}) {
-    EXPECT_EQ(import(text), (Ended{0, "1 records\n", ""}));
+    EXPECT_EQ(import(text), (Ended{0, "1 record\n", ""}));
     EXPECT_EQ(value(), "é\n");
   }
   EXPECT_EQ(import(little.substr(0, 9)), (Ended{4, "", path + "byte 9 is no UTF-16\n"}));
@@ -201,7 +201,7 @@ TEST_F(CsvCommands, SaysWhereAFileIsNoCsv) {
 }
 
 TEST_F(CsvCommands, ReadsStandardInput) {
-  EXPECT_EQ(runLoom({"db", "import", "-", file, "t"}, "a,b\n1,x\n"), (Ended{0, "1 records\n", ""}));
+  EXPECT_EQ(runLoom({"db", "import", "-", file, "t"}, "a,b\n1,x\n"), (Ended{0, "1 record\n", ""}));
   EXPECT_EQ(runLoom({"db", "scan", file, "t"}).out, "1\tx\n");
   EXPECT_EQ(runLoom({"db", "import", "-", file}, "a\n1\n"),
             (Ended{2, "", "loom: TABLE is missing: standard input has no name\n"}));

@@ -115,7 +115,7 @@ TEST_F(ExactValues, NamesMayHoldBlanksQuotesAndWordsOfSql) {
             (Ended{0, "a b\tselect\tq\"q\n1\tx\t2.5\n", ""}));
   EXPECT_EQ(runLoom({"db", "get", file, name, "a b=1"}).code, 0);
   const std::string other = "sqlite3:" + folder + "/other.db";
-  EXPECT_EQ(runLoom({"db", "copy", file, name, other}), (Ended{0, "1 records\n", ""}));
+  EXPECT_EQ(runLoom({"db", "copy", file, name, other}), (Ended{0, "1 record\n", ""}));
   EXPECT_EQ(runLoom({"db", "scan", other, name}).out, "1\tx\t2.5\n");
 }
 
@@ -130,7 +130,7 @@ TEST_F(ExactValues, ViewsAndGeneratedColumnsAndTablesWithoutRowidAreRead) {
   EXPECT_EQ(runLoom({"db", "scan", file, "t"}).out, "4\t8\n");
   EXPECT_EQ(runLoom({"db", "scan", "--header", file, "v"}).out, "x\tb\n4\t8\n");
   EXPECT_EQ(runLoom({"db", "copy", "--as", "w", file, "t", file}),
-            (Ended{0, "1 records\n", "loom: w: left out: GENERATED\n"}));
+            (Ended{0, "1 record\n", "loom: w: left out: GENERATED\n"}));
   EXPECT_EQ(runLoom({"db", "scan", file, "w"}).out, "4\t8\n");
 }
 

@@ -42,6 +42,10 @@ std::string shown(std::string_view name) {
   return isTerminal(StandardStream::output) ? visible(name) : std::string(name);
 }
 
+std::string counted(std::uint64_t count, std::string_view one, std::string_view several) {
+  return std::to_string(count).append(" ").append(count == 1 ? one : several);
+}
+
 void complain(std::string_view text) { complainPlainly("loom: " + visible(text)); }
 
 void complainPlainly(std::string_view text) {

@@ -5,6 +5,7 @@
 #ifndef LOOM_CONSOLE_H
 #define LOOM_CONSOLE_H
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,10 @@ void flushResults();
 /// it; for a pipe or a file it stays exact, which is what ls does, too. Tables that
 /// people read use visible() everywhere, and --json tells the exact names.
 [[nodiscard]] std::string shown(std::string_view name);
+
+/// "1 record", "2 records": the number and the word that goes with it.
+[[nodiscard]] std::string counted(std::uint64_t count, std::string_view one,
+                                  std::string_view several);
 
 /// Prints "loom: TEXT" and a line end on standard error, after the results
 /// that were printed before. The text is made visible(), so that one message is

@@ -107,7 +107,7 @@ void reportCopied(const Invocation& call, const std::string& table, unsigned lon
     JsonWriter json;
     json.beginObject().key("table").value(table).key("records").value(records).endObject();
   } else {
-    printLine(std::to_string(records) + " records");
+    printLine(counted(records, "record", "records"));
   }
 }
 

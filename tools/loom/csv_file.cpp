@@ -5,6 +5,7 @@
 #include <set>
 
 #include "command.h"
+#include "console.h"
 #include "file_content.h"
 #include "number_form.h"
 #include "text_encoding.h"
@@ -43,8 +44,8 @@ class Lines {
       return false;
     } while (isBlank(*row) && width != 1);
     if (width == 0 || row->size() == width) return true;
-    throw failure(1, std::to_string(row->size()) + (row->size() == 1 ? " field" : " fields") +
-                         " where the first row has " + std::to_string(width));
+    throw failure(1, counted(row->size(), "field", "fields") + " where the first row has " +
+                         std::to_string(width));
   }
 
   [[nodiscard]] std::size_t line() const { return reader.getLine(); }

@@ -411,7 +411,7 @@ constexpr Command dbCommands[] = {
                 "as one\n"
                 "loom: name is string: line 2: 'bolt' is no number, or would be written "
                 "differently as one\n"
-                "1 records\n",
+                "1 record\n",
      .exits = openExits,
      .run = importCsv},
     {.name = "export",

@@ -65,7 +65,7 @@ class Evaluation {
     if (json) json->endArray();
     const unsigned long more = failures - std::min(failures, shownFailures);
     if (more > 0) {
-      complain("and " + std::to_string(more) + (more == 1 ? " more error" : " more errors"));
+      complain("and " + counted(more, "more error", "more errors"));
     }
     return failures > 0 ? ExitCode::evaluation : ExitCode::done;
   }

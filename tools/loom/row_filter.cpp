@@ -52,8 +52,7 @@ std::string RowFilter::changedColumn(const RowSource& source, const Row& row) co
 
 void reportSkipped(const RowSource& source, unsigned long skipped) {
   if (skipped == 0) return;
-  complain(source.name() + ": " + std::to_string(skipped) +
-           (skipped == 1 ? " record was skipped" : " records were skipped"));
+  complain(source.name() + ": " + counted(skipped, "record was skipped", "records were skipped"));
 }
 
 }  // namespace loom

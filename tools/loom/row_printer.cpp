@@ -109,7 +109,7 @@ void RowPrinter::changed(int rows) {
   if (json)
     json->beginObject().key("changed").value(rows).endObject();
   else
-    printLine(std::to_string(rows) + (rows == 1 ? " row changed" : " rows changed"));
+    printLine(counted(static_cast<std::uint64_t>(rows), "row changed", "rows changed"));
 }
 
 void RowPrinter::printTable() {

@@ -39,10 +39,6 @@ ExitCode printSums(const Invocation& call, const ChecksumKind& kind) {
   return code;
 }
 
-std::string counted(unsigned count, const char* one, const char* several) {
-  return std::to_string(count) + " " + (count == 1 ? one : several);
-}
-
 // Reads lists and compares.
 class Check {
  public:

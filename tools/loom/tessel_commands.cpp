@@ -45,7 +45,7 @@ void printTable(JsonWriter& json, const GTesselInspector::Table& table) {
 }
 
 void printTable(const GTesselInspector::Table& table) {
-  printLine(visible(table.name) + ": " + std::to_string(table.rows) + " records");
+  printLine(visible(table.name) + ": " + counted(table.rows, "record", "records"));
   for (const GTesselInspector::Column& column : table.columns)
     printLine("  " + visible(column.name) + "  " + column.storage + ", " +
               std::to_string(column.size) + " bytes");

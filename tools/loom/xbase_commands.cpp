@@ -83,7 +83,7 @@ std::string describe(const GXBaseTable::Tag& tag) {
 
 void printInfo(GXBaseTable& table, const std::string& name, bool tagsKnown) {
   const GXBaseTable::Header header = table.getHeader();
-  printLine(visible(name) + ": " + std::to_string(header.recordCount) + " records of " +
+  printLine(visible(name) + ": " + counted(header.recordCount, "record", "records") + " of " +
             std::to_string(header.recordLength) + " bytes, version " +
             std::to_string(header.version));
   if (header.memoBlockSize > 0)
@@ -350,7 +350,7 @@ constexpr Command commands[] = {
      .operands = tableOperands,
      .example = LOOM_EXAMPLE_TABLE
      "$ loom xbase pack .\nparts: packed\n"
-     "$ loom xbase info .\nparts: 1 records of 5 bytes, version 3\n  field NAME C(4)\n",
+     "$ loom xbase info .\nparts: 1 record of 5 bytes, version 3\n  field NAME C(4)\n",
      .exits = tableExits,
      .run = pack},
     {.name = "reindex",
