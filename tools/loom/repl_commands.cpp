@@ -212,7 +212,8 @@ class Repl {
     RpnReport report = host.report();
     if (report.position && report.expression == std::string(linePrefix) + line) {
       report.expression = line;
-      *report.position -= linePrefix.size();
+      // Ctrl-C may have come before our own word was run.
+      *report.position -= std::min(*report.position, linePrefix.size());
     }
     // Under a line that has just been typed the caret is enough.
     const bool typed =
