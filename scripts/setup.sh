@@ -13,7 +13,7 @@ run="g++ cmake ninja-build ccache pkg-config zlib1g-dev libcli11-dev libedit-dev
 test="clang libclang-rt-14-dev googletest make python3 binutils llvm libarchive-tools p7zip-full sqlite3 miller bc zsh fish groff-base python3-dbfread gdal-bin postgresql postgresql-contrib openssl"
 ci="doxygen clang-format clang-tidy g++-multilib lib32z1-dev"
 bench="libbenchmark-dev python3 postgresql libpq-dev libpqxx-dev libmuparser-dev liblua5.4-dev liburiparser-dev libcurl4-openssl-dev libsqlite3-dev libsqlitecpp-dev libsoci-dev libboost-dev libcsv-dev rapidjson-dev libzip-dev libminizip-dev libarchive-dev libssl-dev libinih-dev libsimpleini-dev liblmdb-dev libshp-dev"
-windows="g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev wine64"
+windows="g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev wine64 make tcl libc6-i386"
 
 case "${1:-run}" in
   run) wanted=$run ;;

@@ -5,6 +5,7 @@
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
 "$here/scripts/setup.sh" windows
+"$here/scripts/fetch_windows.sh"
 
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
@@ -38,9 +39,8 @@ logged python3 "$here/tests/house/check_exports.py" "$here/build/win64/loomkit/l
   "$here/tests/house/exported_symbols.txt"
 status=0
 run_tests "$here/build/win64" "$here/scripts/wine64.sh" || status=1
-if [ -x /usr/lib/wine/wine ]; then
-  run_tests "$here/build/win32" env WINEDEBUG=-all WINEPREFIX="$here/build/wine32" /usr/lib/wine/wine ||
-    status=1
+if [ -f "$here/build/windows/wine32/complete" ]; then
+  run_tests "$here/build/win32" "$here/scripts/wine32.sh" || status=1
 else
   echo "win32: built and linked; there is no 32-bit Wine here to run it"
 fi

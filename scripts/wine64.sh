@@ -8,6 +8,8 @@ export WINEPREFIX=${WINEPREFIX:-$here/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 # No windows, and no packages for web pages and .NET, which Wine would ask for.
 export WINEDLLOVERRIDES="mscoree,mshtml=${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
+# Where sqlite3.dll lies, as a PATH of Windows.
+export WINEPATH="Z:${LOOMKIT_DLLS:-$here/build/win64}${WINEPATH:+;$WINEPATH}"
 unset DISPLAY
 mkdir -p "$WINEPREFIX"
-exec /usr/lib/wine/wine64 "$@"
+exec "${LOOMKIT_WINE:-/usr/lib/wine/wine64}" "$@"
