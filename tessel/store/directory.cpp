@@ -269,8 +269,6 @@ std::uint64_t bucketsSize(const Index& index) {
   return index.form == IndexForm::ranges ? 0 : (index.bucketCount() + 1) * layout::bucket::size;
 }
 
-bool isInteger(TslType type) { return type != TslTypeFloating && type != TslTypeText; }
-
 Error readDirectory(const std::vector<unsigned char>& bytes, std::uint64_t dataEnd,
                     std::uint32_t groupCount, Directory* directory) {
   return DirectoryReader(bytes, dataEnd).read(groupCount, directory) ? Error::none

@@ -57,10 +57,9 @@ Error Store::measure(const TableInfo& table, std::uint64_t* textSize) {
   for (const std::uint32_t row : rows)
     for (const Column& column : table.columns) {
       if (column.type != TslTypeText) continue;
-      TextSpan text{};
+      TextSpan& text = texts.emplace_back();
       const Error error = findText(&file, column, row, &text);
       if (error != Error::none) return error;
-      texts.push_back(text);
       *textSize += text.size + 1;
     }
   return Error::none;
