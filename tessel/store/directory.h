@@ -73,9 +73,7 @@ std::uint64_t entriesSize(const Index& index, std::uint32_t rowCount);
 std::uint64_t bucketsSize(const Index& index);
 
 /// Whether the values are numbers without a fraction: signed, unsigned or patterns.
-inline bool isInteger(TslType type) {
-  return type != TslTypeFloating && type != TslTypeText;
-}
+inline bool isInteger(TslType type) { return type != TslTypeFloating && type != TslTypeText; }
 
 /// Reads a directory whose names will point into `bytes`. Every section it tells
 /// of lies within the data, which end at `dataEnd`, at its alignment, and apart

@@ -70,13 +70,27 @@ ExitCode info(const Invocation& call) {
   return ExitCode::done;
 }
 
+// Opens a store and reads all of it. Throws as openStore() does.
+void readAll(const std::string& path, GTesselInspector* inspector) {
+  openStore(path, inspector);
+  ProgressBar bar("check", 0);
+  requireStore(*inspector, inspector->check([&](std::uint64_t done, std::uint64_t total) {
+    bar.show(done, total);
+  }));
+}
+
+// What is found damaged is the result that was asked for: JSON tells it too.
 ExitCode check(const Invocation& call) {
   GTesselInspector inspector;
-  openStore(call.operand("FILE"), &inspector);
-  ProgressBar bar("check", 0);
-  const GDbStatus status =
-      inspector.check([&](std::uint64_t done, std::uint64_t total) { bar.show(done, total); });
-  requireStore(inspector, status);
+  try {
+    readAll(call.operand("FILE"), &inspector);
+  } catch (const Failure&) {
+    if (!call.json() || !inspector.isDamaged()) throw;
+    JsonWriter json;
+    json.beginObject().key("whole").value(false);
+    json.key("what").value(inspector.getErrMsg()).endObject();
+    return ExitCode::damaged;
+  }
   if (call.json()) {
     JsonWriter json;
     json.beginObject().key("whole").value(true).endObject();
