@@ -143,9 +143,20 @@ TEST_F(DbCommand, ReadsColumnsOfTypesThatAreNotKnown) {
 }
 
 TEST_F(DbCommand, ACopyThatFailsLeavesNoTable) {
+  EXPECT_EQ(runLoom({"db", "copy", "--as", "kept", csv, "parts", file}).code, 0);
   const Ended failed = runLoom({"db", "copy", "--columns", "a:int,b:int", csv, "parts", file});
   EXPECT_EQ(failed.code, 4);
-  EXPECT_EQ(runLoom({"db", "tables", file}).out, "");
+  EXPECT_EQ(runLoom({"db", "tables", file}).out, "kept\n");
+}
+
+TEST_F(DbCommand, ACopyThatFailsLeavesNoFileThatWasNotThere) {
+  writeFile(folder + "/bad.csv", "1;a\nx;b\n");
+  const std::string copy = "cd " + folder + " && loom db copy --columns id:int,v:string csv:. bad ";
+  EXPECT_EQ(shell(copy + "sqlite3:new.db").code, 4);
+  EXPECT_FALSE(std::filesystem::exists(folder + "/new.db"));
+  writeFile(folder + "/empty.db", "");
+  EXPECT_EQ(shell(copy + "sqlite3:empty.db").code, 4);
+  EXPECT_TRUE(std::filesystem::exists(folder + "/empty.db")) << "it was there before";
 }
 
 TEST_F(DbCommand, CopiesATableAndQueriesIt) {

@@ -209,17 +209,20 @@ DbHost::DbHost(const std::string& locator, bool create)
   path = parts.path;
   checkOptions(parts.options);
   checkArchive(parts.path, parts.options);
-  if (typeId == "tessel") checkFile(std::filesystem::exists(path) ? path : path + ".tessel");
+  if (typeId == "tessel")
+    checkFile(std::filesystem::exists(pathOf(path)) ? pathOf(path) : pathOf(path + ".tessel"));
   if (!isSqlite()) {
     open(locator);
     return;
   }
   // SQLite would make an empty file of a mistyped name.
   std::error_code error;
-  if (!create &&
-      std::filesystem::status(path, error).type() == std::filesystem::file_type::not_found)
+  const bool isNew =
+      std::filesystem::status(pathOf(path), error).type() == std::filesystem::file_type::not_found;
+  if (!create && isNew)
     throw Failure(ExitCode::cannotOpen, shownName + ": " + gDbStrError(GDbCantOpenFile));
-  checkFile(path);
+  checkFile(pathOf(path));
+  if (isNew) madeFile.set(pathOf(path));
   readOnly =
       std::find(parts.options.begin(), parts.options.end(), "readonly") != parts.options.end();
   if (readOnly)
@@ -229,6 +232,12 @@ DbHost::DbHost(const std::string& locator, bool create)
   // A person at the command line would rather be told than wait for a lock.
   run("PRAGMA busy_timeout = 0;");
   keepReadOnly();
+}
+
+DbHost::MadeFile::~MadeFile() {
+  std::error_code error;
+  if (!path.empty() && std::filesystem::file_size(path, error) == 0 && !error)
+    std::filesystem::remove(path, error);
 }
 
 void DbHost::open(const std::string& locator) {

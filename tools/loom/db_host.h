@@ -110,11 +110,26 @@ class DbHost {
   void run(const std::string& statement) const;
   [[nodiscard]] std::vector<Column> sqliteColumns(const std::string& name) const;
 
+  // A file that SQLite makes when it is opened, and that goes again when nothing has
+  // been written to it: what failed leaves no file behind.
+  class MadeFile {
+   public:
+    MadeFile() = default;
+    MadeFile(const MadeFile&) = delete;
+    MadeFile& operator=(const MadeFile&) = delete;
+    ~MadeFile();
+    void set(const std::filesystem::path& made) { path = made; }
+
+   private:
+    std::filesystem::path path;
+  };
+
   std::string shownName;
   std::string typeId;
   std::string path;        // of the directory or file
   bool readsFiles = true;  // whether tables are files of the directory
   bool hasArchive = false;
+  MadeFile madeFile;  // outlives the database that has it open
   std::unique_ptr<GDbDatabase> opened;
   bool readOnly = false;
 };
