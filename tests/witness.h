@@ -10,6 +10,13 @@
 
 namespace loomkit::testing {
 
+/// Whether these programs run on this system. Elsewhere a test passes their word over.
+#ifdef _WIN32
+inline constexpr bool witnessesRun = false;
+#else
+inline constexpr bool witnessesRun = true;
+#endif
+
 /// How a shell command ended: its exit status as of wait() (0: well), and what
 /// it printed on standard output.
 struct Witnessed {

@@ -222,8 +222,14 @@ TEST_F(CsvTable, ClosingTheDatabaseLeavesItsTablesWorking) {
   EXPECT_EQ(database->closeDatabase(), GDbNoError);
   EXPECT_TRUE(opened->isTableOpen());
   EXPECT_EQ(scan(opened.get()), Texts{"1|a"});
+}
+
+TEST_F(CsvTable, AClosedDatabaseLooksForItsTablesInTheRoot) {
+  dir.write("t.csv", "1;a\n");
+  database = open();
+  EXPECT_EQ(database->closeDatabase(), GDbNoError);
   GDbTable* none = nullptr;
-  EXPECT_EQ(database->openTable("t", &idName, &none), GDbInvalidTableName) << "looked for in /";
+  EXPECT_EQ(database->openTable("t", &idName, &none), GDbInvalidTableName);
   const std::string fromRoot = dir.path().substr(1) + "/t";
   EXPECT_EQ(scan(openTable(database, fromRoot, &idName).get()), Texts{"1|a"});
 }

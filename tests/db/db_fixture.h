@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -26,10 +27,11 @@ namespace loomkit::testing {
 using DatabaseOwner = std::unique_ptr<GDbDatabase>;
 using TableOwner = std::unique_ptr<GDbTable>;
 
-/// Opens a database that must open.
+/// Opens a database that must open: the test ends where it does not.
 inline DatabaseOwner openDb(const std::string& locator) {
   GDbDatabase* database = nullptr;
-  EXPECT_EQ(GDbDatabase::openDatabase(locator.c_str(), &database), GDbNoError) << locator;
+  const GDbStatus status = GDbDatabase::openDatabase(locator.c_str(), &database);
+  if (status != GDbNoError) throw std::runtime_error(locator + ": " + gDbStrError(status));
   return DatabaseOwner(database);
 }
 
@@ -48,10 +50,12 @@ inline GDbStructure structureOf(const std::vector<std::pair<std::string, GDbFiel
   return structure;
 }
 
+/// Opens a table that must open.
 inline TableOwner openTable(const DatabaseOwner& database, const std::string& name,
                             const GDbStructure* structure = nullptr) {
   GDbTable* table = nullptr;
-  EXPECT_EQ(database->openTable(name, structure, &table), GDbNoError) << name;
+  const GDbStatus status = database->openTable(name, structure, &table);
+  if (status != GDbNoError) throw std::runtime_error(name + ": " + gDbStrError(status));
   return TableOwner(table);
 }
 

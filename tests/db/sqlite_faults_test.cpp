@@ -422,13 +422,20 @@ TEST(SqliteFaults, ALockedDatabaseIsALockFailure) {
   EXPECT_EQ(other.exec("INSERT INTO t VALUES (1);"), GDbNoError);
 }
 
-TEST(SqliteFaults, ConstraintsAndVanishedFilesAreStatuses) {
+TEST(SqliteFaults, AConstraintIsAStatus) {
   const ScratchDirectory dir;
   const DatabaseOwner database = openDb("sqlite3:" + dir / "v.db");
   GSqlQuery query(sqlOf(database));
   ASSERT_EQ(query.exec("CREATE TABLE t (a INTEGER UNIQUE);"), GDbNoError);
   ASSERT_EQ(query.exec("INSERT INTO t VALUES (1);"), GDbNoError);
   EXPECT_EQ(query.exec("INSERT INTO t VALUES (1);"), GDbConstraintViolation);
+}
+
+TEST(SqliteFaults, AVanishedFileIsAStatus) {
+  const ScratchDirectory dir;
+  const DatabaseOwner database = openDb("sqlite3:" + dir / "v.db");
+  GSqlQuery query(sqlOf(database));
+  ASSERT_EQ(query.exec("CREATE TABLE t (a INTEGER UNIQUE);"), GDbNoError);
   std::filesystem::remove(dir / "v.db");
   EXPECT_NE(query.exec("INSERT INTO t VALUES (2);"), GDbNoError);
 }

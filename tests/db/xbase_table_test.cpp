@@ -275,7 +275,7 @@ TEST_F(XBaseBackend, RefusesToCreateWhatCannotBeWritten) {
   GDbStructure unbounded;
   unbounded.appendField(column("a", GDbFieldString, -1));
   EXPECT_EQ(database->createTable("t", &unbounded, &none), GDbCantCreateTable);
-  const std::string path = std::filesystem::canonical(dir.path()).string() + "/t.dbf";
+  const std::string path = std::filesystem::canonical(dir.path()).generic_string() + "/t.dbf";
   EXPECT_EQ(output.texts(),
             Texts(2, "Failed to create table \"t\" (" + path + "): XBase error -230"));
   EXPECT_FALSE(std::filesystem::exists(dir / "t.dbf"));
@@ -535,7 +535,7 @@ TEST_F(XBaseBackend, ADamagedIndexFileIsDeletedWithAWarningAndBuiltAnew) {
     ASSERT_EQ(tryOpen("parts", structure, &table), GDbNoError);
     EXPECT_EQ(output.texts(),
               Texts{"Unable to open index file \"" +
-                    std::filesystem::canonical(dir.path()).string() + "/parts.cdx\""});
+                    std::filesystem::canonical(dir.path()).generic_string() + "/parts.cdx\""});
     EXPECT_EQ(lookup(table.get(), {GDbKey(0, 1)}), Texts{"1|1|a"});
     table = nullptr;
     database = nullptr;

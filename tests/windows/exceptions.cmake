@@ -28,9 +28,4 @@ set(LOOMKIT_TESTS_LEFT_OUT
 set(LOOMKIT_TEST_FOLDERS_LEFT_OUT
   faults  # stands in front of the calls of a POSIX C library
   house   # checks of the tree, the same on each system
-  tools   # runs sessions of a POSIX shell
-  # These are built there when their name is taken from here, and most of their tests
-  # pass. Others need python3 beside them, SQLite, or names of files as POSIX has them.
-  xbase
-  db
-  tessel)
+  tools)  # runs sessions of a POSIX shell

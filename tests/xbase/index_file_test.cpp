@@ -16,7 +16,6 @@ namespace loomkit::xbase {
 namespace {
 
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 namespace header = cdx::header;
 
@@ -140,7 +139,7 @@ TEST_F(IndexTest, OrdersEveryTypeOfKeyByItsValues) {
   EXPECT_EQ(currentKey(*findTag(*index, "PAID")), "T");
   EXPECT_EQ(findTag(*index, "nowhere"), nullptr);
   ASSERT_EQ(close(*table), ok);
-  EXPECT_THAT(check(), StartsWith("AMOUNT: 4 keys"));
+  expectChecked("AMOUNT: 4 keys");
 }
 
 TEST_F(IndexTest, SeeksTheFirstOfEqualKeysInItsOwnOrder) {
@@ -256,7 +255,7 @@ TEST_F(IndexTest, FollowsRecordsThatChange) {
   ASSERT_EQ(pack(*table), ok);
   EXPECT_EQ(walk(*table, findTag(*index, "N")), "A");
   ASSERT_EQ(close(*table), ok);
-  EXPECT_THAT(check(), StartsWith("N: 1 keys"));
+  expectChecked("N: 1 keys");
 }
 
 TEST_F(IndexTest, RefusesASecondRecordOfAKeyInAUniqueTag) {
@@ -280,7 +279,7 @@ TEST_F(IndexTest, RefusesASecondRecordOfAKeyInAUniqueTag) {
     EXPECT_EQ(flush(*table), notUnique);
     assignText(*table, 0, "A");
     ASSERT_EQ(close(*table), ok);
-    EXPECT_THAT(check(), StartsWith("ALL: 3 keys"));
+    expectChecked("ALL: 3 keys");
     table = openDataFile(engine, scratch / "t.dbf");
     index = openIndex(*table, scratch / "t.cdx");
     ASSERT_NE(index, nullptr) << "the same when it is read back";
@@ -497,7 +496,7 @@ TEST_F(IndexTest, MendsAFileThatWasLeftInTheMidstOfAChange) {
   ASSERT_NE(index, nullptr);
   EXPECT_EQ(walk(*table, findTag(*index, "DOWN")), "C B A");
   ASSERT_EQ(close(*table), ok);
-  EXPECT_THAT(check("t.dbf", "copy.cdx"), StartsWith("DOWN: 3 keys"));
+  expectChecked("DOWN: 3 keys", "t.dbf", "copy.cdx");
   table = openDataFile(engine, scratch / "t.dbf");
   EXPECT_NE(openIndex(*table, scratch / "copy.cdx"), nullptr);
   // One that does not tell what its tags are is beyond that.
@@ -523,7 +522,7 @@ TEST_F(IndexTest, CutsKeysAt240Bytes) {
   ASSERT_EQ(seekKey(*index->tags[0], std::string(239, 'x') + "B" + std::string(60, 'q')), ok);
   EXPECT_EQ(index->tags[0]->cursor.record, 1U);
   ASSERT_EQ(close(*table), ok);
-  EXPECT_THAT(check(), StartsWith("WIDE: 2 keys"));
+  expectChecked("WIDE: 2 keys");
 }
 
 TEST_F(IndexTest, GivesMinusZeroThePlaceOfZero) {

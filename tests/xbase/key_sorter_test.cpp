@@ -156,7 +156,7 @@ TEST_F(KeySorterTest, BuildsTheSameIndexInMemoryAndFromRuns) {
   // Only the versions have gone up.
   EXPECT_EQ(rebuilt.size(), whole.size());
   ASSERT_EQ(close(*table), ok);
-  EXPECT_THAT(check(), ::testing::StartsWith("AMOUNT: 10000 keys"));
+  expectChecked("AMOUNT: 10000 keys");
 }
 
 }  // namespace

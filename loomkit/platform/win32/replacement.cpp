@@ -78,8 +78,22 @@ bool becomeLikeItsModel(const Replacement& replacement) {
                            copyAttributes(model, replacement.path));
 }
 
+// Lets others read the file, as GTesselWriter does before it has its name, from now on
+// that it has the rights of its target. One that is to have a model's gets them last.
+bool openToReaders(Replacement* replacement) {
+  if (!replacement->options.likeFile.empty()) return true;
+  ::CloseHandle(systemHandle(replacement->handle));
+  OwnedHandle file(::CreateFileA(replacement->path.c_str(), GENERIC_WRITE,
+                                 FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                 FILE_ATTRIBUTE_NORMAL, nullptr));
+  const bool opened = file.isOpen();
+  replacement->handle = opened ? handleNumber(file.release()) : -1;
+  return opened;
+}
+
 void closeFileOf(Replacement* replacement) {
-  ::CloseHandle(systemHandle(std::exchange(replacement->handle, -1)));
+  const int handle = std::exchange(replacement->handle, -1);
+  if (handle >= 0) ::CloseHandle(systemHandle(handle));
 }
 
 void removeFileOf(Replacement* replacement) {
@@ -113,9 +127,10 @@ int createReplacement(const std::string& target, const ReplacementOptions& optio
   made.handle = handleNumber(file.release());
   // The rights of a link say nothing, and those of a model count more.
   const bool hasRights = !replacesLink && options.likeFile.empty() && examine(made.target);
-  if (hasRights && !copyRights(made.target, made.path)) {
+  if ((hasRights && !copyRights(made.target, made.path)) || !openToReaders(&made)) {
     const int failure = failedStatus();
-    discardReplacement(&made);
+    closeFileOf(&made);
+    removeFileOf(&made);
     return failure;
   }
   *replacement = std::move(made);
