@@ -159,6 +159,13 @@ TEST_F(DbCommand, ACopyThatFailsLeavesNoFileThatWasNotThere) {
   EXPECT_TRUE(std::filesystem::exists(folder + "/empty.db")) << "it was there before";
 }
 
+TEST_F(DbCommand, ALongValueIsToldByItsBeginning) {
+  writeFile(folder + "/long.csv", std::string(100, 'x') + "\n");
+  EXPECT_EQ(shell("cd " + folder + " && loom db scan --columns id:int csv:. long").err,
+            "loom: long: row 1, column id: '" + std::string(60, 'x') + " ...' is no int\n");
+  EXPECT_EQ(shell("cd " + folder + " && loom db copy csv:. long csv:. --as again").code, 0);
+}
+
 TEST_F(DbCommand, CopiesATableAndQueriesIt) {
   EXPECT_EQ(runLoom({"db", "copy", "--as", "p", csv, "parts", file}),
             (Ended{0, "3 records\n", ""}));

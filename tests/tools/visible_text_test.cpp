@@ -77,6 +77,16 @@ TEST(VisibleText, NoMessageCarriesTheControlCharactersOfAName) {
   }
 }
 
+TEST(VisibleText, AnExcerptEndsBehindAWholeCharacter) {
+  EXPECT_EQ(loom::excerpt("abcdef", 6), "abcdef");
+  EXPECT_EQ(loom::excerpt("abcdefg", 6), "abcdef ...");
+  EXPECT_EQ(loom::excerpt("abc\xe2\x82\xac", 4), "abc ...");
+  EXPECT_EQ(loom::excerpt("abc\xe2\x82\xac", 5), "abc ...");
+  EXPECT_EQ(loom::excerpt("ab\xf0\x9f\x98\x80 ", 5), "ab ...");
+  EXPECT_EQ(loom::excerpt("\x82\x82\x82\x82\x82\x82", 5), "\x82\x82 ...") << "no UTF-8";
+  EXPECT_EQ(loom::excerpt("abc", 0), " ...");
+}
+
 TEST(VisibleText, AMessageIsOneLineWhateverNameItHas) {
   const Ended ended = shell("loom sum \"$(printf 'a\\nloom: b')\"");
   EXPECT_EQ(ended.err, "loom: cannot open a\\nloom: b: No such file or directory\n");

@@ -15,6 +15,7 @@
 #include "open_expression.h"
 #include "rpn_host.h"
 #include "value_text.h"
+#include "visible_text.h"
 #include "word_list.h"
 
 namespace loom {
@@ -228,10 +229,9 @@ class Repl {
       printLine("  ... " + std::to_string(stack.size() - shown) + " more below");
     }
     for (std::size_t i = shown; i-- > 0;) {
-      std::string text = valueText(stack[stack.size() - 1 - i], digits);
-      if (text.size() > shownBytes) text.replace(shownBytes, std::string::npos, " ...");
+      const std::string text = valueText(stack[stack.size() - 1 - i], digits);
       printLine(colored(StandardStream::output, Color::dim, "  [" + std::to_string(i) + "] ") +
-                text);
+                excerpt(text, shownBytes));
     }
   }
 

@@ -7,6 +7,7 @@
 
 #include "loomkit/db/record_set.h"
 #include "loomkit/db/structure.h"
+#include "visible_text.h"
 
 namespace loom {
 
@@ -129,7 +130,7 @@ class RecordRows : public RowSource {
     if (text == nullptr || column.type == GDbFieldString) return cell;
     Cell value;
     if (readCell(*text, column.type, &value)) return value;
-    throw RowFailure(ExitCode::damaged, place(column.name) + ": '" + *text + "' is no " +
+    throw RowFailure(ExitCode::damaged, place(column.name) + ": '" + excerpt(*text) + "' is no " +
                                             std::string(typeName(column.type)));
   }
 

@@ -15,6 +15,7 @@
 #include "loomkit/text/string_util.h"
 #include "progress_bar.h"
 #include "store_copy.h"
+#include "visible_text.h"
 #include "xbase_copy.h"
 
 namespace loom {
@@ -269,7 +270,7 @@ Failure cannotHold(const RowSource& source, std::size_t index, const Cell& cell,
   return {ExitCode::cannotWrite, target + ": row " + std::to_string(source.number()) + ", column " +
                                      source.columns()[index].name + ": cannot hold " +
                                      std::string(kindOf(cell)) +
-                                     (isNull(cell) ? "" : ", " + cellText(cell))};
+                                     (isNull(cell) ? "" : ", " + excerpt(cellText(cell)))};
 }
 
 loomkit::RecordOwner recordOf(const RowSource& source, const Row& row, const std::string& target) {

@@ -71,4 +71,12 @@ std::string visible(std::string_view text) { return escaped(text, ""); }
 
 std::string visibleLines(std::string_view text) { return escaped(text, "\n\t"); }
 
+std::string excerpt(std::string_view text, std::size_t most) {
+  if (text.size() <= most) return std::string(text);
+  // No character has more than three bytes behind its first one.
+  std::size_t end = most;
+  while (end > 0 && most - end < 3 && isContinuation(byteAt(text, end))) --end;
+  return std::string(text.substr(0, end)) + " ...";
+}
+
 }  // namespace loom

@@ -7,6 +7,7 @@
 #ifndef LOOM_VISIBLE_TEXT_H
 #define LOOM_VISIBLE_TEXT_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,10 @@ namespace loom {
 
 /// The same for a text of several lines: line ends and tabs stay.
 [[nodiscard]] std::string visibleLines(std::string_view text);
+
+/// The text's beginning, of at most `most` bytes and whole characters, and " ..." behind
+/// it; a text that is no longer than that as it is. For a value within a message.
+[[nodiscard]] std::string excerpt(std::string_view text, std::size_t most = 60);
 
 }  // namespace loom
 
