@@ -74,9 +74,10 @@ wine32() {
     dpkg-deb --fsys-tarfile "$package" | tar -x --exclude=./usr/share/doc || return
     rm "$package"
   done
-  # What Wine's own package depends on, at the place where it is looked for.
-  ln -s /usr/i686-w64-mingw32/lib/zlib1.dll usr/lib/i386-linux-gnu/wine/i386-windows/ &&
-    touch complete
+  # What Wine's own package depends on, at the two places where it is looked for.
+  mkdir -p "$here/build/win32"
+  ln -sf /usr/i686-w64-mingw32/lib/zlib1.dll usr/lib/i386-linux-gnu/wine/i386-windows/ &&
+    ln -sf /usr/i686-w64-mingw32/lib/zlib1.dll "$here/build/win32/" && touch complete
 }
 
 # Runs one of these; the last word of its failure, when it fails, is told with the rest.

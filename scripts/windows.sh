@@ -37,6 +37,7 @@ for preset in win64 win32; do
 done
 logged python3 "$here/tests/house/check_exports.py" "$here/build/win64/loomkit/loomkit.dll" \
   "$here/tests/house/exported_symbols.txt"
+"$here/tests/windows/check_package.sh" "$here/build/win64" "$here" "$here/scripts/wine64.sh"
 status=0
 run_tests "$here/build/win64" "$here/scripts/wine64.sh" || status=1
 if [ -f "$here/build/windows/wine32/complete" ]; then

@@ -8,7 +8,7 @@ export WINEPREFIX=${WINEPREFIX:-$here/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 # No windows, and no packages for web pages and .NET, which Wine would ask for.
 export WINEDLLOVERRIDES="mscoree,mshtml=${WINEDLLOVERRIDES:+;$WINEDLLOVERRIDES}"
-# Where sqlite3.dll lies, as a PATH of Windows.
+# Where sqlite3.dll and what Wine itself asks for lie, as a PATH of Windows.
 export WINEPATH="Z:${LOOMKIT_DLLS:-$here/build/win64}${WINEPATH:+;$WINEPATH}"
 unset DISPLAY
 mkdir -p "$WINEPREFIX"

@@ -24,6 +24,37 @@ ConfigFileBase<File, Section>::~ConfigFileBase() {
   for (const Section* section : sections) delete section;
 }
 
+// Short as these are, they are not in the header: a DLL would not hand out what is, and a
+// host that is compiled without optimisation asks for it.
+template <typename File, typename Section>
+const std::string& ConfigFileBase<File, Section>::getName() const {
+  return loadedName;
+}
+template <typename File, typename Section>
+const std::string& ConfigFileBase<File, Section>::getErrMsg() const {
+  return errMsg;
+}
+template <typename File, typename Section>
+const std::vector<Section*>& ConfigFileBase<File, Section>::getSections() const {
+  return sections;
+}
+template <typename File, typename Section>
+int ConfigFileBase<File, Section>::getLineNumber() const {
+  return lineNumber;
+}
+template <typename File, typename Section>
+Section* ConfigFileBase<File, Section>::getCurrentSection() const {
+  return currentSection;
+}
+template <typename File, typename Section>
+void ConfigFileBase<File, Section>::setCurrentSection(Section* section) {
+  currentSection = section;
+}
+template <typename File, typename Section>
+void ConfigFileBase<File, Section>::setName(const std::string& fileName) {
+  loadedName = fileName;
+}
+
 template <typename File, typename Section>
 bool ConfigFileBase<File, Section>::load(const std::string& fileName) {
   loadedName = fileName;

@@ -66,12 +66,12 @@ class LOOMKIT_API ConfigFileBase {
             const std::string& fileName);
 
   /// The path that was loaded, saved or tried last.
-  [[nodiscard]] const std::string& getName() const { return loadedName; }
+  [[nodiscard]] const std::string& getName() const;
   /// The message of the last failure, or an empty text. Success does not clear
   /// it.
-  [[nodiscard]] const std::string& getErrMsg() const { return errMsg; }
+  [[nodiscard]] const std::string& getErrMsg() const;
   /// All sections in the order in which they were made. They belong to the file.
-  [[nodiscard]] const std::vector<Section*>& getSections() const { return sections; }
+  [[nodiscard]] const std::vector<Section*>& getSections() const;
   /// The section of this name, or null. Requires: the name is in lower case.
   [[nodiscard]] Section* getSection(const std::string& sectionName) const;
 
@@ -101,15 +101,15 @@ class LOOMKIT_API ConfigFileBase {
   /// that a function can end with it.
   bool setErrMsg(const std::string& msg);
   /// The number of lines that the current or last load has read; 0 before any.
-  [[nodiscard]] int getLineNumber() const { return lineNumber; }
+  [[nodiscard]] int getLineNumber() const;
 
   /// The section that keys go to; null as long as there was no header.
-  [[nodiscard]] Section* getCurrentSection() const { return currentSection; }
+  [[nodiscard]] Section* getCurrentSection() const;
   /// Lets keys go to `section`, which has to belong to the file, or to the file
   /// itself when it is null.
-  void setCurrentSection(Section* section) { currentSection = section; }
+  void setCurrentSection(Section* section);
   /// Replaces what getName() gives.
-  void setName(const std::string& fileName) { loadedName = fileName; }
+  void setName(const std::string& fileName);
 
  private:
   bool loadOpened(std::unique_ptr<std::istream> stream);

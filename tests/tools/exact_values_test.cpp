@@ -156,7 +156,7 @@ TEST_F(ExactValues, AFailureHasTheDatabasesOwnWords) {
        "c=sqlite3.connect(sys.argv[1], isolation_level=None)\n"
        "c.execute('BEGIN EXCLUSIVE')\n"
        "print(subprocess.run(sys.argv[2:], capture_output=True, text=True).stderr, end='')",
-       path, LOOM_BINARY, "db", "scan", file, "t"});
+       path, testedLoom(), "db", "scan", file, "t"});
   EXPECT_NE(locked.out.find("database is locked"), std::string::npos) << locked;
 }
 

@@ -19,7 +19,7 @@ namespace loomkit::testing {
 namespace {
 
 std::string loomFolder() {
-  const std::string path = LOOM_BINARY;
+  const std::string path = testedLoom();
   return path.substr(0, path.rfind('/'));
 }
 
@@ -28,6 +28,11 @@ int codeOf(int status) {
 }
 
 }  // namespace
+
+std::string testedLoom() {
+  const char* const named = std::getenv("LOOMKIT_TEST_LOOM");
+  return named != nullptr ? named : LOOM_BINARY;
+}
 
 std::string newFolder() {
   static const ScratchDirectory all;  // goes with the process
@@ -82,7 +87,7 @@ Ended runProgram(const std::vector<std::string>& words, const std::string& input
 }
 
 Ended runLoom(std::vector<std::string> words, const std::string& input) {
-  words.insert(words.begin(), LOOM_BINARY);
+  words.insert(words.begin(), testedLoom());
   return runProgram(words, input);
 }
 

@@ -22,6 +22,10 @@ struct Ended {
   }
 };
 
+/// The path of the loom that is tested: this build's own, or what the variable
+/// LOOMKIT_TEST_LOOM names, such as a script that runs one for another system.
+[[nodiscard]] std::string testedLoom();
+
 /// Runs a program with these words; standard input holds `input`.
 [[nodiscard]] Ended runProgram(const std::vector<std::string>& words,
                                const std::string& input = {});

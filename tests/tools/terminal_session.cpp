@@ -173,7 +173,7 @@ void Screen::obey(char command) {
 TerminalSession::TerminalSession(const std::string& script, std::size_t columns)
     : TerminalSession(
           [&] {
-            const std::string program = LOOM_BINARY;
+            const std::string program = testedLoom();
             const std::string folder = program.substr(0, program.rfind('/'));
             setenv("PATH", (folder + ":" + std::getenv("PATH")).c_str(), 1);
             // libedit leaves the texts of its history to the end of the process.

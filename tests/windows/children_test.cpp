@@ -165,6 +165,15 @@ TEST(WindowsChildren, SpeakInLinesAndAreEnded) {
   EXPECT_FALSE(child.kill());
 }
 
+TEST(WindowsChildren, MayHaveAllStreamsOfTheirParent) {
+  RunOptions options;
+  options.input = "text";
+  const RunResult result = runOwn({"parent", "copy"}, options);
+  EXPECT_EQ(result.out, "text");
+  EXPECT_EQ(result.err, "text");
+  EXPECT_EQ(result.exitCode, 0);
+}
+
 TEST(WindowsChildren, SayWhyTheyCannotBeStarted) {
   CaptureOutput output;
   GProcess child("no-such-program-anywhere", true, true, true);
@@ -183,6 +192,16 @@ int copyToBoth() {
   }
 }
 
+// Starts this program with an action, and all streams that it has itself.
+int startWithAllStreams(const char* action) {
+  GProcess child(ownProgram(), false, false, false);
+  GProcess::Settings settings;
+  settings.inheritAll = true;
+  int code = -1;
+  if (child.start(1, &action, settings)) child.getExitCode(true, &code);
+  return code;
+}
+
 // What the program does as a child.
 int actAsChild(int argc, char** argv) {
   const std::string action = argv[1];
@@ -193,6 +212,7 @@ int actAsChild(int argc, char** argv) {
   }
   if (action == "exit") return std::atoi(argv[2]);
   if (action == "copy") return copyToBoth();
+  if (action == "parent") return startWithAllStreams(argv[2]);
   if (action == "variable") return std::fputs(std::getenv(argv[2]), stdout) < 0;
   if (action == "directory") {
     char path[MAX_PATH];

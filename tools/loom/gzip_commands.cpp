@@ -65,7 +65,7 @@ std::string inColumns(std::uint64_t compressed, std::uint64_t uncompressed, std:
 
 // "defla 8dc4565d Jan  2 03:04 ", in front of a line of gzip -lv.
 std::string details(const GzipListing& listing) {
-  const std::time_t time = listing.time;
+  const auto time = static_cast<std::time_t>(listing.time);
   std::tm parts{};
   char month[16] = "";
   char date[32] = "";

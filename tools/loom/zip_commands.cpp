@@ -102,10 +102,11 @@ class Archive {
 };
 
 std::string timeText(std::int64_t seconds) {
-  const std::time_t time = seconds;
+  const auto time = static_cast<std::time_t>(seconds);
+  const bool fits = time == seconds;  // not after 2038 on 32-bit Windows
   std::tm parts{};
   char text[32] = "-";
-  if (localtime_r(&time, &parts) != nullptr) {
+  if (fits && localtime_r(&time, &parts) != nullptr) {
     std::strftime(text, sizeof text, "%Y-%m-%d %H:%M", &parts);
   }
   return text;

@@ -11,10 +11,9 @@
 namespace loomkit::platform {
 namespace {
 
-// A handle of this process's that a child is to have: the copies are the only ones that
-// may be inherited, for as long as it takes to start the child.
-OwnedHandle inheritableCopy(int number) {
-  const HANDLE handle = number == 0 ? ::GetStdHandle(STD_INPUT_HANDLE) : systemHandle(number);
+// A handle of this process's that a child is to have. The library's own handles are not
+// inherited; the copies are, for as long as it takes to start the child.
+OwnedHandle inheritableCopy(HANDLE handle) {
   if (handle == nullptr || handle == INVALID_HANDLE_VALUE) return {};
   const HANDLE self = ::GetCurrentProcess();
   HANDLE copy = nullptr;
@@ -22,11 +21,11 @@ OwnedHandle inheritableCopy(int number) {
   return OwnedHandle(copy);
 }
 
-// The record with which a child is started: its three standard handles, and a list that
-// says that no others are passed on, whatever else may be inherited meanwhile.
+// The record with which a child is started: its three standard handles, which a child
+// without a console of its own has from nowhere else.
 class StartRecord {
  public:
-  StartRecord(int in, int out, int err)
+  StartRecord(HANDLE in, HANDLE out, HANDLE err)
       : copies{inheritableCopy(in), inheritableCopy(out), inheritableCopy(err)} {
     info.StartupInfo.cb = sizeof info;
     info.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
@@ -42,7 +41,8 @@ class StartRecord {
     if (info.lpAttributeList != nullptr) ::DeleteProcThreadAttributeList(info.lpAttributeList);
   }
 
-  bool listHandles() {
+  // Says that no other handles are passed on, whatever else may be inherited meanwhile.
+  bool passTheseAlone() {
     if (handles.empty()) return true;
     SIZE_T size = 0;
     ::InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
@@ -105,8 +105,8 @@ bool hasConsole() {
 }
 
 DWORD flagsFor(const StartOptions& options) {
-  DWORD flags = hasConsole() ? 0 : DETACHED_PROCESS;
-  if (!options.inheritAll) flags |= EXTENDED_STARTUPINFO_PRESENT;
+  DWORD flags = EXTENDED_STARTUPINFO_PRESENT;
+  if (!hasConsole()) flags |= DETACHED_PROCESS;
   // It is put into its job before it runs, so that nothing that it starts escapes.
   if (options.ownGroup) flags |= CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
   return flags;
@@ -132,6 +132,15 @@ OwnedHandle jobWith(HANDLE process) {
   return job;
 }
 
+// The standard handles of a child: this process's own, or those that are given, of which
+// 0 is this process's standard input.
+StartRecord recordFor(int in, int out, int err, bool inheritAll) {
+  const HANDLE ownIn = ::GetStdHandle(STD_INPUT_HANDLE);
+  if (inheritAll)
+    return {ownIn, ::GetStdHandle(STD_OUTPUT_HANDLE), ::GetStdHandle(STD_ERROR_HANDLE)};
+  return {in == 0 ? ownIn : systemHandle(in), systemHandle(out), systemHandle(err)};
+}
+
 constexpr unsigned terminatedCode = 1;
 
 bool unknown(ChildProcess* child) {
@@ -147,16 +156,11 @@ bool startProcess(const std::string& commandLine, int in, int out, int err,
                   const StartOptions& options, ChildProcess* child) {
   if (commandLine.find_first_not_of(" \t") == std::string::npos)
     return failed(ERROR_FILE_NOT_FOUND);
+  StartRecord record = recordFor(in, out, err, options.inheritAll);
+  if (!options.inheritAll && !record.passTheseAlone()) return succeeded(false);
+  const bool passesHandles = options.inheritAll || record.passesHandles();
   PROCESS_INFORMATION made{};
-  if (options.inheritAll) {
-    STARTUPINFOA plain{};
-    plain.cb = sizeof plain;
-    if (!create(commandLine, options, true, &plain, &made)) return false;
-  } else {
-    StartRecord record(in, out, err);
-    if (!record.listHandles()) return succeeded(false);
-    if (!create(commandLine, options, record.passesHandles(), record.get(), &made)) return false;
-  }
+  if (!create(commandLine, options, passesHandles, record.get(), &made)) return false;
   const OwnedHandle thread(made.hThread);
   OwnedHandle process(made.hProcess);
   OwnedHandle job;
