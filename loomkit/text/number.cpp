@@ -1,32 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/text/number.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 
 #include "loomkit/text/char_class.h"
+#include "loomkit/text/powers_of_ten.h"
 
 namespace {
 
+using loomkit::negativePowers;
+using loomkit::positivePowers;
+
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-// Powers of ten, as products of one factor after the other. Beyond the tables the
-// products are infinite or zero, so that an exponent of any size costs one look.
-constexpr auto positivePowers = [] {
-  std::array<double, 309> powers{1, 10, 100, 1000, 10000};
-  for (std::size_t i = 5; i < powers.size(); ++i) powers[i] = powers[i - 1] * 10;
-  return powers;
-}();
-constexpr auto negativePowers = [] {
-  std::array<double, 325> powers{1, 0.1, 0.01, 0.001, 0.0001};
-  for (std::size_t i = 5; i < powers.size(); ++i) powers[i] = powers[i - 1] * 0.1;
-  return powers;
-}();
-static_assert(positivePowers.back() > std::numeric_limits<double>::max() / 10);
-static_assert(negativePowers.back() == 0 && negativePowers[negativePowers.size() - 2] > 0);
-
+// Beyond the tables the powers are infinite or zero, so that an exponent of any size
+// costs one look.
 double powerOfTen(std::int64_t exponent) {
   if (exponent >= 0) {
     const auto i = static_cast<std::size_t>(exponent);

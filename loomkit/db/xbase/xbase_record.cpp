@@ -2,16 +2,16 @@
 #include "loomkit/db/xbase/xbase_record.h"
 
 #include <algorithm>
-#include <bit>
 #include <cctype>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <string>
 #include <string_view>
 
 #include "loomkit/db/xbase/xbase_directory.h"
-#include "loomkit/text/binary.h"
-#include "loomkit/text/char_class.h"
+#include "loomkit/text/char_word.h"
+#include "loomkit/text/fixed_number.h"
 #include "loomkit/text/number.h"
 #include "loomkit/text/number32.h"
 #include "loomkit/text/output.h"
@@ -23,86 +23,15 @@ namespace {
 
 constexpr bool isBlank(char c) { return c == ' ' || c == '\0'; }
 
-// Most fields are wider than what is in them, so that blanks are counted in words of
-// eight bytes, the first of which is the lowest.
-constexpr std::size_t wordSize = 8;
-constexpr std::uint64_t blankWord = 0x2020202020202020;
-
-std::uint64_t wordAt(const char* bytes) { return RecordReader(bytes, wordSize).get(Le64{0}); }
-
+// Most fields are wider than what is in them, so that blanks are counted eight at a time.
 std::string_view withoutBlanksBehind(std::string_view text) {
-  while (text.size() >= wordSize) {
-    const std::uint64_t word = wordAt(text.data() + text.size() - wordSize);
-    const auto blanks = static_cast<std::size_t>(std::countl_zero(word ^ blankWord)) / 8;
+  while (text.size() >= CharWord::size) {
+    const std::size_t blanks = CharWord(text.substr(text.size() - CharWord::size)).blanksBehind();
     text.remove_suffix(blanks);
-    if (blanks < wordSize) break;
+    if (blanks < CharWord::size) break;
   }
   while (!text.empty() && isBlank(text.back())) text.remove_suffix(1);
   return text;
-}
-
-std::string_view withoutBlanksInFront(std::string_view text) {
-  while (text.size() >= wordSize) {
-    const std::uint64_t word = wordAt(text.data());
-    const auto blanks = static_cast<std::size_t>(std::countr_zero(word ^ blankWord)) / 8;
-    text.remove_prefix(blanks);
-    if (blanks < wordSize) break;
-  }
-  while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
-  return text;
-}
-
-// Puts the NUL that the parsers of numbers need behind the `size` bytes at `text`, as
-// long as the object lives.
-class Terminated {
- public:
-  Terminated(char* text, std::size_t size) : end(text + size), kept(*end) { *end = '\0'; }
-  Terminated(const Terminated&) = delete;
-  Terminated& operator=(const Terminated&) = delete;
-  ~Terminated() { *end = kept; }
-
- private:
-  char* end;
-  char kept;
-};
-
-// Whether eight bytes are digits: their high halves are 3, and stay so when 6 is added.
-bool areDigits(std::uint64_t bytes) {
-  constexpr std::uint64_t highHalves = 0xF0F0F0F0F0F0F0F0;
-  constexpr std::uint64_t sixes = 0x0606060606060606;
-  constexpr std::uint64_t threes = 0x3030303030303030;
-  return (bytes & highHalves) == threes && ((bytes + sixes) & highHalves) == threes;
-}
-
-// The number of eight digits, the first of which is the lowest byte: neighbours are put
-// together to two digits, to four, and to eight.
-std::int32_t valueOfDigits(std::uint64_t digits) {
-  digits = (digits & 0x0F0F0F0F0F0F0F0F) * (10 * 256 + 1) >> 8;
-  digits = (digits & 0x00FF00FF00FF00FF) * (100 * 65536 + 1) >> 16;
-  digits = (digits & 0x0000FFFF0000FFFF) * (10000 * (std::uint64_t{1} << 32) + 1) >> 32;
-  return static_cast<std::int32_t>(digits);
-}
-
-// Reads what most fields hold, a number of few digits, as the readers of the C library
-// do. False for all else.
-bool readShortInteger(std::string_view text, std::int32_t* value) {
-  constexpr std::size_t mostDigits = 9;
-  const char* at = text.data();
-  const char* end = at + text.size();
-  const bool negative = at != end && *at == '-';
-  if (negative) ++at;
-  if (at == end || static_cast<std::size_t>(end - at) > mostDigits) return false;
-  std::int32_t number = 0;
-  if (static_cast<std::size_t>(end - at) >= wordSize) {
-    const std::uint64_t bytes = wordAt(at);
-    if (!areDigits(bytes)) return false;
-    number = valueOfDigits(bytes);
-    at += wordSize;
-  }
-  for (; at != end && isAsciiDigit(*at); ++at) number = number * 10 + (*at - '0');
-  if (at != end) return false;
-  *value = negative ? -number : number;
-  return true;
 }
 
 // A memo that cannot be read is an empty one here, so that the record with its
@@ -121,6 +50,8 @@ std::string readMemo(xbase::DataFile& data, std::size_t field) {
 
 // No code set needs more than this many bytes for a character of another one.
 constexpr std::size_t widestCharacter = 8;
+
+constexpr std::int64_t largestInteger = std::numeric_limits<std::int32_t>::max();
 
 constexpr std::size_t numberSize = sizeof(double);
 constexpr std::size_t headSize = (sizeof(GDbRecord) + numberSize - 1) / numberSize * numberSize;
@@ -146,10 +77,20 @@ XBaseRecordMaker::XBaseRecordMaker(const xbase::DataFile& data,
     // A logical field is an integer, whichever kind is asked for.
     if (field.type == 'L') types[i] = GDbFieldInt;
     if (types[i] == GDbFieldNone) types[i] = naturalType(field);
-    const Column column{i, field.offset, field.width, kindOf(field, types[i])};
+    const Column column{i, field.offset, field.width, field.decimals, kindOf(field, types[i])};
     (types[i] == GDbFieldString ? textColumns : numberColumns).push_back(column);
   }
   texts.resize(textColumns.size());
+  // Numbers stand first, in eight bytes each, so that all are aligned.
+  valuesPlace = headSize;
+  for (Column& column : numberColumns) {
+    column.place = valuesPlace;
+    valuesPlace += numberSize;
+    // No memory is to be asked for while a record is being made.
+    numberText.reserve(std::max(numberText.capacity(), column.width));
+  }
+  typesPlace = valuesPlace + types.size() * sizeof(void*);
+  textsPlace = typesPlace + types.size() * sizeof(GDbFieldType);
 }
 
 XBaseRecordMaker::Kind XBaseRecordMaker::kindOf(const xbase::Field& field, GDbFieldType type) {
@@ -161,8 +102,8 @@ XBaseRecordMaker::Kind XBaseRecordMaker::kindOf(const xbase::Field& field, GDbFi
 
 // The bytes of the current record. A zero byte within a text would end it, and is a
 // blank here.
-char* XBaseRecordMaker::bytesOf(xbase::DataFile& data) {
-  std::string& record = data.record;
+const char* XBaseRecordMaker::bytesOf(const xbase::DataFile& data) {
+  const std::string& record = data.record;
   if (record.find('\0') == std::string::npos) return record.data();
   cleaned = record;
   std::replace(cleaned.begin(), cleaned.end(), '\0', ' ');
@@ -206,56 +147,52 @@ bool XBaseRecordMaker::prepareTexts(xbase::DataFile& data, const char* bytes, Hu
   return true;
 }
 
-// Puts a number in the eight bytes at `out`. `bytes` are the record's.
-void XBaseRecordMaker::putNumber(const Column& column, char* bytes, void* out) {
-  char* field = bytes + column.offset;
+// Puts a number in the eight bytes at `out`. What numbers usually look like is read
+// fast, all else as the readers of the C library do.
+void XBaseRecordMaker::putNumber(const Column& column, std::string_view text, void* out) {
   if (column.kind == Kind::logical) {
-    new (out) std::int32_t(logicalValue({field, column.width}));
+    new (out) std::int32_t(logicalValue(text));
     return;
   }
-  const std::string_view text = withoutBlanksInFront({field, column.width});
-  std::int32_t number = 0;
-  if (column.kind != Kind::floating && readShortInteger(text, &number)) {
-    // Signed and unsigned fields get the same bits, since a minus sign negates an
-    // unsigned number, too.
-    new (out) std::int32_t(number);
-    return;
-  }
-  constexpr int base = 10;
-  const Terminated terminated(field, column.width);
+  FixedNumber number;
+  const bool isFixed = readFixedNumber(text, column.decimals, &number);
   if (column.kind == Kind::floating) {
-    new (out) double(gParseCDouble(text.data(), static_cast<const char**>(nullptr)));
+    new (out) double(isFixed ? toDouble(number, column.decimals)
+                             : gParseCDouble(terminated(text), static_cast<const char**>(nullptr)));
+  } else if (isFixed && number.whole <= largestInteger) {
+    new (out) std::uint32_t(toBits(number));
   } else if (column.kind == Kind::unsignedInteger) {
-    new (out) std::uint32_t(parseUnsignedLong32(text.data(), nullptr, base));
+    new (out) std::uint32_t(parseUnsignedLong32(terminated(text), nullptr, 10));
   } else {
-    new (out) std::int32_t(parseLong32(text.data(), nullptr, base));
+    new (out) std::int32_t(parseLong32(terminated(text), nullptr, 10));
   }
 }
 
+// A copy of a field, with the NUL behind it that the readers of numbers need.
+const char* XBaseRecordMaker::terminated(std::string_view text) {
+  numberText = text;
+  return numberText.c_str();
+}
+
 GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, HulTextCodec* decoder) {
-  char* bytes = bytesOf(data);
+  const char* bytes = bytesOf(data);
   std::size_t textBytes = 0;
   if (!prepareTexts(data, bytes, decoder, &textBytes)) return nullptr;
-  // Numbers stand first, in eight bytes each, so that all are aligned.
-  const std::size_t count = types.size();
-  const std::size_t numberBytes = numberColumns.size() * numberSize;
-  const std::size_t arrayBytes = count * (sizeof(void*) + sizeof(GDbFieldType));
-  char* block = static_cast<char*>(::operator new(headSize + numberBytes + arrayBytes + textBytes));
-  char* number = block + headSize;
-  auto** values = reinterpret_cast<void**>(number + numberBytes);
-  auto* recordTypes = reinterpret_cast<GDbFieldType*>(values + count);
-  char* text = reinterpret_cast<char*>(recordTypes + count);
-  std::copy(types.begin(), types.end(), recordTypes);
+  char* block = static_cast<char*>(::operator new(textsPlace + textBytes));
+  auto** values = reinterpret_cast<void**>(block + valuesPlace);
+  auto* recordTypes = reinterpret_cast<GDbFieldType*>(block + typesPlace);
   for (const Column& column : numberColumns) {
-    values[column.field] = number;
-    putNumber(column, bytes, number);
-    number += numberSize;
+    recordTypes[column.field] = types[column.field];
+    values[column.field] = block + column.place;
+    putNumber(column, {bytes + column.offset, column.width}, block + column.place);
   }
+  char* text = block + textsPlace;
   for (std::size_t i = 0; i < textColumns.size(); ++i) {
+    recordTypes[textColumns[i].field] = GDbFieldString;
     values[textColumns[i].field] = text;
     text = putText(texts[i], text);
   }
-  return new (block) GDbRecord(true, static_cast<int>(count), recordTypes, values);
+  return new (block) GDbRecord(true, static_cast<int>(types.size()), recordTypes, values);
 }
 
 GDbFieldType naturalType(const xbase::Field& field) {

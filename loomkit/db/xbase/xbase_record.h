@@ -40,21 +40,29 @@ class XBaseRecordMaker {
     std::size_t field = 0;
     std::size_t offset = 0;
     std::size_t width = 0;
+    std::size_t decimals = 0;
     Kind kind = Kind::text;
+    std::size_t place = 0;  // of a number, in the block
   };
 
-  static void putNumber(const Column& column, char* bytes, void* out);
   static Kind kindOf(const xbase::Field& field, GDbFieldType type);
-  char* bytesOf(xbase::DataFile& data);
+  const char* bytesOf(const xbase::DataFile& data);
   bool prepareTexts(xbase::DataFile& data, const char* bytes, HulTextCodec* decoder,
                     std::size_t* room);
   bool convertText(xbase::DataFile& data, const Column& column, HulTextCodec* decoder,
                    std::string_view* text);
+  void putNumber(const Column& column, std::string_view text, void* out);
+  const char* terminated(std::string_view text);
 
   std::vector<GDbFieldType> types;
   std::vector<Column> numberColumns;
   std::vector<Column> textColumns;
+  // Where the parts of a record's block begin.
+  std::size_t valuesPlace = 0;
+  std::size_t typesPlace = 0;
+  std::size_t textsPlace = 0;
   std::string cleaned;                  // a record that has zero bytes, without them
+  std::string numberText;               // a number that is not read where it stands
   std::vector<std::string> converted;   // texts that are no copies of the record's
   std::vector<std::string_view> texts;  // of textColumns
 };
