@@ -87,6 +87,8 @@ void File::forget() {
   slots.clear();
   latest = nullptr;
   hand = 0;
+  view = {};
+  ahead = {};
   expected = 0;
   window = 1;
   size = 0;
@@ -136,6 +138,7 @@ int File::makeRoom(std::uint32_t* slot) {
 // A block of the cache for that number, with whatever bytes it has.
 int File::obtain(std::uint64_t number, Block** block) {
   latest = nullptr;  // the vector that it points into may move
+  view = {};
   std::uint32_t slot = 0;
   const int result = makeRoom(&slot);
   if (result < 0) return result;
@@ -196,16 +199,21 @@ int File::readBlocks(std::uint64_t first, std::size_t count) {
   return result;
 }
 
-// Gives a block, and reads it together with the next ones if it has to be read: with
-// those of the `span` blocks that the caller is about to ask for, and with more, twice
-// as many each time, for a reader that goes on where the last reading ended.
+// How many blocks to read for one that the cache does not have: those of the `span`
+// blocks that the caller is about to ask for, and more, twice as many each time, for a
+// reader that goes on where the last reading ended.
+std::size_t File::plan(std::uint64_t number, std::size_t span) {
+  window = number == expected ? std::min(window * 2, engine->readAheadBlocks) : 1;
+  const std::size_t limit = std::max<std::size_t>(engine->cacheBlocks / 2, 1);
+  const std::size_t count = std::clamp<std::size_t>(std::max(window, span), 1, limit);
+  return missingRun(number, count);
+}
+
+// Gives a block, and reads it, and others with it, if it has to be read.
 int File::fetch(std::uint64_t number, std::size_t span, Block** block) {
   *block = find(number);
   if (*block != nullptr) return ok;
-  window = number == expected ? std::min(window * 2, engine->readAheadBlocks) : 1;
-  const std::size_t limit = std::max<std::size_t>(engine->cacheBlocks / 2, 1);
-  const std::size_t ahead = std::clamp<std::size_t>(std::max(window, span), 1, limit);
-  const std::size_t count = missingRun(number, ahead);
+  const std::size_t count = plan(number, span);
   const int result = readBlocks(number, count);
   if (result < 0) return result;
   expected = number + count;
@@ -213,35 +221,63 @@ int File::fetch(std::uint64_t number, std::size_t span, Block** block) {
   return ok;
 }
 
-// Where those bytes lie in the block that was used last, if all of them do.
-const char* File::inLatest(std::uint64_t offset, std::size_t count) const {
-  if (latest == nullptr || latest->number == noBlock) return nullptr;
-  const std::uint64_t begin = latest->number * engine->cacheBlockSize;
-  const std::uint64_t end = std::min(begin + engine->cacheBlockSize, size);
-  if (offset < begin || offset >= end || count > end - offset) return nullptr;
-  return latest->bytes.get() + (offset - begin);
+void File::dropAhead() {
+  if (view.bytes == ahead.bytes) view = {};
+  ahead = {};
+}
+
+// Reads blocks for a reader that has gone on for long, from front to back. They do not
+// go into the cache, where they would take the place of others and be of no more use.
+int File::readAhead(std::uint64_t number, std::size_t count) {
+  const std::uint64_t begin = number * engine->cacheBlockSize;
+  const std::size_t bytes = count * engine->cacheBlockSize;
+  dropAhead();
+  if (aheadBytes.size() < bytes) aheadBytes.resize(bytes);
+  std::size_t got = 0;
+  if (!platform::readAt(handle, begin, aheadBytes.data(), bytes, &got)) return failed(errorReading);
+  // A file that others cut.
+  std::memset(aheadBytes.data() + got, 0, bytes - got);
+  ahead = {begin, std::min<std::uint64_t>(begin + bytes, size), aheadBytes.data()};
+  return ok;
+}
+
+// Brings the byte at `offset` into view, and as many behind it as are at hand. `count`
+// is how many the caller wants.
+int File::show(std::uint64_t offset, std::size_t count) {
+  const std::size_t blockSize = engine->cacheBlockSize;
+  const std::uint64_t number = offset / blockSize;
+  Block* block = find(number);
+  if (block == nullptr && !ahead.has(offset, 1)) {
+    const auto inside = static_cast<std::size_t>(offset % blockSize);
+    std::size_t missing = plan(number, (inside + count + blockSize - 1) / blockSize);
+    const bool goesOn = window > 1 && window == engine->readAheadBlocks;
+    if (goesOn) missing = std::min(missing, window);
+    const int result = goesOn ? readAhead(number, missing) : readBlocks(number, missing);
+    if (result < 0) return result;
+    expected = number + missing;
+    if (!goesOn) block = latest;
+  }
+  const std::uint64_t begin = number * blockSize;
+  view = block == nullptr
+             ? ahead
+             : View{begin, std::min<std::uint64_t>(begin + blockSize, size), block->bytes.get()};
+  return ok;
 }
 
 int File::readAt(std::uint64_t offset, void* data, std::size_t count, std::size_t* got) {
   *got = 0;
   if (engine->errorCode < 0) return engine->errorCode;
   if (offset >= size) return ok;
-  const std::size_t blockSize = engine->cacheBlockSize;
-  if (const char* bytes = inLatest(offset, count); bytes != nullptr) {
-    std::memcpy(data, bytes, count);
-    *got = count;
-    return ok;
-  }
   const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(count, size - offset));
   auto* target = static_cast<char*>(data);
   while (*got < wanted) {
-    const auto inside = static_cast<std::size_t>(offset % blockSize);
-    const std::size_t span = (inside + (wanted - *got) + blockSize - 1) / blockSize;
-    Block* block = nullptr;
-    const int result = fetch(offset / blockSize, span, &block);
-    if (result < 0) return result;
-    const std::size_t part = std::min(wanted - *got, blockSize - inside);
-    std::memcpy(target + *got, block->bytes.get() + inside, part);
+    if (!view.has(offset, 1)) {
+      const int result = show(offset, wanted - *got);
+      if (result < 0) return result;
+    }
+    const auto part =
+        static_cast<std::size_t>(std::min<std::uint64_t>(wanted - *got, view.end - offset));
+    std::memcpy(target + *got, view.bytes + (offset - view.begin), part);
     *got += part;
     offset += part;
   }
@@ -258,6 +294,7 @@ int File::readAll(std::uint64_t offset, void* data, std::size_t count) {
 // The block to be changed; one that is overwritten as a whole, or that begins at
 // the file's end, need not be read.
 int File::forWriting(std::uint64_t number, bool whole, Block** block) {
+  if (ahead.has(number * engine->cacheBlockSize, 1)) dropAhead();
   *block = find(number);
   if (*block != nullptr) return ok;
   if (!whole && lengthOf(number) > 0) return fetch(number, 1, block);

@@ -81,10 +81,24 @@ class File {
     std::unique_ptr<char[]> bytes;
   };
 
+  /// Bytes of the file that are in memory.
+  struct View {
+    std::uint64_t begin = 0;  // offsets in the file
+    std::uint64_t end = 0;
+    const char* bytes = nullptr;
+
+    [[nodiscard]] bool has(std::uint64_t offset, std::size_t count) const noexcept {
+      return offset >= begin && offset < end && count <= end - offset;
+    }
+  };
+
   int start(int newHandle);
   Block* find(std::uint64_t number);
+  std::size_t plan(std::uint64_t number, std::size_t span);
   int fetch(std::uint64_t number, std::size_t span, Block** block);
-  [[nodiscard]] const char* inLatest(std::uint64_t offset, std::size_t count) const;
+  void dropAhead();
+  int readAhead(std::uint64_t number, std::size_t count);
+  int show(std::uint64_t offset, std::size_t count);
   int obtain(std::uint64_t number, Block** block);
   int makeRoom(std::uint32_t* slot);
   int readBlock(std::uint64_t number);
@@ -105,12 +119,15 @@ class File {
   std::uint64_t size = 0;
 
   std::vector<Block> blocks;
-  SlotTable slots;             // by block number
-  Block* latest = nullptr;     // the block used last
-  std::size_t hand = 0;        // of the clock that picks a victim
-  std::uint64_t expected = 0;  // the block that a sequential reader wants next
-  std::size_t window = 1;      // how many blocks it was given last
-  std::vector<char> transfer;  // several blocks on their way
+  SlotTable slots;               // by block number
+  Block* latest = nullptr;       // the block used last
+  std::size_t hand = 0;          // of the clock that picks a victim
+  std::uint64_t expected = 0;    // the block that a sequential reader wants next
+  std::size_t window = 1;        // how many blocks it was given last
+  View view;                     // what was read last
+  View ahead;                    // what was read ahead and is in no block
+  std::vector<char> aheadBytes;  // and the memory for it
+  std::vector<char> transfer;    // several blocks on their way
 };
 
 }  // namespace loomkit::xbase

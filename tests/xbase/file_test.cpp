@@ -173,6 +173,29 @@ TEST_F(XBaseFile, StaysWhatItIsWhenItCannotBeReplaced) {
   EXPECT_EQ(readBack(&file, 0, 3), "old");
 }
 
+TEST_F(XBaseFile, AReaderFromFrontToBackSeesWhatIsWrittenCloseBeforeIt) {
+  constexpr std::size_t size = 1000000;
+  constexpr std::size_t step = 100;
+  std::string model(size, '.');
+  File file(engine);
+  ASSERT_EQ(file.create(scratch / "f"), ok);
+  ASSERT_EQ(file.writeAt(0, model.data(), size), ok);
+  ASSERT_EQ(file.close(), ok);
+  ASSERT_EQ(file.open(scratch / "f"), ok);
+  for (std::size_t at = 0, distance = 0; at < size; at += step) {
+    ASSERT_EQ(readBack(&file, at, step), model.substr(at, step)) << at;
+    // Far enough apart that some blocks are read ahead in between.
+    if (at % 150000 != 0) continue;
+    distance += 1000;
+    const std::size_t place = std::min(at + distance, size);
+    model.replace(place, 5, "wrote");
+    ASSERT_EQ(file.writeAt(place, "wrote", 5), ok);
+    EXPECT_EQ(readBack(&file, place - 3, 11), model.substr(place - 3, 11));
+  }
+  ASSERT_EQ(file.close(), ok);
+  EXPECT_EQ(scratch.read("f"), model);
+}
+
 struct CacheShape {
   std::size_t blockSize;
   std::size_t blocks;
@@ -193,7 +216,8 @@ TEST_P(XBaseFileCache, IsNeverSeen) {
   std::string model;
   File file(engine);
   ASSERT_EQ(file.create(scratch / "f"), ok);
-  for (int step = 0; step < 1000; ++step) {
+  std::size_t next = 0;  // where a reader from front to back goes on
+  for (int step = 0; step < 1500; ++step) {
     const std::size_t at = below(60000);
     const std::size_t count = 1 + below(below(4) == 0 ? 20000 : 100);
     switch (below(8)) {
@@ -215,10 +239,16 @@ TEST_P(XBaseFileCache, IsNeverSeen) {
         ASSERT_EQ(file.writeAt(at, bytes.data(), count), ok);
         break;
       }
-      default: {
+      case 4: {
         const std::string expected = at < model.size() ? model.substr(at, count) : std::string();
         ASSERT_EQ(readBack(&file, at, count), expected) << "seed " << seed << ", step " << step;
+        break;
       }
+      default:
+        if (next >= model.size()) next = 0;
+        for (int i = 0; i < 20; ++i, next = std::min(next + 300, model.size()))
+          ASSERT_EQ(readBack(&file, next, 300), model.substr(next, 300))
+              << "seed " << seed << ", step " << step;
     }
     ASSERT_EQ(file.length(), model.size());
   }
@@ -228,7 +258,8 @@ TEST_P(XBaseFileCache, IsNeverSeen) {
 
 INSTANTIATE_TEST_SUITE_P(Shapes, XBaseFileCache,
                          ::testing::Values(CacheShape{1024, 1, 16}, CacheShape{1024, 2, 1},
-                                           CacheShape{1024, 5, 16}, CacheShape{4096, 512, 16},
+                                           CacheShape{1024, 5, 16}, CacheShape{1024, 6, 2},
+                                           CacheShape{1024, 40, 4}, CacheShape{4096, 512, 16},
                                            CacheShape{65536, 1, 1}),
                          [](const auto& row) {
                            return std::to_string(row.param.blockSize) + "x" +

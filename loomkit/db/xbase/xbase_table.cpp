@@ -220,8 +220,8 @@ GDbStatus GDbXBaseTable::getNextRecord(GDbRecordSet* result) {
   }
   if (result == nullptr) return GDbInvalidArgument;
   if (recordNumber == unknownRecord) return GDbNoRecordNumber;
-  gDbXBaseEngine();
   xbase::DataFile& file = data->getFile();
+  file.engine->errorCode = xbase::ok;
   file.selected = nullptr;
   std::uint32_t number = recordNumber + 1;
   int code = xbase::go(file, number);
