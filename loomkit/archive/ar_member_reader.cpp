@@ -7,7 +7,7 @@
 
 #include "loomkit/archive/ar_directory.h"
 #include "loomkit/archive/ar_layout.h"
-#include "loomkit/platform/platform.h"
+#include "loomkit/archive/guarded_file.h"
 #include "loomkit/platform/random_access.h"
 #include "loomkit/text/output.h"
 
@@ -37,11 +37,8 @@ bool GArMemberReader::Impl::open() {
   using platform::ShareMode;
   std::uint64_t size = 0;
   if (!platform::openRandomAccess(path, OpenMode::readOnly, ShareMode::readWrite, &handle) ||
-      !platform::fileSize(handle, &size)) {
-    std::string reason;
-    const bool known = platform::lastErrorText(&reason);
-    return report("can't open file" + (known ? " (" + reason + ")" : std::string()));
-  }
+      !platform::fileSize(handle, &size))
+    return report("can't open file" + lastReason());
   window.emplace(handle, size);
   const unsigned char* bytes = window->at(0, ar::magic.size());
   const std::string_view magic(reinterpret_cast<const char*>(bytes),

@@ -17,8 +17,8 @@ Placing failed(const char* text, std::string* trouble) {
 }  // namespace
 
 std::string lastReason() {
-  std::string reason;
-  return platform::lastErrorText(&reason) ? " (" + reason + ")" : std::string();
+  const std::string reason = platform::lastErrorWords();
+  return reason.empty() ? reason : " (" + reason + ")";
 }
 
 Placing findPlace(const platform::DirectoryHandle& directory, const std::string& name, bool replace,

@@ -26,6 +26,15 @@ void setLastError(unsigned code) noexcept;
 /// in `*text`. False, with `*text` untouched, when the system has no text.
 bool lastErrorText(std::string* text);
 
+/// The same text without the line end that some systems put behind it, for use within
+/// a line; empty when there is none.
+inline std::string lastErrorWords() {
+  std::string words;
+  lastErrorText(&words);
+  words.resize(words.find_last_not_of("\r\n ") + 1);
+  return words;
+}
+
 }  // namespace loomkit::platform
 
 #endif  // LOOMKIT_PLATFORM_PLATFORM_H

@@ -15,9 +15,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 std::string lastErrorWords() {
-  std::string words = "unknown error";
-  platform::lastErrorText(&words);
-  return words;
+  const std::string words = platform::lastErrorWords();
+  return words.empty() ? "unknown error" : words;
 }
 
 // The pipes of one child, closed with the object.

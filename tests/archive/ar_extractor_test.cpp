@@ -43,7 +43,7 @@ TEST_F(ArExtractor, KeepsTimesAndRights) {
   EXPECT_EQ(extract(owned + "ab" + program + "ab"), GArExtractor::Done);
   EXPECT_EQ(statusOf("out/private").st_mode & 07777, 0600U);
   EXPECT_EQ(statusOf("out/private").st_mtime, 1700000000);
-  const mode_t mask = ::umask(0);
+  const auto mask = static_cast<mode_t>(::umask(0));
   ::umask(mask);
   EXPECT_EQ(statusOf("out/program").st_mode & 07777, 0711U & ~mask) << "and no set-user-ID";
 }

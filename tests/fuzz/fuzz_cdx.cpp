@@ -2,12 +2,9 @@
 // Index files of any bytes, for a small table: open, walk every tag both ways, look
 // keys up, then insert, change and delete records, and rebuild. What the engine has
 // written itself has to be an index again.
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -16,6 +13,7 @@
 #include "loomkit/xbase/engine.h"
 #include "loomkit/xbase/field.h"
 #include "loomkit/xbase/index_file.h"
+#include "tests/fuzz/fuzz_file.h"
 
 namespace {
 
@@ -23,30 +21,6 @@ using namespace loomkit::xbase;
 
 void require(bool holds) {
   if (!holds) std::abort();
-}
-
-// A directory in memory, where the system has one, for the file of each run.
-class Directory {
- public:
-  Directory() {
-    const bool shm = std::filesystem::is_directory("/dev/shm");
-    path = std::string(shm ? "/dev/shm" : "/tmp") + "/loomkit_cdx_" + std::to_string(::getpid());
-    std::filesystem::create_directory(path);
-  }
-  Directory(const Directory&) = delete;
-  Directory& operator=(const Directory&) = delete;
-  ~Directory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-
-  std::string path;
-};
-
-void writeFile(const std::string& path, const void* bytes, std::size_t size) {
-  std::FILE* file = std::fopen(path.c_str(), "wb");
-  require(file != nullptr && std::fwrite(bytes, 1, size, file) == size);
-  require(std::fclose(file) == 0);
 }
 
 // The table of the seeds: NAME C(10), WIDE C(240), six records.
@@ -130,22 +104,21 @@ void reopen(DataFile& table, const std::string& path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Directory directory;
+  static const loomkit::testing::FuzzDirectory directory;
   static Engine engine;
   engine.report = Reporting::none();
   engine.safety = false;
   engine.autoOpen = false;
-  static const std::string tablePath = directory.path + "/t.dbf";
+  static const std::string tablePath = directory.path() + "/t.dbf";
   static const std::string bytes = tableBytes(engine, tablePath);
   // Kept open from one input to the next while nothing has changed it.
   static std::unique_ptr<DataFile> table;
-  const std::string indexPath = directory.path + "/t.cdx";
   if (table == nullptr) {
-    writeFile(tablePath, bytes.data(), bytes.size());
-    table = openDataFile(engine, tablePath);
+    const auto* const start = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    table = openDataFile(engine, directory.write("t.dbf", start, bytes.size()));
     require(table != nullptr);
   }
-  writeFile(indexPath, data, size);
+  const std::string indexPath = directory.write("t.cdx", data, size);
   IndexFile* index = openIndex(*table, indexPath);
   engine.errorCode = ok;
   if (index == nullptr) return 0;

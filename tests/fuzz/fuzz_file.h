@@ -4,8 +4,10 @@
 #define LOOMKIT_TESTS_FUZZ_FUZZ_FILE_H
 
 #include <stdlib.h>
+#ifndef _WIN32
 #include <sys/mman.h>
 #include <unistd.h>
+#endif
 
 #include <cstddef>
 #include <cstdint>
@@ -48,8 +50,14 @@ class FuzzDirectory {
   std::string folder;
 };
 
-/// The path of a file in memory with these bytes. There is one in a program: the next
-/// call writes it anew.
+/// The path of a file with these bytes, in memory where the system has such files. There
+/// is one in a program: the next call writes it anew.
+#ifdef _WIN32
+inline std::string memoryFile(const std::uint8_t* data, std::size_t size) {
+  static const FuzzDirectory directory;
+  return directory.write("input", data, size);
+}
+#else
 inline std::string memoryFile(const std::uint8_t* data, std::size_t size) {
   static const int file = ::memfd_create("input", 0);
   const bool stored =
@@ -57,6 +65,7 @@ inline std::string memoryFile(const std::uint8_t* data, std::size_t size) {
   if (!stored) abort();
   return "/proc/self/fd/" + std::to_string(file);
 }
+#endif
 
 }  // namespace loomkit::testing
 

@@ -10,6 +10,7 @@
 #include <stdlib.h>
 
 #include <atomic>
+#include <ctime>
 #include <string>
 
 /// Makes a directory of a new name, which takes the place of the template. It has
@@ -43,9 +44,24 @@ inline int mkdir(const char* path, int /*rights*/) { return ::_mkdir(path); }
 // A file that may not be written is refused to everybody, as it is not to the superuser.
 inline unsigned geteuid() { return 1; }
 
-// For tests that are built and not run.
+inline std::tm* localtime_r(const std::time_t* time, std::tm* parts) {
+  return ::localtime_s(parts, time) == 0 ? parts : nullptr;
+}
+
+// For tests that are built and not run: exceptions.txt has their names.
 inline int mkfifo(const char* /*path*/, int /*rights*/) { return -1; }
 inline int symlink(const char* /*target*/, const char* /*path*/) { return -1; }
+
+// Limits that this system does not have: they are set, and hold nobody up.
+enum RlimitKind { RLIMIT_AS, RLIMIT_NOFILE };
+struct rlimit {
+  unsigned long long rlim_cur, rlim_max;
+};
+inline int getrlimit(RlimitKind /*kind*/, rlimit* limit) {
+  *limit = {};
+  return 0;
+}
+inline int setrlimit(RlimitKind /*kind*/, const rlimit* /*limit*/) { return 0; }
 
 inline std::size_t malloc_usable_size(void* memory) { return ::_msize(memory); }
 

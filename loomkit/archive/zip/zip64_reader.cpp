@@ -10,6 +10,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "loomkit/archive/guarded_file.h"
 #include "loomkit/archive/zip/zip64_directory.h"
 #include "loomkit/archive/zip/zip64_member_reader.h"
 #include "loomkit/archive/zip/zip_layout.h"
@@ -111,9 +112,7 @@ const char* GZip64Reader::Impl::openFile(const std::string& filePath) {
     window.emplace(handle, size);
     return nullptr;
   }
-  errMsg = "can't open file";
-  std::string reason;
-  if (platform::lastErrorText(&reason)) errMsg += " (" + reason + ")";
+  errMsg = "can't open file" + lastReason();
   return errMsg.c_str();
 }
 

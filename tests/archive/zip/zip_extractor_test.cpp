@@ -83,7 +83,8 @@ class Extractor : public ::testing::Test {
     const fs::path root = scratch / "out";
     if (!fs::exists(root)) return found;
     for (const auto& file : fs::recursive_directory_iterator(root)) {
-      found.push_back(fs::relative(file.path(), root).string() + (file.is_directory() ? "/" : ""));
+      found.push_back(fs::relative(file.path(), root).generic_string() +
+                      (file.is_directory() ? "/" : ""));
     }
     std::sort(found.begin(), found.end());
     return found;
@@ -241,8 +242,7 @@ TEST_F(Extractor, TellsItsProgressAndCanBeCancelled) {
   progress.clear();
   void (*before)(int) = gProgressCB;
   gProgressCB = [](int percent) { progress.push_back(percent); };
-  GZipExtractor whole(&reader, scratch / "out");
-  EXPECT_EQ(whole.extractAll(), GZipExtractor::Done);
+  EXPECT_EQ(GZipExtractor(&reader, scratch / "out").extractAll(), GZipExtractor::Done);
   gProgressCB = before;
   EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
   EXPECT_EQ(progress.back(), 100);

@@ -2,40 +2,19 @@
 // GZipWriter on a file that ends too early: every byte of an archive is once
 // the first that does not fit.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "loomkit/archive/zip/zip_writer.h"
 #include "tests/archive/zip/zip_builder.h"
 #include "tests/capture_output.h"
+#include "tests/file_size_limit.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-/// Lets no file of this process grow beyond so many bytes.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(std::uintmax_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit now{bytes, before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &now);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-  }
-
- private:
-  void (*handler)(int);
-  rlimit before{};
-};
 
 struct Kind {
   const char* name;
