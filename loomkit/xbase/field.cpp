@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
 
 #include "loomkit/text/binary.h"
 #include "loomkit/xbase/codes.h"
@@ -19,6 +20,10 @@ namespace {
 // decimals as a field of 255 characters can ask for.
 constexpr std::size_t longestNumber = 640;
 
+// All of them are exact.
+constexpr double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                  1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
 char* slot(DataFile& data, const Field& field) {
   beginChange(data);
   return data.record.data() + field.offset;
@@ -30,8 +35,6 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 // Numbers of up to 15 digits are exact, and so is the power of ten that their
 // point divides by: one rounding, which is the right one. False for all others.
 bool parseShortNumber(std::string_view text, double* value) {
-  constexpr double powers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                               1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   std::size_t at = text[0] == '-' ? 1 : 0;
   std::int64_t digits = 0;
   std::size_t count = 0;
@@ -50,7 +53,7 @@ bool parseShortNumber(std::string_view text, double* value) {
     }
   }
   if (count == 0 || (at < text.size() && (text[at] == 'e' || text[at] == 'E'))) return false;
-  const double magnitude = static_cast<double>(digits) / powers[decimals];
+  const double magnitude = static_cast<double>(digits) / powersOfTen[decimals];
   *value = text[0] == '-' ? -magnitude : magnitude;
   return true;
 }
@@ -60,6 +63,37 @@ bool fits(std::size_t length, std::size_t width) { return length <= width; }
 void alignRight(const char* text, std::size_t length, char* out, std::size_t width) {
   std::memset(out, ' ', width - length);
   std::memcpy(out + width - length, text, length);
+}
+
+// Formats a number of up to 11 digits, which a multiplication makes whole. False, with
+// nothing written, for all others, for one that does not fit, and where the product's
+// own rounding could decide which way the number is rounded.
+bool formatShortNumber(double value, char* out, std::size_t width, unsigned decimals) {
+  constexpr double limit = 1e11;
+  constexpr double doubt = 1e-3;  // the product's rounding is a hundredth of it at most
+  if (decimals >= std::size(powersOfTen)) return false;
+  const double scaled = std::fabs(value) * powersOfTen[decimals];
+  if (!(scaled < limit)) return false;
+  auto digits = static_cast<std::int64_t>(scaled);
+  const double rest = scaled - static_cast<double>(digits);
+  if (std::fabs(rest - 0.5) < doubt) return false;
+  if (rest > 0.5) ++digits;
+
+  char text[32];
+  char* at = std::end(text);
+  const auto putDigit = [&] {
+    *--at = static_cast<char>('0' + digits % 10);
+    digits /= 10;
+  };
+  for (unsigned i = 0; i < decimals; ++i) putDigit();
+  if (decimals > 0) *--at = '.';
+  do putDigit();
+  while (digits > 0);
+  if (std::signbit(value)) *--at = '-';
+  const auto length = static_cast<std::size_t>(std::end(text) - at);
+  if (!fits(length, width)) return false;
+  alignRight(at, length, out, width);
+  return true;
 }
 
 }  // namespace
@@ -86,6 +120,7 @@ double parseNumber(std::string_view text) {
 }
 
 bool formatNumber(double value, char* out, std::size_t width, unsigned decimals) {
+  if (formatShortNumber(value, out, width, decimals)) return true;
   char text[longestNumber];
   if (std::isfinite(value)) {
     const auto [end, error] = std::to_chars(text, text + sizeof text, value,

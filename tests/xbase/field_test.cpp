@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/xbase/field.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <random>
 
 #include "tests/xbase/table_fixture.h"
@@ -57,6 +59,42 @@ TEST_F(XBaseField, DoublesStandRightAtTheirDecimals) {
   EXPECT_EQ(asDouble(8, 0, 2.5), "       2") << "halves go to the even digit";
   EXPECT_EQ(asDouble(8, 0, 3.5), "       4");
   EXPECT_EQ(asDouble(8, 3, 0), "   0.000");
+}
+
+// Half a million numbers: such with few digits, such that lie halfway between two
+// texts or next to it, and any.
+TEST_F(XBaseField, NumbersAreRoundedFromTheirExactValue) {
+  std::mt19937_64 random(20261122);
+  const auto randomNumber = [&](unsigned decimals) {
+    const double power = std::pow(10.0, decimals);
+    const auto whole = static_cast<double>(random() % 2'000'000'000) - 1e9;
+    switch (random() % 5) {
+      case 0:
+        return whole / 100;
+      case 1:
+        return (whole + 0.5) / power;
+      case 2:
+        return std::nextafter((whole + 0.5) / power, random() % 2 == 0 ? -1e300 : 1e300);
+      case 3:
+        return whole * std::pow(10.0, static_cast<double>(random() % 30) - 20);
+      default:
+        return std::ldexp(whole, static_cast<int>(random() % 60) - 50);
+    }
+  };
+  constexpr std::size_t width = 60;
+  char found[width];
+  char text[400];
+  for (int i = 0; i < 500000; ++i) {
+    const auto decimals = static_cast<unsigned>(random() % 20);
+    const double value = randomNumber(decimals);
+    const bool isFitting = formatNumber(value, found, width, decimals);
+    ASSERT_TRUE(isFitting) << value;
+    const std::to_chars_result end = std::to_chars(
+        text, std::end(text), value, std::chars_format::fixed, static_cast<int>(decimals));
+    std::string expected(text, end.ptr);
+    expected.insert(0, width - expected.size(), ' ');
+    ASSERT_EQ(std::string_view(found, width), expected) << i;
+  }
 }
 
 TEST_F(XBaseField, ANumberThatDoesNotFitGivesUpDecimalsThenBecomesStars) {
