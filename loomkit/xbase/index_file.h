@@ -30,6 +30,16 @@ namespace loomkit::xbase {
 struct DataFile;
 struct IndexFile;
 
+/// The keys of a record before and after a change, and whether they are in the tag.
+struct KeyChange {
+  std::vector<unsigned char> before;
+  std::vector<unsigned char> after;
+  bool wasIn = false;
+  bool isIn = false;
+
+  [[nodiscard]] bool isNone() const { return wasIn == isIn && (!isIn || before == after); }
+};
+
 /// A tag of an open index file. Its members are for the engine and its tests.
 struct Tag {
   /// `key` is the expression of the keys, which are `keyLength` bytes long.
@@ -47,6 +57,7 @@ struct Tag {
 
   KeyTree tree;
   TreeCursor cursor;  ///< where the tag stands
+  KeyChange change;   ///< of the record that is being written; otherwise only its memory counts
 };
 
 /// An open index file. Its members are for the engine and its tests.

@@ -25,6 +25,7 @@ bool ascends(const std::vector<unsigned char>& a, std::uint32_t recordOfA,
 KeyTree::KeyTree(BlockSpace& blocks, std::size_t keyLength, unsigned char padByte)
     : space(&blocks), keySize(keyLength), pad(padByte), before(keyLength) {
   assert(keyLength >= 1 && keyLength <= cdx::longestKey);
+  appended.key.resize(keyLength);
 }
 
 int KeyTree::create(std::uint32_t lastRecord) {

@@ -83,6 +83,13 @@ class KeyTree {
     std::uint32_t address;
     unsigned index;
   };
+  /// An entry that was put at the end of a leaf when the tree had seen so many changes.
+  struct Appended {
+    std::uint32_t leaf = cdx::noBlock;
+    std::uint32_t record = 0;
+    std::uint64_t changes = 0;
+    std::vector<unsigned char> key;
+  };
   /// On which side of a node the next keys are expected.
   enum class Growth { left, spread, right };
   /// The left one of two nodes that are to stand where one stood: its largest key.
@@ -112,6 +119,8 @@ class KeyTree {
   template <typename Once>
   int change(Once once);
   int insertOnce(const unsigned char* key, std::uint32_t record);
+  [[nodiscard]] LeafPlace placeFor(const unsigned char* key, std::uint32_t record,
+                                   const Block& leaf, const LeafNode& entries) const;
   int removeOnce(const unsigned char* key, std::uint32_t record);
   void lastEntry(Block* of, std::vector<unsigned char>* key, std::uint32_t* record) const;
   bool copyEntries(const LeafNode& from, unsigned first, unsigned last, LeafNode* to) const;
@@ -139,6 +148,7 @@ class KeyTree {
   std::uint64_t changes = 0;
   bool torn = false;                  // a change has begun that several blocks make together
   std::vector<Step> path;             // from the root to the leaf, of the last descent
+  Appended appended;                  // the last entry of that kind
   std::vector<unsigned char> before;  // the key that a cursor leaves
 };
 

@@ -52,20 +52,37 @@ int KeyTree::remove(const unsigned char* key, std::uint32_t record) {
   return result == endOfFile ? notFound : result;
 }
 
+// Keys that come in order need not be looked for: each stands behind the one before.
+LeafPlace KeyTree::placeFor(const unsigned char* key, std::uint32_t record, const Block& leaf,
+                            const LeafNode& entries) const {
+  if (appended.leaf == leaf.address && appended.changes == changes) {
+    const std::size_t shared = agreement(appended.key.data(), key, keySize);
+    const bool isBehind =
+        shared == keySize ? appended.record < record : appended.key[shared] < key[shared];
+    if (isBehind) return entries.end(shared);
+  }
+  return entries.find(key, keySize, record);
+}
+
 int KeyTree::insertOnce(const unsigned char* key, std::uint32_t record) {
   space->begin();
   Block* leaf = nullptr;
   const int result = descendTo(key, keySize, record, &leaf);
   if (result < 0) return result;
   LeafNode entries = leafOf(leaf);
-  const LeafPlace place = entries.find(key, keySize, record);
+  const LeafPlace place = placeFor(key, record, *leaf, entries);
   if (place.equal && entries.info(place.index).record == record) return ok;
   const bool atEnd = place.index == entries.count();
   switch (entries.insert(place, key, record)) {
     case LeafNode::Result::done:
       leaf->changed = true;
       ++changes;
-      return atEnd ? renewParentKeys(path.size(), key, record) : ok;
+      if (!atEnd) return ok;
+      std::memcpy(appended.key.data(), key, keySize);
+      appended.leaf = leaf->address;
+      appended.record = record;
+      appended.changes = changes;
+      return renewParentKeys(path.size(), key, record);
     case LeafNode::Result::recordTooWide:
       return widen(leaf, record) ? again : splitLeaf(leaf);
     case LeafNode::Result::noRoom:

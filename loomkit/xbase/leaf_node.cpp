@@ -146,8 +146,10 @@ LeafPlace LeafNode::find(const unsigned char* key, std::size_t length,
                          std::uint64_t record) const noexcept {
   LeafPlace place;
   place.keysEnd = cdx::blockSize;
-  for (; place.index < keyCount; ++place.index) {
-    const LeafInfo here = info(place.index);
+  const LeafFormat format = widths;
+  const unsigned char* field = block + leaf::entries;
+  for (; place.index < keyCount; ++place.index, field += format.infoSize) {
+    const LeafInfo here = unpackInfo(loadLe64(field), format);
     const std::size_t start = place.keysEnd - storedSize(here);
     // An entry that shares more with the one before it than that one shares with
     // the key lies on the same side of the key: before it.

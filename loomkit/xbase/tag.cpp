@@ -53,16 +53,6 @@ int removeKey(Tag& tag, const std::vector<unsigned char>& key, std::uint32_t rec
   return result == notFound ? ok : result;
 }
 
-// The keys of the record before and after a change, and whether they are in the tag.
-struct KeyChange {
-  std::vector<unsigned char> before;
-  std::vector<unsigned char> after;
-  bool wasIn = false;
-  bool isIn = false;
-
-  [[nodiscard]] bool isNone() const { return wasIn == isIn && (!isIn || before == after); }
-};
-
 int changeOf(Tag& tag, KeyChange* change) {
   DataFile& data = *tag.index->data;
   data.record.swap(data.oldRecord);
@@ -72,7 +62,8 @@ int changeOf(Tag& tag, KeyChange* change) {
   return result;
 }
 
-int applyChange(Tag& tag, const KeyChange& change, std::uint32_t record) {
+int applyChange(Tag& tag, std::uint32_t record) {
+  const KeyChange& change = tag.change;
   if (change.isNone()) return ok;
   int result = change.isIn ? addKey(tag, change.after, record) : ok;
   if (result != ok || !change.wasIn) return result;
@@ -83,12 +74,11 @@ int applyChange(Tag& tag, const KeyChange& change, std::uint32_t record) {
 
 // Undoes a change for a failure in a later tag. The engine's code is that of the
 // failure.
-int revertChange(Tag& tag, KeyChange change, std::uint32_t record) {
-  std::swap(change.before, change.after);
-  std::swap(change.wasIn, change.isIn);
+int revertChange(Tag& tag, std::uint32_t record) {
+  const KeyChange& change = tag.change;
   if (change.isNone()) return ok;
-  int result = change.wasIn ? removeKey(tag, change.before, record) : ok;
-  if (result == ok && change.isIn) result = tag.tree.insert(change.after.data(), record);
+  int result = change.isIn ? removeKey(tag, change.after, record) : ok;
+  if (result == ok && change.wasIn) result = tag.tree.insert(change.before.data(), record);
   return result;
 }
 
@@ -104,24 +94,23 @@ void despiteFailure(Engine& engine, Work work) {
 // Brings all tags to a changed, new or vanished record, or leaves them as they are.
 template <class FindChange>
 int changeKeys(DataFile& data, FindChange find) {
-  std::vector<std::pair<Tag*, KeyChange>> changes;
   std::size_t done = 0;
   int result = eachTag(data, &done, [&](Tag& tag) {
-    KeyChange change;
-    const int found = find(tag, &change);
-    if (found == ok) changes.emplace_back(&tag, std::move(change));
-    return found;
+    tag.change.wasIn = false;
+    tag.change.isIn = false;
+    return find(tag, &tag.change);
   });
   if (result != ok) return result;
-  for (done = 0; done < changes.size() && result == ok; ++done)
-    result = applyChange(*changes[done].first, changes[done].second, data.recordNumber);
+  result = eachTag(data, &done, [&](Tag& tag) { return applyChange(tag, data.recordNumber); });
   if (result == ok) return ok;
   // The one that failed has its old keys already, unless its file was given up.
   despiteFailure(*data.engine, [&] {
-    for (--done; done-- > 0;) {
-      Tag& tag = *changes[done].first;
-      if (revertChange(tag, changes[done].second, data.recordNumber) < 0) tag.index->space.giveUp();
-    }
+    std::size_t reverted = 0;
+    eachTag(data, &reverted, [&](Tag& tag) {
+      if (reverted == done) return notFound;  // the end of the changed ones
+      if (revertChange(tag, data.recordNumber) < 0) tag.index->space.giveUp();
+      return ok;
+    });
   });
   return result;
 }

@@ -217,6 +217,51 @@ TEST(KeyTree, FillsLeavesWithKeysThatComeInOrder) {
   EXPECT_LT(file.space.end(), 10000 / 90 * cdx::blockSize);
 }
 
+// Most entries stand behind the one before, as they do in a table with counted keys;
+// others come and go in between, some of them at the very same place.
+TEST(KeyTree, TakesOtherEntriesBetweenThoseThatComeInOrder) {
+  constexpr std::size_t length = 9;
+  std::mt19937 random(20261122);
+  TreeFile file(length);
+  Model model;
+  unsigned last = 1000;
+  std::uint32_t record = 1;
+  for (int step = 0; step < 20000; ++step) {
+    switch (random() % 10) {
+      case 0: {
+        const Entry entry{numbered(static_cast<unsigned>(random() % last), length), record++};
+        ASSERT_EQ(file.insert(entry.first, entry.second), ok);
+        model.insert(entry);
+        break;
+      }
+      case 1: {
+        // One of the last entries.
+        auto at = model.end();
+        for (std::size_t i = 0; i < random() % 3 + 1 && at != model.begin(); ++i) --at;
+        if (at == model.end()) break;
+        ASSERT_EQ(file.remove(at->first, at->second), ok);
+        model.erase(at);
+        break;
+      }
+      case 2: {
+        // The last key once more, with a record number on either side.
+        const Entry entry{numbered(last, length), record + (random() % 2 == 0 ? 0 : 100000)};
+        ASSERT_EQ(file.insert(entry.first, entry.second), ok);
+        model.insert(entry);
+        break;
+      }
+      default:
+        last += static_cast<unsigned>(random() % 3);
+        ASSERT_EQ(file.insert(numbered(last, length), ++record), ok);
+        model.emplace(numbered(last, length), record);
+    }
+    if (step % 4000 == 0) file.expectEqual(model);
+  }
+  file.expectEqual(model);
+  file.reopen();
+  file.expectEqual(model);
+}
+
 TEST(KeyTree, PacksLeavesAnewWhenRecordNumbersGrow) {
   TreeFile file(10);
   Model model;

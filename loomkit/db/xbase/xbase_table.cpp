@@ -32,12 +32,13 @@ GDbStatus unexpected(const std::string& what, int code) {
   return GDbUnknownError;
 }
 
-// The status for the code with which the engine has ended a change.
-GDbStatus changeStatus(int code, const std::string& what) {
+// The status for the code with which the engine has ended a change. What has failed is
+// said by `what` and the table's name.
+GDbStatus changeStatus(int code, const char* what, const GDbXBaseData& table) {
   if (code == xbase::ok) return GDbNoError;
   if (code == xbase::locked) return GDbLockFailed;
   if (code == xbase::notUnique) return GDbNonUniqueKey;
-  return unexpected(what, code);
+  return unexpected(what + table.getName(), code);
 }
 
 // Whether no key is a null pointer, nor holds one as its text.
@@ -248,15 +249,13 @@ GDbStatus GDbXBaseTable::insertRecord(const GDbRecord& record) {
     // A number for which there was no memory.
     if (loomkit::RecordAccess::value(record, id) == nullptr) return GDbInvalidArgument;
   }
-  const GDbStatus status =
-      changeStatus(xbase::startAppend(file),
-                   "failed to start appending a new record to table " + data->getName());
+  const GDbStatus status = changeStatus(xbase::startAppend(file),
+                                        "failed to start appending a new record to table ", *data);
   if (status != GDbNoError) return status;
   xbase::blank(file);
   xbase::unmarkDeleted(file);
   for (std::size_t i = 0; i < count; ++i) assignField(file, i, record);
-  return changeStatus(xbase::finishAppend(file),
-                      "failed to append a new record to table " + data->getName());
+  return changeStatus(xbase::finishAppend(file), "failed to append a new record to table ", *data);
 }
 
 GDbStatus GDbXBaseTable::insertRecords(const GDbRecordSet& records) {
@@ -267,8 +266,8 @@ GDbStatus GDbXBaseTable::insertRecords(const GDbRecordSet& records) {
     const GDbStatus status = insertRecord(*records.getRecord(i));
     if (status != GDbNoError) return status;
   }
-  return changeStatus(xbase::flush(data->getFile()),
-                      "failed to flush appended record(s) of table " + data->getName());
+  return changeStatus(xbase::flush(data->getFile()), "failed to flush appended record(s) of table ",
+                      *data);
 }
 
 GDbStatus GDbXBaseTable::deleteKeys(const GDbKey* keys, int count) {
