@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: MIT
 // Each allocation of work on an xBase table fails in turn: what was flushed is in the
-// table afterwards, every index finds every record, and every block is given back.
+// table afterwards with its memos, every index finds every record, and every block is
+// given back.
 #include <cstdio>
 #include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "loomkit/xbase/data_file.h"
+#include "loomkit/xbase/engine.h"
 #include "tests/allocation_faults.h"
 #include "tests/db/db_fixture.h"
 #include "tests/scratch_directory.h"
@@ -19,13 +22,26 @@ class XBaseMemoryRunsOut : public ::testing::TestWithParam<std::size_t> {
   XBaseMemoryRunsOut() {
     structure.appendField(GDbField("num", GDbFieldInt, 6, 0, false, false));
     structure.appendField(GDbField("name", GDbFieldString, 40, 0, false, false));
+    structure.appendField(GDbField("note", GDbFieldString, 10, 0, false, false));
     structure.addIndex(GDbIndex("by_num", "num", true, false));
     structure.addIndex(GDbIndex("by_name", "name", false, true));
+    makeFile();
     const DatabaseOwner database = openDb("xbase:" + scratch.path());
-    GDbTable* made = nullptr;
-    EXPECT_EQ(database->createTable("t", &structure, &made), GDbNoError);
-    const TableOwner table(made);
+    const TableOwner table = openTable(database, "t", &structure);
     EXPECT_EQ(insert(table.get(), 0, rowsBefore), GDbNoError);
+  }
+
+  // A table with a memo field, which the backend does not make.
+  void makeFile() const {
+    xbase::Engine engine;
+    const auto file = xbase::createDataFile(
+        engine, scratch / "t.dbf", {{"NUM", 'N', 6, 0}, {"NAME", 'C', 40, 0}, {"NOTE", 'M', 0, 0}});
+    EXPECT_NE(file, nullptr);
+  }
+
+  // No memo, a short one, and one of several blocks.
+  static std::string memoOf(int i) {
+    return std::string(static_cast<std::size_t>(i % 3 * 450), static_cast<char>('a' + i % 26));
   }
 
   static GDbStatus insert(GDbTable* table, int first, int count) {
@@ -35,6 +51,7 @@ class XBaseMemoryRunsOut : public ::testing::TestWithParam<std::size_t> {
       set.addRecord(row);
       row->addIntField(i);
       row->addStringField("a name beyond the small buffer " + std::to_string(i * 7919 % 100));
+      row->addStringField(memoOf(i));
     }
     return table->insertRecords(set);
   }
@@ -88,6 +105,7 @@ class XBaseMemoryRunsOut : public ::testing::TestWithParam<std::size_t> {
     for (; row.getNumRecords() > 0; ++rows) {
       EXPECT_EQ(hits(table.get(), GDbKey(0, row.getRecord(0)->getIntField(0))), 1U);
       EXPECT_GE(hits(table.get(), GDbKey(1, row.getRecord(0)->getStringField(1))), 1U);
+      EXPECT_EQ(row.getRecord(0)->getStringField(2), memoOf(row.getRecord(0)->getIntField(0)));
       row.clear();
       ASSERT_EQ(table->getNextRecord(&row), GDbNoError);
     }
