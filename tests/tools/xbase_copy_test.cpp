@@ -54,4 +54,21 @@ TEST(XBaseCopy, RefusesWhatAFieldCannotHoldAndLeavesNothingBehind) {
   }
 }
 
+TEST(XBaseCopy, TakesTextsOf254BytesAndRefusesLongerOnes) {
+  const std::string folder = newFolder();
+  const std::string make =
+      "CREATE TABLE t (a TEXT, n INTEGER); INSERT INTO t VALUES "
+      "('short', 1), (printf('%.*c', 254, 'y'), 2);";
+  const std::string copy = "loom db copy sqlite3:s.db t xbase:.";
+  const std::string refused = "loom: t: row 2, column a: cannot hold a text, " +
+                              std::string(60, 'y') +
+                              " ...\n"
+                              "A text of an xBase table has up to 254 bytes; this one has 255.\n";
+  EXPECT_EQ(shell("cd " + folder + " && sqlite3 s.db \"" + make + "\" && " + copy +
+                  " && loom db get xbase:. t n=2 && rm t.* &&"
+                  " sqlite3 s.db \"UPDATE t SET a = a || 'y' WHERE n = 2\" && " +
+                  copy + "; echo $?; ls"),
+            (Ended{0, "2 records\n" + std::string(254, 'y') + "\t2\n6\ns.db\n", refused}));
+}
+
 }  // namespace

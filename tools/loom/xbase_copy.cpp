@@ -15,6 +15,7 @@ namespace loom {
 namespace {
 
 constexpr std::size_t longestName = 10;
+// The format has room for more, which other programs do not read.
 constexpr std::size_t widestText = 254;
 constexpr std::size_t widestNumber = 20;
 constexpr std::size_t mostDecimals = 15;
@@ -55,12 +56,22 @@ bool addValue(const Cell& cell, Room* room) {
   return true;
 }
 
+Failure refusal(const RowSource& source, std::size_t index, const Cell& cell,
+                const std::string& name) {
+  Failure failure = cannotHold(source, index, cell, name);
+  const auto* text = std::get_if<std::string>(&cell);
+  if (text != nullptr && text->size() > widestText)
+    failure.hint = "A text of an xBase table has up to " + std::to_string(widestText) +
+                   " bytes; this one has " + std::to_string(text->size()) + ".";
+  return failure;
+}
+
 std::vector<Room> measure(RowSource& source, const std::string& name) {
   std::vector<Room> rooms(source.columns().size());
   for (Row row; source.next(&row);) {
     static_cast<void>(recordOf(source, row, name));  // what no record holds is refused
     for (std::size_t i = 0; i < row.size(); ++i)
-      if (!addValue(row[i], &rooms[i])) throw cannotHold(source, i, row[i], name);
+      if (!addValue(row[i], &rooms[i])) throw refusal(source, i, row[i], name);
   }
   return rooms;
 }
