@@ -279,7 +279,7 @@ class MemoryRunsOut : public ::testing::TestWithParam<Work> {
     if (!std::filesystem::exists(out)) return;
     for (const auto& file : std::filesystem::recursive_directory_iterator(out)) {
       if (!file.is_regular_file()) continue;
-      const std::string name = file.path().filename();
+      const std::string name = file.path().filename().string();
       const std::string content = room.scratch.read("out/" + relative(file.path(), out).string());
       EXPECT_EQ(content, name == "text"     ? longText()
                          : name == "secret" ? std::string("hidden")

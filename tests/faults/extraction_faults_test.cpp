@@ -41,7 +41,7 @@ class ExtractionFault : public ::testing::TestWithParam<int> {
     EXPECT_FALSE(output.lines.empty());
     for (const auto& file : fs::recursive_directory_iterator(scratch / "out")) {
       if (file.is_directory()) continue;
-      const std::string name = fs::relative(file.path(), scratch / "out").string();
+      const std::string name = fs::relative(file.path(), scratch / "out").generic_string();
       const auto found = texts.find(name);
       ASSERT_NE(found, texts.end()) << name << " is left over";
       const std::string text = scratch.read("out/" + name);

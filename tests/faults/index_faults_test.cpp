@@ -306,7 +306,7 @@ TEST(Killed, AnIndexIsRightOrIsKnownNotToBe) {
       ASSERT_EQ(::waitpid(child, &status, 0), child);
       ::close(channel[1]);
       std::string said(65536, '\0');
-      const ssize_t got = ::read(channel[0], said.data(), said.size());
+      const ssize_t got = ::read(channel[0], said.data(), static_cast<unsigned>(said.size()));
       ::close(channel[0]);
       said.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
       std::set<int> maybeGone;

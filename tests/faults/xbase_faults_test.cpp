@@ -34,7 +34,8 @@ class XBaseFaults : public ::testing::Test {
     makeTable();
     for (int i = 0; i < 10; ++i) insert(openParts().second.get(), i, i % 2 == 0 ? "kept" : "gone");
     for (const auto& file : std::filesystem::directory_iterator(scratch.path()))
-      files.emplace_back(file.path().filename().string(), scratch.read(file.path().filename()));
+      files.emplace_back(file.path().filename().string(),
+                         scratch.read(file.path().filename().string()));
     EXPECT_EQ(files.size(), 3U);
   }
 

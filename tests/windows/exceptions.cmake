@@ -5,17 +5,17 @@
 set(LOOMKIT_TESTS_LEFT_OUT
   atomic_file_posix_test.cpp       # rights, owners, links, signals
   zip/zip_writer_faults_test.cpp   # a limit on the size of files
-  dyna_lib_test.cpp            # loads a library that is built as on Linux
-  process_extensions_test.cpp  # a shell's programs, descriptors, signals
-  process_test.cpp             # the same
-  run_test.cpp                 # the same
-  ar_witness_test.cpp          # ar
-  real_archives_test.cpp       # a Debian package, unzip
-  zip/zip_witness_test.cpp     # unzip, 7z, bsdtar, python3
-  witness_test.cpp)            # python3, sqlite3, gdal and more
+  kill_test.cpp                    # processes that are copied and killed
+  dyna_lib_test.cpp                # loads a library that is built as on Linux
+  process_extensions_test.cpp      # a shell's programs, descriptors, signals
+  process_test.cpp                 # the same
+  run_test.cpp                     # the same
+  ar_witness_test.cpp              # ar
+  real_archives_test.cpp           # a Debian package, unzip
+  zip/zip_witness_test.cpp         # unzip, 7z, bsdtar, python3
+  witness_test.cpp)                # python3, sqlite3, gdal and more
 
 # Not built there.
 set(LOOMKIT_TEST_FOLDERS_LEFT_OUT
-  faults  # stands in front of the calls of a POSIX C library
   house   # checks of the tree, the same on each system
   tools)  # runs sessions of a POSIX shell

@@ -39,7 +39,10 @@ std::string directoryOf(const std::string& path) {
 DWORD refusal(const std::string& path) {
   if (isDirectory(path)) return ERROR_ACCESS_DENIED;
   const OwnedHandle file = openForAttributes(path);
-  return file.isOpen() && ::GetFileType(file.get()) != FILE_TYPE_DISK ? ERROR_INVALID_PARAMETER : 0;
+  if (file.isOpen())
+    return ::GetFileType(file.get()) != FILE_TYPE_DISK ? ERROR_INVALID_PARAMETER : 0;
+  const DWORD error = ::GetLastError();
+  return error == ERROR_FILE_NOT_FOUND ? 0 : error;
 }
 
 // Gives a file who may do what with another one. On a file system that has no such rights
