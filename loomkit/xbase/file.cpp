@@ -285,6 +285,11 @@ int File::readAt(std::uint64_t offset, void* data, std::size_t count, std::size_
 }
 
 int File::readAll(std::uint64_t offset, void* data, std::size_t count) {
+  // The usual case, when records are read one after the other.
+  if (engine->errorCode >= 0 && view.has(offset, count)) {
+    std::memcpy(data, view.bytes + (offset - view.begin), count);
+    return ok;
+  }
   std::size_t got = 0;
   const int result = readAt(offset, data, count, &got);
   if (result < 0) return result;

@@ -148,30 +148,38 @@ bool XBaseRecordMaker::prepareTexts(xbase::DataFile& data, const char* bytes, Hu
 }
 
 // Puts a number in the eight bytes at `out`. What numbers usually look like is read
-// fast, all else as the readers of the C library do.
+// here, all else as the readers of the C library do.
 void XBaseRecordMaker::putNumber(const Column& column, std::string_view text, void* out) {
-  if (column.kind == Kind::logical) {
-    new (out) std::int32_t(logicalValue(text));
-    return;
-  }
   FixedNumber number;
-  const bool isFixed = readFixedNumber(text, column.decimals, &number);
-  if (column.kind == Kind::floating) {
-    new (out) double(isFixed ? toDouble(number, column.decimals)
-                             : gParseCDouble(terminated(text), static_cast<const char**>(nullptr)));
-  } else if (isFixed && number.whole <= largestInteger) {
+  const bool isInteger = column.kind != Kind::floating;
+  if (column.kind == Kind::logical || !readFixedNumber(text, column.decimals, &number) ||
+      (isInteger && number.whole > largestInteger)) {
+    putOther(column, text, out);
+  } else if (isInteger) {
     new (out) std::uint32_t(toBits(number));
-  } else if (column.kind == Kind::unsignedInteger) {
-    new (out) std::uint32_t(parseUnsignedLong32(terminated(text), nullptr, 10));
   } else {
-    new (out) std::int32_t(parseLong32(terminated(text), nullptr, 10));
+    new (out) double(toDouble(number, column.decimals));
   }
 }
 
-// A copy of a field, with the NUL behind it that the readers of numbers need.
-const char* XBaseRecordMaker::terminated(std::string_view text) {
-  numberText = text;
-  return numberText.c_str();
+// The same for logical fields and for numbers in any form.
+void XBaseRecordMaker::putOther(const Column& column, std::string_view text, void* out) {
+  constexpr int base = 10;
+  numberText = text;  // with the NUL behind it that the readers need
+  const char* begin = numberText.c_str();
+  switch (column.kind) {
+    case Kind::logical:
+      new (out) std::int32_t(logicalValue(text));
+      break;
+    case Kind::floating:
+      new (out) double(gParseCDouble(begin, static_cast<const char**>(nullptr)));
+      break;
+    case Kind::unsignedInteger:
+      new (out) std::uint32_t(parseUnsignedLong32(begin, nullptr, base));
+      break;
+    default:
+      new (out) std::int32_t(parseLong32(begin, nullptr, base));
+  }
 }
 
 GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, HulTextCodec* decoder) {
@@ -184,7 +192,8 @@ GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, HulTextCodec* decoder) 
   for (const Column& column : numberColumns) {
     recordTypes[column.field] = types[column.field];
     values[column.field] = block + column.place;
-    putNumber(column, {bytes + column.offset, column.width}, block + column.place);
+    const std::string_view field(bytes + column.offset, column.width);
+    putNumber(column, field, block + column.place);
   }
   char* text = block + textsPlace;
   for (std::size_t i = 0; i < textColumns.size(); ++i) {

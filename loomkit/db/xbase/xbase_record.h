@@ -52,7 +52,7 @@ class XBaseRecordMaker {
   bool convertText(xbase::DataFile& data, const Column& column, HulTextCodec* decoder,
                    std::string_view* text);
   void putNumber(const Column& column, std::string_view text, void* out);
-  const char* terminated(std::string_view text);
+  void putOther(const Column& column, std::string_view text, void* out);
 
   std::vector<GDbFieldType> types;
   std::vector<Column> numberColumns;
