@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "loomkit/archive/guarded_file.h"
+#include "loomkit/archive/portable_name.h"
 #include "loomkit/text/output.h"
 
 using namespace loomkit;
@@ -13,12 +14,6 @@ using namespace loomkit;
 namespace {
 
 constexpr std::uint32_t allRights = 0777;
-
-// Whether a name is that of one file in a directory, whatever the archive has in mind.
-bool isPlainName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." &&
-         name.find_first_of(std::string_view("/\\\0", 3)) == std::string_view::npos;
-}
 
 }  // namespace
 
@@ -69,7 +64,7 @@ GArExtractor::Result GArExtractor::Impl::extract(const std::vector<const GArMemb
 
 GArExtractor::Result GArExtractor::Impl::extract(const GArMember& member) {
   const std::string name(member.name);
-  if (!isPlainName(name)) return fail(Refused, "not a name for a file: " + name);
+  if (!isPortableName(name)) return fail(Refused, "not a name for a file: " + name);
   if (!directory.isOpen() && !directory.openPath(path, true)) {
     return fail(CannotWrite, "can't make directory " + path + lastReason());
   }

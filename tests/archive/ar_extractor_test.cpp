@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <iterator>
 
 #include "tests/archive/ar_builder.h"
 #include "tests/capture_output.h"
@@ -84,6 +85,16 @@ TEST_F(ArExtractor, RefusesNamesThatAreNoneOfAFile) {
             GArExtractor::Refused);
   EXPECT_EQ(output.lines.size(), 7U);
   EXPECT_EQ(scratch.read("out/good"), "8");
+  EXPECT_EQ(std::distance(fs::directory_iterator(scratch / "out"), fs::directory_iterator()), 1);
+}
+
+TEST_F(ArExtractor, RefusesNamesThatAreNoneOnSomeSystem) {
+  const char* const names[] = {"con", "NUL.o", "aux.c", "com1", "lpt9.x", "a:b", "C:", "a.", "a "};
+  std::string members;
+  for (const char* const name : names) members += arLongMember(name, "1");
+  EXPECT_EQ(extract(members + arMember("con1", "2")), GArExtractor::Refused);
+  EXPECT_EQ(output.lines.size(), std::size(names));
+  EXPECT_EQ(scratch.read("out/con1"), "2");
   EXPECT_EQ(std::distance(fs::directory_iterator(scratch / "out"), fs::directory_iterator()), 1);
 }
 

@@ -2,9 +2,8 @@
 #include "loomkit/archive/zip/zip_name.h"
 
 #include <algorithm>
-#include <string_view>
 
-#include "loomkit/text/letter_case.h"
+#include "loomkit/archive/portable_name.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/str_stream.h"
 
@@ -20,35 +19,6 @@ void dropLastDirectory(std::string* name) {
   name->pop_back();
   const std::size_t slash = name->rfind('/');
   name->resize(slash == std::string::npos ? 0 : slash + 1);
-}
-
-constexpr std::string_view deviceNames[] = {"con", "prn", "aux", "nul", "conin$", "conout$"};
-constexpr std::string_view numberedDeviceNames[] = {"com", "lpt"};
-// Behind the latter. The raised digits are those of Latin-1, in UTF-8.
-constexpr std::string_view deviceNumbers[] = {"0", "1", "2", "3",      "4",      "5",     "6",
-                                              "7", "8", "9", "\u00b9", "\u00b2", "\u00b3"};
-
-template <std::size_t count>
-bool isOneOf(const std::string_view (&names)[count], std::string_view name) {
-  return std::find(std::begin(names), std::end(names), name) != std::end(names);
-}
-
-// Windows has its devices in every directory, with any extension.
-bool namesDevice(const std::string& part) {
-  std::string name = lowerCased(part.substr(0, part.find('.')));
-  name.resize(name.find_last_not_of(' ') + 1);
-  constexpr std::size_t length = 3;
-  return isOneOf(deviceNames, name) ||
-         (isOneOf(numberedDeviceNames, std::string_view(name).substr(0, length)) &&
-          isOneOf(deviceNumbers, std::string_view(name).substr(length)));
-}
-
-// True for what is a name everywhere. For Windows a colon leads to a drive or to
-// another stream of a file, and dots and blanks at the end are nothing: a name would be
-// another file's. It is refused on all systems, so that an archive gives the same files.
-bool isNameEverywhere(const std::string& part) {
-  return part.find(':') == std::string::npos && part.back() != '.' && part.back() != ' ' &&
-         !namesDevice(part);
 }
 
 }  // namespace
@@ -98,7 +68,7 @@ bool memberPath(const std::string& name, std::string* path) {
     const std::string part = name.substr(begin, end - begin);
     begin = end + 1;
     if (part.empty() || part == ".") continue;
-    if (!isNameEverywhere(part)) return false;  // ".." too
+    if (!isPortableName(part)) return false;  // ".." too
     *path += (path->empty() ? "" : "/") + part;
   }
   return !path->empty();
