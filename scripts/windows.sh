@@ -1,48 +1,99 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Cross-builds the library and its tests for 64-bit and 32-bit Windows. The 64-bit test
-# programs are run under Wine; the 32-bit ones only where a 32-bit Wine is installed.
+# Cross-builds the library, its tests and loom.exe for 64-bit and 32-bit Windows, packs
+# them, and runs them under Wine. Where the archives have no compiler for Windows or no
+# Wine, it says so and has nothing to do.
 set -euo pipefail
 here=$(cd "$(dirname "$0")/.." && pwd)
-"$here/scripts/setup.sh" windows
-"$here/scripts/fetch_windows.sh"
-
+cd "$here"
+lists=$here/tests/windows
 log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+# Wine's server stays between the programs, and goes with this script.
+servers=()
+finish() {
+  local server
+  for server in "${servers[@]}"; do WINEPREFIX=${server#*:} "${server%%:*}" -k || true; done
+  rm -f "$log"
+}
+trap finish EXIT
+serve() {
+  mkdir -p "$2"
+  WINEPREFIX=$2 "$1" -p
+  servers+=("$1:$2")
+}
 logged() { "$@" >"$log" 2>&1 || { cat "$log" >&2; exit 1; }; }
 
-left_out=$(sed -n 's/^\([A-Z][^ ]*\) .*/\1/p' "$here/tests/windows/exceptions.txt" | paste -sd:)
+if ! scripts/setup.sh windows >"$log" 2>&1; then
+  echo "no compilers for Windows or no Wine can be installed here: $(tail -n 1 "$log")"
+  exit 0
+fi
+scripts/fetch_windows.sh
 
-# Runs the programs of a build with the command that is given, and adds up their tests.
-run_tests() {
-  local build=$1 passed=0 failed=0 program count
-  shift
+begin=$SECONDS
+took() {
+  echo "  $1 ($((SECONDS - begin)) s)"
+  begin=$SECONDS
+}
+
+# The tests of a list of exceptions, as a filter has them.
+named_in() { sed -n 's/^\([A-Z*][^ ]*\).*/\1/p' "$@" | paste -sd:; }
+
+# What a test program has printed: its count, or what went wrong.
+passed=0
+failed=0
+count_tests() {
+  local count
+  count=$(tr -d '\r' <"$log" | sed -n 's/^\[  PASSED  \] \([0-9]*\) test.*/\1/p')
+  passed=$((passed + ${count:-0}))
+  if [ -z "$count" ] || grep -q '^\[  FAILED  \]' "$log"; then
+    failed=$((failed + 1))
+    echo "$1:" >&2
+    tr -d '\r' <"$log" | grep -vE '^\[( RUN |  *OK |-+)' | tail -n 40 >&2
+  fi
+}
+
+# Each test program of a build, with the script that runs it.
+run_programs() {
+  local build=build/$1 wine=scripts/$2 program exceptions=("$lists/exceptions.txt")
+  [ -f "$build/sqlite3.dll" ] || exceptions+=("$lists/needs_sqlite.txt")
+  logged "$wine" wineboot --init
   for program in "$build"/tests/*/*_test.exe; do
-    "$@" "$program" "--gtest_filter=-$left_out" >"$log" 2>&1 </dev/null || true
-    count=$(tr -d '\r' <"$log" | sed -n 's/^\[  PASSED  \] \([0-9]*\) test.*/\1/p')
-    passed=$((passed + ${count:-0}))
-    if ! tr -d '\r' <"$log" | grep -q '^\[  PASSED  \]' || grep -q '^\[  FAILED  \]' "$log"; then
-      failed=$((failed + 1))
-      echo "${program##*/}:" >&2
-      tr -d '\r' <"$log" | grep -vE '^\[( RUN |  *OK |-+)' | tail -n 40 >&2
-    fi
+    timeout 900 "$wine" "$program" "--gtest_filter=-$(named_in "${exceptions[@]}")" >"$log" 2>&1 </dev/null || true
+    count_tests "$1 ${program##*/}"
   done
-  echo "${build##*/}: $passed tests passed, $failed programs failed"
-  [ "$failed" -eq 0 ]
+  took "$1: $passed tests passed so far, $failed programs failed; $(named_in "${exceptions[@]}" | tr : '\n' | wc -l) exceptions"
+}
+
+# The tests of the tool, which run sessions of a shell, with loom.exe in its place.
+run_tool_tests() {
+  local folder=$here/build/windows/bin
+  logged cmake --preset release
+  logged cmake --build build/release --target tools_test
+  mkdir -p "$folder"
+  printf '#!/bin/sh\nexec "%s" "%s" "$@"\n' "$here/scripts/wine64.sh" "$here/build/win64/tools/loom/loom.exe" \
+    >"$folder/loom"
+  chmod +x "$folder/loom"
+  LOOMKIT_TEST_LOOM=$folder/loom timeout 1200 build/release/tests/tools/tools_test \
+    "--gtest_filter=-$(named_in "$lists/loom_exceptions.txt")" >"$log" 2>&1 </dev/null || true
+  count_tests "tools_test with loom.exe"
+  took "loom.exe: $passed tests passed so far, $failed programs failed"
 }
 
 for preset in win64 win32; do
-  logged cmake -S "$here" --preset "$preset"
-  logged cmake --build "$here/build/$preset"
+  logged cmake --preset "$preset"
+  logged cmake --build "build/$preset"
+  took "$preset: built and linked"
 done
-logged python3 "$here/tests/house/check_exports.py" "$here/build/win64/loomkit/loomkit.dll" \
-  "$here/tests/house/exported_symbols.txt"
-"$here/tests/windows/check_package.sh" "$here/build/win64" "$here" "$here/scripts/wine64.sh"
-status=0
-run_tests "$here/build/win64" "$here/scripts/wine64.sh" || status=1
-if [ -f "$here/build/windows/wine32/complete" ]; then
-  run_tests "$here/build/win32" "$here/scripts/wine32.sh" || status=1
-else
-  echo "win32: built and linked; there is no 32-bit Wine here to run it"
+logged python3 tests/house/check_exports.py build/win64/loomkit/loomkit.dll tests/house/exported_symbols.txt
+serve /usr/lib/wine/wineserver64 "$here/build/wine"
+"$lists/check_package.sh" "$here/build/win64" "$here" "$here/scripts/wine64.sh"
+took "win64: exports and package"
+run_programs win64 wine64.sh
+run_tool_tests
+if [ -f build/windows/wine32/complete ]; then
+  serve "$here/build/windows/wine32/usr/lib/wine/wineserver32" "$here/build/windows/wine32-prefix"
+  "$lists/check_package.sh" "$here/build/win32" "$here" "$here/scripts/wine32.sh"
+  run_programs win32 wine32.sh
 fi
-exit "$status"
+echo "$passed tests passed, $failed programs failed"
+[ "$failed" -eq 0 ]

@@ -56,6 +56,7 @@ void complainPlainly(std::string_view text) {
   std::string line(text);
   line += '\n';
   std::fwrite(line.data(), 1, line.size(), stderr);
+  std::fflush(stderr);  // not every C library leaves it without a buffer
 }
 
 void setColors(std::string_view when) {

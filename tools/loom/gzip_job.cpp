@@ -172,6 +172,7 @@ ExitCode compressFile(const GzipSettings& settings, const std::string& path) {
   const GzipHeader header = headerFor(settings, path);
   if (!writeGzip(in, target.out(), settings.level, header) && in.bad())
     return fail(ExitCode::cannotOpen, in.getErrMsg());
+  in.close();
   const ExitCode code = target.finish(0, true);
   if (code == ExitCode::done && settings.verbose && !target.name().empty()) {
     const std::uint64_t frame = 18 + (header.name.empty() ? 0 : header.name.size() + 1);
@@ -200,6 +201,7 @@ ExitCode decompressFile(const GzipSettings& settings, const std::string& path) {
   const ExitCode code = report(settings, path, in, reader, result);
   const bool whole = result == GzipReader::complete || result == GzipReader::trailingGarbage;
   if (!whole && result != GzipReader::cannotWrite) return code;
+  in.close();
   // What follows the data may be of use to somebody: that file stays.
   const ExitCode finished =
       target.finish(settings.restoreName ? header.time : 0, result == GzipReader::complete);

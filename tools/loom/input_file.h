@@ -33,6 +33,10 @@ class InputFile : public std::istream {
   /// Whether there is no such file.
   [[nodiscard]] bool isMissing() const { return buffer.missing; }
 
+  /// Closes the file, which has been read as far as is wanted: some systems remove or
+  /// replace no file that is open.
+  void close() { buffer.close(); }
+
   /// The bytes read from the system so far.
   [[nodiscard]] std::uint64_t getSize() const { return buffer.done; }
 
@@ -40,6 +44,7 @@ class InputFile : public std::istream {
   class Buffer : public std::streambuf {
    public:
     explicit Buffer(const std::string& path);
+    void close() { file.reset(); }
     std::string message;
     std::uint64_t done = 0;
     bool missing = false;

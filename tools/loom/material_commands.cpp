@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // loom material: archives of one material each.
 #include <map>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -183,10 +184,9 @@ void applyOptions(const Invocation& call, GMaterialZip& material) {
   }
 }
 
-ExitCode write(const Invocation& call, GMaterialZip& material, bool compress, bool encrypt) {
-  return writeFile(call.operand("ARCHIVE"), true, [&](std::ostream& out) {
-    return material.flush(&out, compress && !call.has("--store"), encrypt || call.has("--encrypt"));
-  });
+bool flush(const Invocation& call, GMaterialZip& material, bool compress, bool encrypt,
+           std::ostream* out) {
+  return material.flush(out, compress && !call.has("--store"), encrypt || call.has("--encrypt"));
 }
 
 ExitCode create(const Invocation& call) {
@@ -195,15 +195,22 @@ ExitCode create(const Invocation& call) {
   if (call.value("--id").empty()) throw Failure(ExitCode::usage, "--id is missing");
   GMaterialZip material;
   applyOptions(call, material);
-  return write(call, material, true, false);
+  return writeFile(path, true,
+                   [&](std::ostream& out) { return flush(call, material, true, false, &out); });
 }
 
 ExitCode set(const Invocation& call) {
-  Archive archive(call.operand("ARCHIVE"));
+  const std::string path = call.operand("ARCHIVE");
+  auto archive = std::make_unique<Archive>(path);
   const TemporaryDirectory scratch;
-  keepTheRest(call, archive, scratch);
-  applyOptions(call, archive.material);
-  return write(call, archive.material, archive.isCompressed, archive.isEncrypted);
+  keepTheRest(call, *archive, scratch);
+  applyOptions(call, archive->material);
+  return writeFile(path, true, [&](std::ostream& out) {
+    const bool good =
+        flush(call, archive->material, archive->isCompressed, archive->isEncrypted, &out);
+    archive.reset();  // some systems replace no file that is open
+    return good;
+  });
 }
 
 constexpr Operand oneArchive[] = {

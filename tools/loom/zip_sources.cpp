@@ -108,7 +108,7 @@ class Finder {
     std::error_code error;
     for (fs::directory_iterator i(pathOf(directory), error), end; !error && i != end;
          i.increment(error)) {
-      const std::string path = i->path().string();
+      const std::string path = i->path().generic_string();
       FileFacts facts;
       std::string reason;
       if (factsOf(path, false, &facts, &reason)) {

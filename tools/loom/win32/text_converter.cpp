@@ -2,6 +2,7 @@
 #include "../text_converter.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "loomkit/platform/win32/code_pages.h"
 #include "loomkit/platform/win32/windows_api.h"
@@ -45,19 +46,28 @@ std::size_t convertUtf16(std::size_t high, std::string_view bytes, std::string* 
   return isPair ? 4 : 2;
 }
 
+// Where the higher byte of a unit of UTF-16 lies; nothing for other encodings. Where the
+// name does not say it, a mark at the beginning does.
+std::optional<std::size_t> highByteOf(const std::string& encoding, std::string_view bytes) {
+  const auto is = [&](const char* name) { return ::_stricmp(encoding.c_str(), name) == 0; };
+  if (is("UTF-16LE")) return 1;
+  if (is("UTF-16BE")) return 0;
+  if (is("UTF-16")) return bytes.starts_with("\xfe\xff") ? 0 : 1;
+  return std::nullopt;
+}
+
 }  // namespace
 
 Conversion convertToUtf8(std::string_view bytes, const std::string& encoding, std::string* result,
                          std::size_t* valid) {
   *valid = 0;
-  const bool isLittle = ::_stricmp(encoding.c_str(), "UTF-16LE") == 0;
-  const bool isBig = ::_stricmp(encoding.c_str(), "UTF-16BE") == 0;
+  const std::optional<std::size_t> high = highByteOf(encoding, bytes);
   const unsigned page = loomkit::platform::codePageOf(encoding.c_str());
-  if (!isLittle && !isBig && page == 0) return Conversion::unknownEncoding;
+  if (!high && page == 0) return Conversion::unknownEncoding;
   while (*valid < bytes.size()) {
     const std::string_view rest = bytes.substr(*valid);
-    const std::size_t taken = isLittle || isBig ? convertUtf16(isLittle ? 1 : 0, rest, result)
-                                                : convertBytes(page, rest, result);
+    const std::size_t taken =
+        high ? convertUtf16(*high, rest, result) : convertBytes(page, rest, result);
     if (taken == 0) return Conversion::invalid;
     *valid += taken;
   }
