@@ -66,6 +66,32 @@ TEST(WindowsFiles, ARealPathHasTheSpellingOfTheDisk) {
   EXPECT_EQ(real[1], ':');
 }
 
+// The calls that take a path in the process's code page have this limit.
+TEST(WindowsFiles, AreRefusedAtPathsBeyond260Characters) {
+  const ScratchDirectory folder;
+  const std::string path = folder.path() + "/" + std::string(300, 'd');
+  EXPECT_FALSE(makeDirectory(path));
+  EXPECT_EQ(lastError(), 206U);
+  EXPECT_EQ(errno, ENOENT);
+  int handle = -1;
+  EXPECT_FALSE(openRandomAccess(path, OpenMode::createNew, ShareMode::readWrite, &handle));
+  EXPECT_EQ(lastError(), 206U);
+  EXPECT_FALSE(examine(path));
+  EXPECT_FALSE(rename(folder.write("file"), path));
+  EXPECT_FALSE(GAtomicFile(path).isOpen());
+  EXPECT_EQ(countOfNames(folder.path()), 1U);
+}
+
+TEST(WindowsFiles, DevicesAreNoFilesInAnyDirectory) {
+  const ScratchDirectory folder;
+  for (const char* const name : {"nul", "NUL", "con"}) {
+    int handle = -1;
+    EXPECT_FALSE(openRandomAccess(name, OpenMode::readWrite, ShareMode::readWrite, &handle));
+    EXPECT_FALSE(GAtomicFile(name).isOpen()) << name;
+  }
+  EXPECT_EQ(countOfNames(folder.path()), 0U);
+}
+
 TEST(WindowsFiles, TellWhyTheyFail) {
   const ScratchDirectory folder;
   const std::string file = folder.write("file");
