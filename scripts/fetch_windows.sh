@@ -58,7 +58,8 @@ sqlite_for() {
   local dll=$here/build/$1/sqlite3.dll
   [ ! -f "$dll" ] || return 0
   mkdir -p "${dll%/*}"
-  "$2-w64-mingw32-gcc-posix" -O1 '-DSQLITE_API=__declspec(dllexport)' -shared -static-libgcc \
+  "$2-w64-mingw32-gcc-posix" -O1 '-DSQLITE_API=__declspec(dllexport)' \
+    -DSQLITE_ENABLE_COLUMN_METADATA -shared -static-libgcc \
     -o "$dll" "$work/sqlite/build/sqlite3.c"
 }
 sqlite() { sqlite_source && sqlite_for win64 x86_64 && sqlite_for win32 i686; }

@@ -87,6 +87,8 @@ serve /usr/lib/wine/wineserver64 "$here/build/wine"
 "$lists/check_package.sh" "$here/build/win64" "$here" "$here/scripts/wine64.sh"
 took "win64: exports and package"
 run_programs win64 wine64.sh
+logged ctest --test-dir build/win64 -R '^hostile'
+took "win64: hostile inputs"
 run_tool_tests
 if [ -f build/windows/wine32/complete ]; then
   serve "$here/build/windows/wine32/usr/lib/wine/wineserver32" "$here/build/windows/wine32-prefix"
