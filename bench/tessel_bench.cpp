@@ -33,15 +33,27 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-std::string folder() {
-  static const std::string path = [] {
+// In memory where there is one; gone with the program.
+class Folder {
+ public:
+  Folder() {
     const bool shm = std::filesystem::is_directory("/dev/shm");
-    std::string made = std::string(shm ? "/dev/shm" : "/tmp") + "/loomkit_tessel_bench_" +
-                       std::to_string(getpid());
-    std::filesystem::create_directory(made);
-    return made;
-  }();
-  return path;
+    path = std::string(shm ? "/dev/shm" : "/tmp") + "/loomkit_tessel_bench_" +
+           std::to_string(getpid());
+    std::filesystem::create_directory(path);
+  }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  ~Folder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+  std::string path;
+};
+
+const std::string& folder() {
+  static const Folder made;
+  return made.path;
 }
 
 std::string nameOf(int row) { return "a name of " + std::to_string(row); }
@@ -57,14 +69,6 @@ int idOf(Order order, int row) {
 std::string fileOf(Order order, const char* suffix) {
   return folder() + (order == Order::counted ? "/counted." : "/scattered.") + suffix;
 }
-
-// Gone with the program.
-struct FolderEnd {
-  ~FolderEnd() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder(), ignored);
-  }
-} folderEnd;
 
 GDbStructure structure() {
   GDbStructure made;

@@ -16,7 +16,8 @@
 #include "loomkit/platform/export.h"
 
 /// Extracts members of an archive into one directory and nowhere else. It refuses a name
-/// that is no name of a file in a directory, and one that leads through a link. A file
+/// that is not one file's on every system (one with a separator or a colon, a device of
+/// Windows, one that ends in a dot or a blank), and one that leads through a link. A file
 /// appears when it is complete, with the time and the rights that the archive states, less
 /// the process's umask. Of several members of one name the last is written, as by other
 /// programs. gOutput is told what goes wrong, with the system name gDataSysName.
@@ -32,7 +33,7 @@ class LOOMKIT_API GArExtractor {
     Exists,       ///< a file is there already
     CannotWrite,  ///< a file or the directory cannot be made
     Damaged,      ///< a member's data are not all there
-    Refused       ///< a name that is not one for a file in the directory
+    Refused       ///< a name that is not one file's in the directory on every system
   };
 
   /// Will extract from `reader`, which has to be open, to `directory`, or to the current
