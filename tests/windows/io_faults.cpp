@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // io_faults.h for Windows. A call of the system goes through a pointer that the linker
-// knows as "__imp_" and its name. The pointers that are defined here take the place of
-// the import library's. What the C runtime calls is not met.
+// knows as "__imp_" and its name, to which 32 bits add an underscore and the bytes of its
+// arguments. The pointers that are defined here take the place of the import library's.
+// What the C runtime calls is not met.
 #include "tests/io_faults.h"
 
 #include <windows.h>
@@ -89,13 +90,19 @@ BOOL WINAPI moveFileEx(LPCSTR from, LPCSTR to, DWORD flags) {
 
 }  // namespace
 
+#ifdef __i386__
+#define LOOMKIT_IMPORT(name, bytes) __asm__("__imp__" #name "@" #bytes)
+#else
+#define LOOMKIT_IMPORT(name, bytes) __asm__("__imp_" #name)
+#endif
+
 extern "C" {
-decltype(&::CreateFileA) __imp_CreateFileA = createFile;
-decltype(&::ReadFile) __imp_ReadFile = readFile;
-decltype(&::WriteFile) __imp_WriteFile = writeFile;
-decltype(&::FlushFileBuffers) __imp_FlushFileBuffers = flushFileBuffers;
-decltype(&::SetEndOfFile) __imp_SetEndOfFile = setEndOfFile;
-decltype(&::MoveFileExA) __imp_MoveFileExA = moveFileEx;
+decltype(&::CreateFileA) importedCreateFile LOOMKIT_IMPORT(CreateFileA, 28) = createFile;
+decltype(&::ReadFile) importedReadFile LOOMKIT_IMPORT(ReadFile, 20) = readFile;
+decltype(&::WriteFile) importedWriteFile LOOMKIT_IMPORT(WriteFile, 20) = writeFile;
+decltype(&::FlushFileBuffers) importedFlush LOOMKIT_IMPORT(FlushFileBuffers, 4) = flushFileBuffers;
+decltype(&::SetEndOfFile) importedSetEnd LOOMKIT_IMPORT(SetEndOfFile, 4) = setEndOfFile;
+decltype(&::MoveFileExA) importedMove LOOMKIT_IMPORT(MoveFileExA, 12) = moveFileEx;
 
 // These two are called by their own names.
 NTSTATUS NTAPI NtCreateFile(PHANDLE file, ACCESS_MASK access, POBJECT_ATTRIBUTES name,
