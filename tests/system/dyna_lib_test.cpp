@@ -4,15 +4,23 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
 
 namespace {
 
 const std::string module = LOOMKIT_TEST_MODULE;
 
-std::string withoutSuffix() { return module.substr(0, module.size() - 3); }
+const std::string suffix = LOOMKIT_TEST_MODULE_SUFFIX;
 
-TEST(DynaLib, TheSuffixIsThePlatforms) { EXPECT_STREQ(GDynaLib::getExtension(), ".so"); }
+std::string withoutSuffix() { return module.substr(0, module.size() - suffix.size()); }
+
+std::string inCapitals(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+  return text;
+}
+
+TEST(DynaLib, TheSuffixIsThePlatforms) { EXPECT_EQ(GDynaLib::getExtension(), suffix); }
 
 TEST(DynaLib, LoadsALibraryWithAndWithoutItsSuffix) {
   for (const std::string& name : {module, withoutSuffix()}) {
@@ -34,7 +42,7 @@ TEST(DynaLib, BackslashesSeparateInTheName) {
 TEST(DynaLib, ALibraryThatIsNotThereStaysClosed) {
   // Other letter case, the bare suffix, and a second suffix are other names.
   for (const std::string& name :
-       {std::string("/nowhere/lib"), withoutSuffix() + ".SO", std::string(".so"), std::string()}) {
+       {std::string("/nowhere/lib"), withoutSuffix() + inCapitals(suffix), suffix, std::string()}) {
     GDynaLib library(name);
     EXPECT_FALSE(library.isOpen()) << name;
     EXPECT_EQ(library.getFunction("answer"), nullptr);

@@ -6,10 +6,7 @@ set(LOOMKIT_TESTS_LEFT_OUT
   atomic_file_posix_test.cpp       # rights, owners, links, signals
   zip/zip_writer_faults_test.cpp   # a limit on the size of files
   kill_test.cpp                    # processes that are copied and killed
-  dyna_lib_test.cpp                # loads a library that is built as on Linux
-  process_extensions_test.cpp      # a shell's programs, descriptors, signals
-  process_test.cpp                 # the same
-  run_test.cpp                     # the same
+  process_posix_test.cpp           # signals, groups, descriptors, a shell's programs
   ar_witness_test.cpp              # ar
   real_archives_test.cpp           # a Debian package, unzip
   zip/zip_witness_test.cpp         # unzip, 7z, bsdtar, python3

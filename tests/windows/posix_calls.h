@@ -7,7 +7,9 @@
 #include <direct.h>
 #include <malloc.h>
 #include <process.h>
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/types.h>
 
 #include <atomic>
 #include <ctime>
@@ -47,6 +49,18 @@ inline unsigned geteuid() { return 1; }
 inline std::tm* localtime_r(const std::time_t* time, std::tm* parts) {
   return ::localtime_s(parts, time) == 0 ? parts : nullptr;
 }
+
+/// Starts a program with this one's environment. Its arguments need no quotes.
+inline int posix_spawn(pid_t* child, const char* path, const void* /*files*/,
+                       const void* /*attributes*/, char* const* arguments, char** /*variables*/) {
+  const intptr_t started = ::_spawnv(_P_NOWAIT, path, arguments);
+  *child = static_cast<pid_t>(started);
+  return started == -1 ? errno : 0;
+}
+
+/// Signals that nobody sends here: to ignore them is refused and does no harm.
+constexpr int SIGHUP = 1;
+constexpr int SIGPIPE = 13;
 
 // For tests that are built and not run: exceptions.txt has their names.
 inline int mkfifo(const char* /*path*/, int /*rights*/) { return -1; }
