@@ -214,8 +214,9 @@ GDbStatus tessel::StoreWriter::end() {
   tessel::TableInfo& table = tables.back();
   tessel::TableInfo written;
   std::vector<std::size_t> indexes;
-  builder->write(&out, &written, &indexes);
+  const bool fits = builder->write(&out, &written, &indexes);
   builder.reset();
+  if (!fits) return fail(GDbDatabaseFull, "more than the format can hold");
   for (std::size_t i = 0; i < table.columns.size(); ++i)
     written.columns[i].name = table.columns[i].name;
   written.name = table.name;

@@ -52,6 +52,9 @@ bool isFloat(double value) {
 
 constexpr std::uint64_t narrowHeap = std::numeric_limits<std::uint32_t>::max();
 
+// Of texts that stand in the rows themselves, with their NUL.
+constexpr std::uint32_t widestFixed = 65536;
+
 }  // namespace
 
 void ColumnBuilder::addSigned(std::int32_t value) {
@@ -91,115 +94,118 @@ void ColumnBuilder::addText(std::string_view text) {
   ++count;
 }
 
-Column ColumnBuilder::write(OutputFile* out) {
-  Column column;
-  column.type = type;
-  column.values = out->startSection();
-  if (type == TslTypeText)
-    writeTexts(out, &column);
-  else if (type == TslTypeFloating)
-    writeFloats(out, &column);
-  else
-    writeIntegers(out, &column);
-  return column;
+Column ColumnBuilder::choose() {
+  form.type = type;
+  if (type == TslTypeText) {
+    chooseTexts();
+  } else if (type == TslTypeFloating) {
+    form.storage = fitsFloat ? TslStorageFloat : TslStorageDouble;
+    form.width = fitsFloat ? 4 : 8;
+  } else {
+    chooseIntegers();
+  }
+  values.emplace(spool);
+  return form;
 }
 
-void ColumnBuilder::writeIntegers(OutputFile* out, Column* column) {
-  const IntegerStorage& form = *std::find_if(
+void ColumnBuilder::chooseIntegers() {
+  const IntegerStorage& narrowest = *std::find_if(
       std::begin(integerStorages), std::end(integerStorages), [this](const IntegerStorage& row) {
         return row.type == type && row.least <= least && most <= row.most;
       });
-  column->storage = form.storage;
-  column->width = form.width;
-  SpoolReader values(spool);
-  while (const unsigned char* const bytes = values.take(4)) out->append(bytes, form.width);
-}
-
-void ColumnBuilder::writeFloats(OutputFile* out, Column* column) {
-  column->storage = fitsFloat ? TslStorageFloat : TslStorageDouble;
-  column->width = fitsFloat ? 4 : 8;
-  SpoolReader values(spool);
-  while (const unsigned char* const bytes = values.take(8)) {
-    if (!fitsFloat) {
-      out->append(bytes, 8);
-      continue;
-    }
-    const auto value = static_cast<float>(std::bit_cast<double>(Le64::load(bytes)));
-    appendNumber(out, std::bit_cast<std::uint32_t>(value), 4);
-  }
-}
-
-template <class Visit>
-void ColumnBuilder::forEachText(Visit visit) {
-  SpoolReader values(spool);
-  while (const unsigned char* const head = values.take(4)) {
-    const std::uint32_t size = Le32::load(head);
-    const unsigned char* const text = size != 0 ? values.take(size) : head;
-    if (text == nullptr) return;
-    visit(std::string_view(reinterpret_cast<const char*>(text), size));
-  }
+  form.storage = narrowest.storage;
+  form.width = narrowest.width;
 }
 
 // The form that takes the least room; a column without rows has texts of any
-// length.
-void ColumnBuilder::writeTexts(OutputFile* out, Column* column) {
+// length, and long texts would only keep the other values of a row apart.
+void ColumnBuilder::chooseTexts() {
   constexpr auto none = std::numeric_limits<std::uint64_t>::max();
-  const std::uint64_t offsetWidth = textSize <= narrowHeap ? 4 : 8;
+  const std::uint32_t offsetWidth = textSize <= narrowHeap ? 4 : 8;
   const std::uint64_t heapForm = (std::uint64_t{count} + 1) * offsetWidth + textSize;
   const std::uint64_t fixedForm =
-      count != 0 && longest < 0x7fffffff ? (std::uint64_t{longest} + 1) * count : none;
-  const std::uint64_t codeWidth = dictionary.count() <= 256 ? 1 : 2;
-  const std::uint64_t dictionaryForm =
-      dictionary.isFew()
-          ? count * codeWidth + (dictionary.count() + 1) * 4 + dictionary.bytes().size()
-          : none;
-  if (fixedForm <= heapForm && fixedForm <= dictionaryForm)
-    writeFixed(out, column);
-  else if (dictionaryForm < heapForm)
-    writeDictionary(out, column);
+      count != 0 && longest < widestFixed ? (std::uint64_t{longest} + 1) * count : none;
+  const std::uint32_t codeWidth = dictionary.count() <= 256 ? 1 : 2;
+  const std::uint64_t dictionaryForm = dictionary.isFew() ? std::uint64_t{count} * codeWidth +
+                                                                (dictionary.count() + 1) * 4 +
+                                                                dictionary.bytes().size()
+                                                          : none;
+  form.storage = TslStorageText;
+  if (fixedForm <= heapForm && fixedForm <= dictionaryForm) {
+    form.storage = TslStorageFixedText;
+    form.coding = Coding::plain;
+    form.width = longest + 1;
+  } else if (dictionaryForm < heapForm) {
+    form.coding = Coding::dictionary;
+    form.width = codeWidth;
+    form.dictionaryCount = static_cast<std::uint32_t>(dictionary.count());
+    form.heapSize = dictionary.bytes().size();
+  } else {
+    form.coding = Coding::heap;
+    form.width = offsetWidth;
+    form.heapSize = textSize;
+  }
+}
+
+// False at the end, and when the spool cannot be read.
+bool ColumnBuilder::nextText(std::string_view* text) {
+  const unsigned char* const head = values->take(4);
+  if (head == nullptr) return false;
+  const std::uint32_t size = Le32::load(head);
+  const unsigned char* const bytes = size != 0 ? values->take(size) : head;
+  if (bytes == nullptr) return false;
+  *text = std::string_view(reinterpret_cast<const char*>(bytes), size);
+  return true;
+}
+
+void ColumnBuilder::writeEntry(OutputFile* out) {
+  if (type == TslTypeText) {
+    std::string_view text;
+    if (!nextText(&text)) return;
+    if (form.coding == Coding::plain) {
+      writeFixed(out, text);
+    } else if (form.coding == Coding::dictionary) {
+      appendNumber(out, dictionary.find(text), form.width);
+    } else {
+      appendNumber(out, textBegin, form.width);
+      textBegin += text.size();
+    }
+    return;
+  }
+  const unsigned char* const bytes = values->take(type == TslTypeFloating ? 8 : 4);
+  if (bytes == nullptr) return;
+  if (form.storage == TslStorageFloat) {
+    const auto value = static_cast<float>(std::bit_cast<double>(Le64::load(bytes)));
+    appendNumber(out, std::bit_cast<std::uint32_t>(value), form.width);
+  } else {
+    out->append(bytes, form.width);
+  }
+}
+
+void ColumnBuilder::writeFixed(OutputFile* out, std::string_view text) {
+  out->append(text.data(), text.size());
+  out->appendZeros(form.width - text.size());
+}
+
+void ColumnBuilder::writeLastEntry(OutputFile* out) {
+  if (form.coding == Coding::heap)
+    appendNumber(out, textBegin, form.width);
   else
-    writeHeap(out, column);
+    out->appendZeros(form.width);
 }
 
-void ColumnBuilder::writeFixed(OutputFile* out, Column* column) {
-  column->storage = TslStorageFixedText;
-  column->coding = Coding::plain;
-  column->width = longest + 1;
-  const std::string zeros(std::size_t{longest} + 1, '\0');
-  forEachText([&](std::string_view text) {
-    out->append(text.data(), text.size());
-    out->append(zeros.data(), zeros.size() - text.size());
-  });
-}
-
-void ColumnBuilder::writeHeap(OutputFile* out, Column* column) {
-  column->storage = TslStorageText;
-  column->coding = Coding::heap;
-  column->width = textSize <= narrowHeap ? 4 : 8;
-  column->heapSize = textSize;
-  std::uint64_t begin = 0;
-  forEachText([&](std::string_view text) {
-    appendNumber(out, begin, column->width);
-    begin += text.size();
-  });
-  appendNumber(out, begin, column->width);
-  column->heap = out->startSection();
-  forEachText([&](std::string_view text) { out->append(text.data(), text.size()); });
-}
-
-void ColumnBuilder::writeDictionary(OutputFile* out, Column* column) {
-  column->storage = TslStorageText;
-  column->coding = Coding::dictionary;
-  column->width = dictionary.count() <= 256 ? 1 : 2;
-  column->dictionaryCount = static_cast<std::uint32_t>(dictionary.count());
-  column->heapSize = dictionary.bytes().size();
-  forEachText(
-      [&](std::string_view text) { appendNumber(out, dictionary.find(text), column->width); });
-  column->dictionary = out->startSection();
-  for (const std::uint32_t begin : dictionary.textBegins()) appendNumber(out, begin, 4);
-  appendNumber(out, dictionary.bytes().size(), 4);
-  column->heap = out->startSection();
-  out->append(dictionary.bytes().data(), dictionary.bytes().size());
+void ColumnBuilder::writeSections(OutputFile* out, Column* column) {
+  if (form.coding == Coding::heap) {
+    column->heap = out->startSection();
+    values.emplace(spool);
+    for (std::string_view text; nextText(&text);) out->append(text.data(), text.size());
+  } else if (form.coding == Coding::dictionary) {
+    column->dictionary = out->startSection();
+    for (const std::uint32_t begin : dictionary.textBegins()) appendNumber(out, begin, 4);
+    appendNumber(out, dictionary.bytes().size(), 4);
+    column->heap = out->startSection();
+    out->append(dictionary.bytes().data(), dictionary.bytes().size());
+  }
 }
 
 }  // namespace tessel

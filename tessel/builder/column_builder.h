@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
-// ColumnBuilder: gathers the values of a column, then writes them in the form
-// that takes the least room.
+// ColumnBuilder: gathers the values of a column, then writes them into the rows in
+// the form that takes the least room.
 #ifndef TESSEL_BUILDER_COLUMN_BUILDER_H
 #define TESSEL_BUILDER_COLUMN_BUILDER_H
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 #include "tessel/builder/output_file.h"
@@ -26,19 +27,23 @@ class ColumnBuilder {
   /// Requires: fewer than 2^32 bytes.
   void addText(std::string_view text);
 
-  /// Writes the sections of the column. Failures are the file's and the
-  /// workspace's. The name and the indexes are the caller's affair.
-  Column write(OutputFile* out);
+  /// Chooses the form of the column, which the functions below write. No value is
+  /// added from here on. Names and places are the caller's affair, and failures are
+  /// the file's and the workspace's.
+  Column choose();
+
+  /// Writes the entry of the next row.
+  void writeEntry(OutputFile* out);
+  /// Writes the entry behind the last row's: where the texts of a heap end, else zeros.
+  void writeLastEntry(OutputFile* out);
+  /// Writes the dictionary and the heap of texts, if they are of such a form.
+  void writeSections(OutputFile* out, Column* column);
 
  private:
-  void writeIntegers(OutputFile* out, Column* column);
-  void writeFloats(OutputFile* out, Column* column);
-  void writeTexts(OutputFile* out, Column* column);
-  void writeFixed(OutputFile* out, Column* column);
-  void writeHeap(OutputFile* out, Column* column);
-  void writeDictionary(OutputFile* out, Column* column);
-  template <class Visit>
-  void forEachText(Visit visit);
+  void chooseIntegers();
+  void chooseTexts();
+  bool nextText(std::string_view* text);
+  void writeFixed(OutputFile* out, std::string_view text);
 
   TslType type;
   Spool spool;
@@ -51,6 +56,10 @@ class ColumnBuilder {
   std::uint64_t textSize = 0;
   std::uint32_t longest = 0;
   TextDictionary dictionary;
+  // Once the form is chosen.
+  Column form;
+  std::optional<SpoolReader> values;
+  std::uint64_t textBegin = 0;  // in the heap
 };
 
 }  // namespace tessel

@@ -21,6 +21,7 @@ class DirectoryWriter {
     record.put(t::rowCount, table.rowCount);
     record.put(t::fieldCount, countOf(table.columns.size()));
     record.put(t::indexCount, countOf(table.indexes.size()));
+    record.put(t::rows, table.rows);
     for (const Column& column : table.columns) addField(column);
     for (const Index& index : table.indexes) addIndex(index);
   }
@@ -73,7 +74,6 @@ class DirectoryWriter {
     record.put(f::coding, static_cast<std::uint8_t>(column.coding));
     record.put(f::width, column.width);
     record.put(f::dictionaryCount, column.dictionaryCount);
-    record.put(f::values, column.values);
     record.put(f::dictionary, column.dictionary);
     record.put(f::heap, column.heap);
     record.put(f::heapSize, column.heapSize);

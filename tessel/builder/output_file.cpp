@@ -56,12 +56,15 @@ void OutputFile::flush() {
   used = 0;
 }
 
+void OutputFile::appendZeros(std::size_t count) {
+  constexpr unsigned char zeros[64] = {};
+  for (; count > sizeof zeros; count -= sizeof zeros) append(zeros, sizeof zeros);
+  append(zeros, count);
+}
+
 std::uint64_t OutputFile::startSection() {
-  constexpr unsigned char zeros[layout::sectionAlignment] = {};
-  const std::uint64_t position = flushed + used;
-  const auto over = static_cast<std::size_t>(position % layout::sectionAlignment);
-  if (over == 0) return position;
-  append(zeros, layout::sectionAlignment - over);
+  const std::size_t over = static_cast<std::size_t>((flushed + used) % layout::sectionAlignment);
+  if (over != 0) appendZeros(layout::sectionAlignment - over);
   return flushed + used;
 }
 

@@ -38,6 +38,7 @@ class OutputFile {
       appendOver(static_cast<const unsigned char*>(data), size);
     }
   }
+  void appendZeros(std::size_t count);
   /// Appends zeros up to a place where a section may begin; the place.
   std::uint64_t startSection();
 

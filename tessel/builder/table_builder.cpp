@@ -174,9 +174,22 @@ void TableBuilder::writeEntries(OutputFile* out, IndexBuilder* builder, bool* ha
     out->append(bytes, layout::bucket::size);
 }
 
-void TableBuilder::write(OutputFile* out, TableInfo* table, std::vector<std::size_t>* suspects) {
+void TableBuilder::writeRows(OutputFile* out, const TableInfo& table) {
+  // Without the values that a scratch file fails to give, the rows are nothing.
+  for (std::uint32_t row = 0; row < rows && workspace->status() == 0; ++row)
+    for (ColumnBuilder& column : columns) column.writeEntry(out);
+  if (!table.endsTexts) return;
+  for (ColumnBuilder& column : columns) column.writeLastEntry(out);
+}
+
+bool TableBuilder::write(OutputFile* out, TableInfo* table, std::vector<std::size_t>* suspects) {
   table->rowCount = rows;
-  for (ColumnBuilder& column : columns) table->columns.push_back(column.write(out));
+  for (ColumnBuilder& column : columns) table->columns.push_back(column.choose());
+  table->rows = out->startSection();
+  if (!placeColumns(table)) return false;
+  writeRows(out, *table);
+  for (std::size_t i = 0; i < columns.size(); ++i)
+    columns[i].writeSections(out, &table->columns[i]);
   columns.clear();
   for (std::size_t i = 0; i < indexes.size(); ++i) {
     IndexBuilder& builder = indexes[i];
@@ -189,6 +202,7 @@ void TableBuilder::write(OutputFile* out, TableInfo* table, std::vector<std::siz
     if (hashesMeet && builder.index.unique) suspects->push_back(i);
     table->indexes.push_back(std::move(builder.index));
   }
+  return true;
 }
 
 }  // namespace tessel

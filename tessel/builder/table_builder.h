@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// TableBuilder: gathers the rows of a table, then writes its columns and indexes.
+// TableBuilder: gathers the rows of a table, then writes them and the indexes.
 #ifndef TESSEL_BUILDER_TABLE_BUILDER_H
 #define TESSEL_BUILDER_TABLE_BUILDER_H
 
@@ -40,8 +40,9 @@ class TableBuilder {
 
   /// Writes all sections and fills in all of the table but its names. An index
   /// of `suspects` is unique and has neighbours of the same hash: whether their
-  /// keys are the same, the file must tell.
-  void write(OutputFile* out, TableInfo* table, std::vector<std::size_t>* suspects);
+  /// keys are the same, the file must tell. False when a row is wider than the
+  /// format can tell; nothing more can then be done with the file.
+  bool write(OutputFile* out, TableInfo* table, std::vector<std::size_t>* suspects);
 
  private:
   // While there are ranges, the entries are empty.
@@ -54,6 +55,7 @@ class TableBuilder {
   [[nodiscard]] KeyHash hashOf(const Index& index, const std::vector<RowValue>& values) const;
   [[nodiscard]] std::int64_t integerOf(const Index& index,
                                        const std::vector<RowValue>& values) const;
+  void writeRows(OutputFile* out, const TableInfo& table);
   static void giveUpRanges(IndexBuilder* builder);
   static void writeRanges(OutputFile* out, IndexBuilder* builder);
   void writeEntries(OutputFile* out, IndexBuilder* builder, bool* hashesMeet);

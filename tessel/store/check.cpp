@@ -54,24 +54,23 @@ class Check {
 
   Error checkTable(std::size_t number) {
     const TableInfo& table = store->tables()[number];
-    Error error = Error::none;
-    for (std::size_t i = 0; error == Error::none && i < table.columns.size(); ++i)
-      error = checkColumn(table, table.columns[i]);
+    Error error = checkRows(table);
     for (std::size_t i = 0; error == Error::none && i < table.indexes.size(); ++i)
       error = checkIndex(number, i);
     return error;
   }
 
-  Error checkColumn(const TableInfo& table, const Column& column) {
-    for (std::uint32_t row = 0; row < table.rowCount; ++row) {
-      step();
-      if (column.type != TslTypeText) continue;
-      TextSpan text{};
-      const Error error = findText(file, column, row, &text);
-      if (error != Error::none)
-        return failed(error, std::string(table.name) + "." + column.name + ": row " +
-                                 std::to_string(row) + " has no text");
-    }
+  Error checkRows(const TableInfo& table) {
+    for (std::uint32_t row = 0; row < table.rowCount; ++row)
+      for (const Column& column : table.columns) {
+        step();
+        if (column.type != TslTypeText) continue;
+        TextSpan text{};
+        const Error error = findText(file, column, row, &text);
+        if (error != Error::none)
+          return failed(error, std::string(table.name) + "." + column.name + ": row " +
+                                   std::to_string(row) + " has no text");
+      }
     return Error::none;
   }
 

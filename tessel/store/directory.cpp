@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 #include "tessel/store/layout.h"
@@ -136,6 +137,8 @@ class DirectoryReader {
       return false;
     for (std::uint32_t i = 0; i < fieldCount; ++i)
       if (!readField(nextField++, table)) return false;
+    table->rows = record.get(t::rows.behind(at));
+    if (!placeColumns(table) || !addSection(table->rows, table->rowsSize())) return false;
     for (std::uint32_t i = 0; i < indexCount; ++i)
       if (!readIndex(nextIndex++, table)) return false;
     return namesDiffer(table->columns);
@@ -151,18 +154,16 @@ class DirectoryReader {
     column.coding = static_cast<Coding>(record.get(f::coding.behind(at)));
     column.width = record.get(f::width.behind(at));
     column.dictionaryCount = record.get(f::dictionaryCount.behind(at));
-    column.values = record.get(f::values.behind(at));
     column.dictionary = record.get(f::dictionary.behind(at));
     column.heap = record.get(f::heap.behind(at));
     column.heapSize = record.get(f::heapSize.behind(at));
     if (column.name == nullptr || record.get(f::reserved.behind(at)) != 0 || !isKnown(column))
       return false;
     table->columns.push_back(column);
-    return addColumnSections(column, table->rowCount);
+    return addColumnSections(column);
   }
 
-  bool addColumnSections(const Column& column, std::uint32_t rowCount) {
-    if (!addSection(column.values, valuesSize(column, rowCount))) return false;
+  bool addColumnSections(const Column& column) {
     const bool usesHeap = column.coding != Coding::plain;
     if (usesHeap ? !addSection(column.heap, column.heapSize)
                  : column.heap != 0 || column.heapSize != 0)
@@ -250,6 +251,19 @@ class DirectoryReader {
 };
 
 }  // namespace
+
+bool placeColumns(TableInfo* table) {
+  std::uint64_t width = 0;
+  for (Column& column : table->columns) {
+    column.values = table->rows + width;
+    width += column.width;
+    if (width > std::numeric_limits<std::uint32_t>::max()) return false;
+    if (column.coding == Coding::heap) table->endsTexts = true;
+  }
+  table->rowWidth = static_cast<std::uint32_t>(width);
+  for (Column& column : table->columns) column.stride = table->rowWidth;
+  return true;
+}
 
 std::uint64_t valuesSize(const Column& column, std::uint32_t rowCount) {
   const std::uint64_t entries = std::uint64_t{rowCount} + (column.coding == Coding::heap ? 1 : 0);

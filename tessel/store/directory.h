@@ -12,11 +12,11 @@
 
 namespace tessel {
 
-/// How the values of a field are written.
+/// What the entry of a field in a row is.
 enum class Coding : std::uint8_t {
-  plain = 0,      ///< numbers and fixed texts, one behind the other
-  heap = 1,       ///< for each row, and behind the last, where its text begins in the heap
-  dictionary = 2  ///< for each row, the number of a text
+  plain = 0,      ///< a number, or a fixed text
+  heap = 1,       ///< where its text begins in the heap; the next row tells where it ends
+  dictionary = 2  ///< the number of a text
 };
 
 /// A field of a table. Offsets are those of the file.
@@ -26,9 +26,10 @@ struct Column {
   TslStorage storage = TslStorageInt8;
   Coding coding = Coding::plain;
   bool indexed = false;
-  std::uint32_t width = 0;  ///< of an entry of the values
+  std::uint32_t width = 0;   ///< of its entry in a row
+  std::uint32_t stride = 0;  ///< from one row's entry to the next one's: the width of a row
   std::uint32_t dictionaryCount = 0;
-  std::uint64_t values = 0;
+  std::uint64_t values = 0;  ///< its entry in the first row
   std::uint64_t dictionary = 0;
   std::uint64_t heap = 0;
   std::uint64_t heapSize = 0;
@@ -57,8 +58,15 @@ struct Index {
 struct TableInfo {
   const char* name = nullptr;  ///< in the directory's bytes
   std::uint32_t rowCount = 0;
+  std::uint32_t rowWidth = 0;
+  bool endsTexts = false;  ///< behind the last row is one more, which tells where its texts end
+  std::uint64_t rows = 0;
   std::vector<Column> columns;
   std::vector<Index> indexes;
+
+  [[nodiscard]] std::uint64_t rowsSize() const {
+    return (std::uint64_t{rowCount} + (endsTexts ? 1 : 0)) * rowWidth;
+  }
 };
 
 struct Directory {
@@ -66,7 +74,11 @@ struct Directory {
   std::vector<std::uint32_t> groupSums;
 };
 
-/// The bytes of a column's sections, and of an index's.
+/// Lays the entries of the columns behind each other, in rows from `table->rows` on.
+/// False when a row would be wider than 32 bits can tell.
+bool placeColumns(TableInfo* table);
+
+/// The bytes of a column's entries and dictionary, and of an index's sections.
 std::uint64_t valuesSize(const Column& column, std::uint32_t rowCount);
 std::uint64_t dictionarySize(const Column& column);
 std::uint64_t entriesSize(const Index& index, std::uint32_t rowCount);

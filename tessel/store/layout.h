@@ -22,13 +22,14 @@ using loomkit::U8;
 inline constexpr unsigned blockShift = 14;
 inline constexpr std::size_t blockSize = std::size_t{1} << blockShift;
 
-/// Sections begin at multiples of this, so that no number lies across two blocks.
+/// Sections begin at multiples of this, so that no number of an index or of a
+/// dictionary lies across two blocks. One of a row may.
 inline constexpr std::size_t sectionAlignment = 64;
 
 /// The first bytes of the file.
 namespace header {
 inline constexpr std::string_view magicText = "\x89tessel\n";
-inline constexpr std::uint32_t currentVersion = 1;
+inline constexpr std::uint32_t currentVersion = 2;  // version 1 kept each column apart
 inline constexpr BytesField magic{0, 8};
 inline constexpr Le32 version{magic.end()};
 inline constexpr Le32 directorySize{version.end()};
@@ -71,8 +72,10 @@ inline constexpr Le32 name{0};
 inline constexpr Le32 rowCount{name.end()};
 inline constexpr Le32 fieldCount{rowCount.end()};
 inline constexpr Le32 indexCount{fieldCount.end()};
-inline constexpr std::size_t size = 16;
-static_assert(indexCount.end() == size);
+inline constexpr Le64 rows{
+    indexCount.end()};  ///< section: the entries of each row, in the order of the fields
+inline constexpr std::size_t size = 24;
+static_assert(rows.end() == size);
 }  // namespace table
 
 namespace field {
@@ -81,13 +84,13 @@ inline constexpr U8 type{name.end()};
 inline constexpr U8 storage{type.end()};
 inline constexpr U8 coding{storage.end()};
 inline constexpr U8 reserved{coding.end()};
-inline constexpr Le32 width{reserved.end()};          ///< bytes of one entry of the values
-inline constexpr Le32 dictionaryCount{width.end()};   ///< texts in the dictionary
-inline constexpr Le64 values{dictionaryCount.end()};  ///< section: an entry for each row
-inline constexpr Le64 dictionary{values.end()};       ///< section: where the texts begin and end
-inline constexpr Le64 heap{dictionary.end()};         ///< section: the texts' bytes
+inline constexpr Le32 width{reserved.end()};         ///< bytes of its entry in a row
+inline constexpr Le32 dictionaryCount{width.end()};  ///< texts in the dictionary
+inline constexpr Le64 dictionary{
+    dictionaryCount.end()};                    ///< section: where the texts begin and end
+inline constexpr Le64 heap{dictionary.end()};  ///< section: the texts' bytes
 inline constexpr Le64 heapSize{heap.end()};
-inline constexpr std::size_t size = 48;
+inline constexpr std::size_t size = 40;
 static_assert(heapSize.end() == size);
 }  // namespace field
 

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "tessel/store/store.h"
+#include "tessel/store/values.h"
 #include "tests/tessel/memory_file.h"
 #include "tests/tessel/store_exercise.h"
 #include "tests/tessel/store_fixture.h"
@@ -34,6 +35,19 @@ class HostileStore : public ::testing::Test {
     std::string bad = good;
     Field::store(reinterpret_cast<unsigned char*>(bad.data()) + field.offset,
                  static_cast<typename Field::Value>(value));
+    repairSums(&bad);
+    return bad;
+  }
+  // The first table with these bytes in all entries of a column.
+  [[nodiscard]] std::string withEntries(std::size_t number, char byte) {
+    Store store;
+    EXPECT_EQ(store.open(file.write(good)), Error::none);
+    const tessel::TableInfo& table = store.tables()[0];
+    const tessel::Column& column = table.columns[number];
+    std::string bad = good;
+    for (std::uint32_t row = 0; row < table.rowCount; ++row)
+      bad.replace(static_cast<std::size_t>(tessel::entryOffset(column, row)), column.width,
+                  column.width, byte);
     repairSums(&bad);
     return bad;
   }
@@ -119,8 +133,8 @@ TEST_F(HostileStore, RefusesForgedNumbersOfTheDirectory) {
     for (const auto place : {t::name, t::rowCount, t::fieldCount, t::indexCount})
       refused(place.behind(table), value | 1);
     const std::size_t heapText = fieldAt(11);
-    for (const auto place : {f::values, f::heap, f::heapSize})
-      refused(place.behind(heapText), value);
+    refused(t::rows.behind(table), value);
+    for (const auto place : {f::heap, f::heapSize}) refused(place.behind(heapText), value);
     refused(f::width.behind(heapText), value | 1);
     refused(f::dictionaryCount.behind(fieldAt(10)), value | 1);
     refused(f::dictionary.behind(fieldAt(10)), value);
@@ -135,14 +149,36 @@ TEST_F(HostileStore, RefusesForgedNumbersOfTheDirectory) {
 }
 
 TEST_F(HostileStore, RefusesSectionsThatOverlapOrAreMisplaced) {
-  namespace f = layout::field;
-  const std::uint64_t first =
-      loomkit::RecordReader(good.data(), good.size()).get(f::values.behind(fieldAt(0)));
-  EXPECT_EQ(first, 64U);
-  const auto place = f::values.behind(fieldAt(1));
-  EXPECT_EQ(open(forged(place, first)), Error::damagedDirectory) << "the same as another";
+  namespace t = layout::table;
+  const loomkit::RecordReader record(good.data(), good.size());
+  const std::size_t table = directoryAt + layout::directory::size;
+  EXPECT_EQ(record.get(t::rows.behind(table)), 64U);
+  const auto place = layout::field::heap.behind(fieldAt(11));
+  const std::uint64_t heap = record.get(place);
+  EXPECT_EQ(open(forged(place, 64)), Error::damagedDirectory) << "the same as another";
   EXPECT_EQ(open(forged(place, 0)), Error::damagedDirectory) << "over the header";
-  EXPECT_EQ(open(forged(place, 128 + 8)), Error::damagedDirectory) << "not at a section's place";
+  EXPECT_EQ(open(forged(place, heap + 8)), Error::damagedDirectory) << "not at a section's place";
+  EXPECT_EQ(open(forged(t::rows.behind(table + t::size), heap)), Error::damagedDirectory)
+      << "the rows of one table in the texts of another";
+}
+
+// A row is as wide as its fields together, which 32 bits must be able to tell.
+TEST_F(HostileStore, RefusesRowsTooWideForAnyFile) {
+  namespace f = layout::field;
+  std::string bad = good;
+  auto* const bytes = reinterpret_cast<unsigned char*>(bad.data());
+  for (const std::size_t field : {0U, 1U, 2U}) {
+    f::type.store(bytes + f::type.behind(fieldAt(field)).offset, TslTypeText);
+    f::storage.store(bytes + f::storage.behind(fieldAt(field)).offset, TslStorageFixedText);
+    f::width.store(bytes + f::width.behind(fieldAt(field)).offset, 0x7fffffff);
+  }
+  for (const std::uint32_t rows : {0U, 1U, 0x7fffffffU}) {
+    namespace t = layout::table;
+    t::rowCount.store(bytes + t::rowCount.behind(directoryAt + layout::directory::size).offset,
+                      rows);
+    repairSums(&bad);
+    EXPECT_EQ(open(bad), Error::damagedDirectory) << rows;
+  }
 }
 
 TEST_F(HostileStore, RefusesCodesThatDoNotGoTogether) {
@@ -209,20 +245,15 @@ TEST_F(HostileStore, FindsForgedDataWhenItTouchesThem) {
                                 static_cast<std::uint32_t>(100 - i));
   repairSums(&falling);
   EXPECT_EQ(lookup(falling, 10, "odd"), Error::damagedData);
-  // The codes of the dictionary, and where its texts begin.
-  for (const auto& [place, size, fill] :
-       {std::tuple{f::values.behind(fieldAt(10)), std::size_t{20}, '\xff'},
-        std::tuple{f::dictionary.behind(fieldAt(10)), std::size_t{12}, '\x7f'}}) {
-    std::string bad = good;
-    bad.replace(static_cast<std::size_t>(record.get(place)), size, size, fill);
-    repairSums(&bad);
-    EXPECT_EQ(lookup(bad, 10, "odd"), Error::damagedData);
-  }
-  // A fixed text without its end.
-  std::string endless = good;
-  endless.replace(static_cast<std::size_t>(record.get(f::values.behind(fieldAt(9)))), 60, 60, 'c');
-  repairSums(&endless);
-  EXPECT_EQ(lookup(endless, 10, "odd"), Error::damagedData);
+  // Where the texts of the dictionary begin.
+  const auto dictionary = static_cast<std::size_t>(record.get(f::dictionary.behind(fieldAt(10))));
+  std::string bad = good;
+  bad.replace(dictionary, 12, 12, '\x7f');
+  repairSums(&bad);
+  EXPECT_EQ(lookup(bad, 10, "odd"), Error::damagedData);
+  // In each row, the code of the dictionary, and a fixed text without its end.
+  EXPECT_EQ(lookup(withEntries(10, '\xff'), 10, "odd"), Error::damagedData);
+  EXPECT_EQ(lookup(withEntries(9, 'c'), 10, "odd"), Error::damagedData);
 }
 
 TEST_F(HostileStore, AnIndexOutOfOrderFindsLessAndNothingElse) {

@@ -86,11 +86,14 @@ TEST_F(StoreErrors, ADamagedHeaderOrDirectory) {
   EXPECT_EQ(openBytes(good + "x"), Result(GDbIoError, 4));
 }
 
-TEST_F(StoreErrors, ALaterVersionIsNotGuessedAt) {
+TEST_F(StoreErrors, AnotherVersionIsNotGuessedAt) {
+  namespace h = tessel::layout::header;
   std::string bytes = scratch.read("s.tessel");
-  bytes[tessel::layout::header::version.offset] = 2;
-  repairSums(&bytes);
-  EXPECT_EQ(openBytes(bytes), Result(GDbIoError, 4));
+  for (const std::uint32_t version : {0U, h::currentVersion - 1, h::currentVersion + 1, ~0U}) {
+    h::version.store(reinterpret_cast<unsigned char*>(bytes.data()) + h::version.offset, version);
+    repairSums(&bytes);
+    EXPECT_EQ(openBytes(bytes), Result(GDbIoError, 4)) << version;
+  }
 }
 
 TEST_F(StoreErrors, DamagedData) {

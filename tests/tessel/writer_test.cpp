@@ -9,6 +9,7 @@
 #include <random>
 
 #include "loomkit/db/catalog.h"
+#include "tessel/inspector.h"
 #include "tests/tessel/store_fixture.h"
 
 namespace {
@@ -117,6 +118,56 @@ TEST(TesselWriter, StoresTextsInTheSmallestForm) {
   EXPECT_EQ(contentOf(path)[999], std::get<std::string>(different[999]));
   EXPECT_EQ(oneColumn(path, GDbFieldString, {std::string(), std::string()}), "fixed text");
   EXPECT_EQ(contentOf(path), (Texts{"", ""}));
+}
+
+TEST(TesselWriter, LongTextsStandBesideTheRowsEvenWhenThereIsOneRow) {
+  const ScratchDirectory scratch;
+  for (const std::size_t size : {65535U, 65536U}) {
+    const std::string path = scratch / (std::to_string(size) + ".tessel");
+    const std::string text(size, 't');
+    EXPECT_EQ(oneColumn(path, GDbFieldString, {text}), size < 65536 ? "fixed text" : "text");
+    EXPECT_EQ(contentOf(path), Texts{text});
+  }
+}
+
+// Rows of an odd width end at every place of a block, so that each kind of entry lies
+// across the border of two somewhere.
+TEST(TesselWriter, RowsMayLieAcrossBlocks) {
+  const ScratchDirectory scratch;
+  std::vector<Cells> rows;
+  Texts expected;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string name =
+        std::string(static_cast<std::size_t>(i * 7 % 90), 'n') + std::to_string(i);
+    const std::string code = "c" + std::to_string(i);
+    const std::string kind = "a kind of row, number " + std::to_string(i % 600);
+    rows.push_back({i % 100, i * 700000, i % 40 * 800, i + 0.1, name, code, kind});
+    expected.push_back(std::to_string(i % 100) + "|" + std::to_string(i * 700000) + "|" +
+                       std::to_string(i % 40 * 800) + "|" + std::to_string(i) + ".1|" + name + "|" +
+                       code + "|" + kind);
+  }
+  const GDbStructure structure = structureOf({{"byte", GDbFieldInt},
+                                              {"number", GDbFieldInt},
+                                              {"word", GDbFieldInt},
+                                              {"exact", GDbFieldFloat},
+                                              {"name", GDbFieldString},
+                                              {"code", GDbFieldString},
+                                              {"kind", GDbFieldString}});
+  const std::string path = scratch / "t.tessel";
+  writeStore(path, structure, {"number!", "exact"}, rows);
+  EXPECT_EQ(storageOf(path), (Texts{"int8", "int32", "int16", "double", "text", "fixed text",
+                                    "text in a dictionary"}));
+  EXPECT_EQ(contentOf(path), expected);
+  GTesselInspector inspector;
+  ASSERT_EQ(inspector.open(path), GDbNoError);
+  EXPECT_EQ(inspector.check(), GDbNoError) << inspector.getErrMsg();
+  const DatabaseOwner database = openDb("tessel:" + path);
+  const TableOwner table = openTable(database, "t");
+  for (int i = 0; i < 3000; i += 7) {
+    GDbRecordSet set;
+    ASSERT_EQ(table->lookupKey(GDbKey(1, i * 700000), &set), GDbNoError);
+    ASSERT_EQ(textsOf(set), Texts{expected[static_cast<std::size_t>(i)]});
+  }
 }
 
 TEST(TesselWriter, ADictionaryMayHaveMoreTextsThanAByteCanTell) {
