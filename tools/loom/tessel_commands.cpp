@@ -115,7 +115,7 @@ constexpr Command tesselCommands[] = {
                 "$ loom db copy --index c1:unique csv:. parts tessel:parts.tessel\n2 records\n"
                 "$ loom tessel info parts.tessel\nparts: 2 records\n"
                 "  c1  int8, 2 bytes\n  c2  fixed text, 10 bytes\n  c3  float, 8 bytes\n"
-                "  unique index on c1  ranges, 8 bytes\n566 bytes\n",
+                "  unique index on c1  ranges, 8 bytes\n422 bytes\n",
      .exits = fileExits,
      .run = info},
     {.name = "check",
