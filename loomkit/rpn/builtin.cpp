@@ -393,9 +393,14 @@ const GRpnEval::Builtin* GRpnEval::Builtin::find(std::string_view name) noexcept
   return nullptr;
 }
 
-std::vector<std::string> gRpnBuiltinWords() {
-  std::vector<std::string> names;
-  for (const GRpnEval::Builtin& word : GRpnEval::Builtin::Table::words)
-    names.emplace_back(word.name);
-  return names;
-}
+/// The names of the words, in the order of the table.
+struct GRpnBuiltinNames {
+  static std::vector<std::string> all() {
+    std::vector<std::string> names;
+    for (const GRpnEval::Builtin& word : GRpnEval::Builtin::Table::words)
+      names.emplace_back(word.name);
+    return names;
+  }
+};
+
+std::vector<std::string> gRpnBuiltinWords() { return GRpnBuiltinNames::all(); }

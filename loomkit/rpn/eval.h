@@ -119,9 +119,9 @@ class GRpnEval {
   struct Operands;   // what is taken from the stack
   struct Operators;
   struct Literals;
-  struct Names;    // $parameters, $0 arguments and words
-  struct Builtin;  // the built-in words
-  friend std::vector<std::string> gRpnBuiltinWords();
+  struct Names;                    // $parameters, $0 arguments and words
+  struct Builtin;                  // the built-in words
+  friend struct GRpnBuiltinNames;  // lists them for gRpnBuiltinWords()
 
   void restoreStack(std::size_t size) noexcept;
   bool oneResult(const char* expr, std::size_t before);

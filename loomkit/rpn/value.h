@@ -102,8 +102,8 @@ class LOOMKIT_API GRpnValue {
   GRpnValue(double number) noexcept : type(Number) { payload.number = number; }
   /// A string or a vector. The value takes a reference of its own; the caller's
   /// stays the caller's. Requires: not null.
-  GRpnValue(GRpnString* string) noexcept;
-  GRpnValue(GRpnVector* vector) noexcept;
+  inline GRpnValue(GRpnString* string) noexcept;
+  inline GRpnValue(GRpnVector* vector) noexcept;
 
   /// The same number, or one more reference to the same string or vector.
   GRpnValue(const GRpnValue& other) noexcept : type(other.type), payload(other.payload) {
@@ -180,8 +180,8 @@ class LOOMKIT_API GRpnValue {
     if (type >= String) decPayload();
     type = newType;
   }
-  void incPayload() const noexcept;
-  void decPayload() const noexcept;
+  inline void incPayload() const noexcept;
+  inline void decPayload() const noexcept;
 
   Type type;
   Payload payload;
@@ -238,22 +238,22 @@ class LOOMKIT_API GRpnVector : public std::vector<GRpnValue> {
   Tail tail;
 };
 
-inline GRpnValue::GRpnValue(GRpnString* string) noexcept : type(String) {
+GRpnValue::GRpnValue(GRpnString* string) noexcept : type(String) {
   payload.string = string->incRef();
 }
 
-inline GRpnValue::GRpnValue(GRpnVector* vector) noexcept : type(Vector) {
+GRpnValue::GRpnValue(GRpnVector* vector) noexcept : type(Vector) {
   payload.vector = vector->incRef();
 }
 
-inline void GRpnValue::incPayload() const noexcept {
+void GRpnValue::incPayload() const noexcept {
   if (type == String)
     payload.string->incRef();
   else
     payload.vector->incRef();
 }
 
-inline void GRpnValue::decPayload() const noexcept {
+void GRpnValue::decPayload() const noexcept {
   if (type == String)
     payload.string->decRef();
   else

@@ -27,6 +27,23 @@ for file in "$prefix"/bin/*; do
   for library in $(objdump -p "$file" | sed -n 's/.*DLL Name: \(z\?lib.*\)/\1/p'); do has "bin/$library"; done
 done
 
+# A host is compiled without a warning, whatever it includes first. For the static library,
+# C++20 and 32 bits, which change nothing between the headers, all of them at once will do.
+compiler=$(sed -n 's/^set(CMAKE_CXX_COMPILER "\(.*\)")/\1/p' "$build"/CMakeFiles/*/CMakeCXXCompiler.cmake)
+export compiler prefix
+compiles() {
+  "$compiler" -std="$1" ${3:+"$3"} -I "$prefix/include" -include "$2" -fsyntax-only -x c++ \
+    -Wall -Wextra -Wpedantic -Werror /dev/null || exit 255
+}
+export -f compiles
+each_header() {
+  printf '%s\n' "$@" | xargs -P "$(nproc)" -L 1 bash -c 'compiles "$@"' -
+}
+alone=()
+[ "$preset" != win64 ] || mapfile -t alone < <(cd "$prefix/include" && find loomkit tessel -name '*.h' -printf 'c++17 %p\n')
+all=loomkit/loomkit.h
+logged each_header "${alone[@]}" "c++17 $all" "c++20 $all" "c++17 $all -DLOOMKIT_STATIC" "c++20 $all -DLOOMKIT_STATIC"
+
 mkdir "$work/hosts"
 cat >"$work/hosts/CMakeLists.txt" <<'HOSTS'
 cmake_minimum_required(VERSION 3.25)
