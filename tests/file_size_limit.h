@@ -2,32 +2,22 @@
 #ifndef LOOMKIT_TESTS_FILE_SIZE_LIMIT_H
 #define LOOMKIT_TESTS_FILE_SIZE_LIMIT_H
 
-#include <sys/resource.h>
-
-#include <csignal>
+#include <cstdint>
+#include <string>
 
 namespace loomkit::testing {
 
 /// Lets no file of this process grow beyond so many bytes while it lives, which stands
-/// in for a full disk.
+/// in for a full disk. There is one at a time.
 class FileSizeLimit {
  public:
-  explicit FileSizeLimit(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    rlimit now = before;
-    now.rlim_cur = bytes;
-    ::setrlimit(RLIMIT_FSIZE, &now);
-  }
+  explicit FileSizeLimit(std::uint64_t bytes);
   FileSizeLimit(const FileSizeLimit&) = delete;
   FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    std::signal(SIGXFSZ, handler);
-  }
+  ~FileSizeLimit();
 
- private:
-  rlimit before{};
-  void (*handler)(int);
+  /// The system's words for what is met at the limit.
+  static std::string words();
 };
 
 }  // namespace loomkit::testing

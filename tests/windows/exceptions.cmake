@@ -4,7 +4,6 @@
 # These call POSIX themselves, or run programs of a Linux machine.
 set(LOOMKIT_TESTS_LEFT_OUT
   atomic_file_posix_test.cpp       # rights, owners, links, signals
-  zip/zip_writer_faults_test.cpp   # a limit on the size of files
   kill_test.cpp                    # processes that are copied and killed
   process_posix_test.cpp           # signals, groups, descriptors, a shell's programs
   ar_witness_test.cpp              # ar

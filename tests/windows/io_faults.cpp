@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: MIT
-// io_faults.h for Windows. A call of the system goes through a pointer that the linker
-// knows as "__imp_" and its name, to which 32 bits add an underscore and the bytes of its
-// arguments. The pointers that are defined here take the place of the import library's.
-// What the C runtime calls is not met.
+// io_faults.h for Windows, by the means of imported_calls.h.
 #include "tests/io_faults.h"
 
 #include <windows.h>
@@ -11,6 +8,8 @@
 
 #include <algorithm>
 #include <cerrno>
+
+#include "tests/windows/imported_calls.h"
 
 namespace {
 
@@ -46,16 +45,6 @@ NTSTATUS failure() {
 
 DWORD allowed(DWORD size) { return active && kind == IoFaults::Short ? std::min(size, 1UL) : size; }
 
-template <class Function>
-Function realOne(const char* library, const char* name) {
-  // By way of void (*)(), as the compiler wants it for functions of different types.
-  const auto found =
-      reinterpret_cast<void (*)()>(::GetProcAddress(::GetModuleHandleA(library), name));
-  return reinterpret_cast<Function>(found);
-}
-
-#define LOOMKIT_REAL(library, name) realOne<decltype(&::name)>(library, #name)
-
 HANDLE WINAPI createFile(LPCSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES rights,
                          DWORD disposition, DWORD flags, HANDLE model) {
   static const auto real = LOOMKIT_REAL("kernel32", CreateFileA);
@@ -89,12 +78,6 @@ BOOL WINAPI moveFileEx(LPCSTR from, LPCSTR to, DWORD flags) {
 }
 
 }  // namespace
-
-#ifdef __i386__
-#define LOOMKIT_IMPORT(name, bytes) __asm__("__imp__" #name "@" #bytes)
-#else
-#define LOOMKIT_IMPORT(name, bytes) __asm__("__imp_" #name)
-#endif
 
 extern "C" {
 decltype(&::CreateFileA) importedCreateFile LOOMKIT_IMPORT(CreateFileA, 28) = createFile;

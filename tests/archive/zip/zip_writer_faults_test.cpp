@@ -64,7 +64,7 @@ class ZipWriterOnAFullDisk : public ::testing::TestWithParam<Kind> {
 
   // What is heard when the file ends at `limit`.
   Result expected(const Ends& ends, std::size_t limit) const {
-    const std::string tooLarge = " (File too large)";
+    const std::string tooLarge = " (" + FileSizeLimit::words() + ")";
     const std::string central = "central file header: input/output error" + tooLarge;
     if (limit < ends.header) {
       return {false,
