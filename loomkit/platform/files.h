@@ -6,6 +6,7 @@
 #ifndef LOOMKIT_PLATFORM_FILES_H
 #define LOOMKIT_PLATFORM_FILES_H
 
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -15,7 +16,7 @@ namespace loomkit::platform {
 enum class Access { Exists = 0, Execute = 1, Write = 2, Read = 4 };
 
 /// The path as the standard streams of this system want it.
-std::string streamPath(const std::string& path);
+std::filesystem::path streamPath(const std::string& path);
 
 /// True if the process may use the file in this way.
 bool access(const std::string& path, Access mode);

@@ -45,9 +45,9 @@ NTSTATUS failure() {
 
 DWORD allowed(DWORD size) { return active && kind == IoFaults::Short ? std::min(size, 1UL) : size; }
 
-HANDLE WINAPI createFile(LPCSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES rights,
+HANDLE WINAPI createFile(LPCWSTR path, DWORD access, DWORD sharing, LPSECURITY_ATTRIBUTES rights,
                          DWORD disposition, DWORD flags, HANDLE model) {
-  static const auto real = LOOMKIT_REAL("kernel32", CreateFileA);
+  static const auto real = LOOMKIT_REAL("kernel32", CreateFileW);
   if (fails()) return INVALID_HANDLE_VALUE;
   return real(path, access, sharing, rights, disposition, flags, model);
 }
@@ -72,20 +72,20 @@ BOOL WINAPI setEndOfFile(HANDLE file) {
   return fails() ? FALSE : real(file);
 }
 
-BOOL WINAPI moveFileEx(LPCSTR from, LPCSTR to, DWORD flags) {
-  static const auto real = LOOMKIT_REAL("kernel32", MoveFileExA);
+BOOL WINAPI moveFileEx(LPCWSTR from, LPCWSTR to, DWORD flags) {
+  static const auto real = LOOMKIT_REAL("kernel32", MoveFileExW);
   return fails() ? FALSE : real(from, to, flags);
 }
 
 }  // namespace
 
 extern "C" {
-decltype(&::CreateFileA) importedCreateFile LOOMKIT_IMPORT(CreateFileA, 28) = createFile;
+decltype(&::CreateFileW) importedCreateFile LOOMKIT_IMPORT(CreateFileW, 28) = createFile;
 decltype(&::ReadFile) importedReadFile LOOMKIT_IMPORT(ReadFile, 20) = readFile;
 decltype(&::WriteFile) importedWriteFile LOOMKIT_IMPORT(WriteFile, 20) = writeFile;
 decltype(&::FlushFileBuffers) importedFlush LOOMKIT_IMPORT(FlushFileBuffers, 4) = flushFileBuffers;
 decltype(&::SetEndOfFile) importedSetEnd LOOMKIT_IMPORT(SetEndOfFile, 4) = setEndOfFile;
-decltype(&::MoveFileExA) importedMove LOOMKIT_IMPORT(MoveFileExA, 12) = moveFileEx;
+decltype(&::MoveFileExW) importedMove LOOMKIT_IMPORT(MoveFileExW, 12) = moveFileEx;
 
 // These two are called by their own names.
 NTSTATUS NTAPI NtCreateFile(PHANDLE file, ACCESS_MASK access, POBJECT_ATTRIBUTES name,

@@ -54,7 +54,7 @@ void setPathError(const std::string& path, int error) {
   }
 }
 
-std::string streamPath(const std::string& path) { return systemPath(path); }
+std::filesystem::path streamPath(const std::string& path) { return systemPath(path); }
 
 bool access(const std::string& path, Access mode) {
   const std::string target = systemPath(path);

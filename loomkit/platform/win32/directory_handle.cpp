@@ -6,12 +6,11 @@
 
 #include <winternl.h>
 
-#include <vector>
-
 #include "loomkit/platform/win32/directory_names.h"
 #include "loomkit/platform/win32/error_codes.h"
 #include "loomkit/platform/win32/file_times.h"
 #include "loomkit/platform/win32/hidden_name.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 namespace {
@@ -21,8 +20,8 @@ constexpr ULONG shareButDelete = FILE_SHARE_READ | FILE_SHARE_WRITE;
 constexpr ULONG shareAll = shareButDelete | FILE_SHARE_DELETE;
 
 OwnedHandle openDirectory(const std::string& path) {
-  OwnedHandle opened(::CreateFileA(path.c_str(), directoryAccess, shareButDelete, nullptr,
-                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  OwnedHandle opened(::CreateFileW(SystemPath(path).c_str(), directoryAccess, shareButDelete,
+                                   nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   if (!opened.isOpen()) {
     succeeded(false);
     return {};
@@ -37,7 +36,7 @@ OwnedHandle openDirectory(const std::string& path) {
 // Makes what is missing of a path. What cannot be made is met again by who opens it.
 void makeDirectories(const std::string& path) {
   for (std::size_t end = path.find_first_of("/\\", 1);; end = path.find_first_of("/\\", end + 1)) {
-    ::CreateDirectoryA(path.substr(0, end).c_str(), nullptr);
+    ::CreateDirectoryW(SystemPath(path.substr(0, end)).c_str(), nullptr);
     if (end == std::string::npos) return;
   }
 }
@@ -49,11 +48,8 @@ bool setChangeTime(HANDLE file, long seconds) {
 
 // The whole path of a name, for the one call that takes nothing else.
 std::wstring pathOf(HANDLE directory, const std::string& name) {
-  std::vector<wchar_t> buffer(32768);
-  const DWORD length =
-      ::GetFinalPathNameByHandleW(directory, buffer.data(), static_cast<DWORD>(buffer.size()), 0);
-  if (length == 0 || length >= buffer.size()) return {};
-  return std::wstring(buffer.data(), length) + L'\\' + wideText(name);
+  const std::wstring path = finalPathOf(directory, 0);
+  return path.empty() ? path : path + L'\\' + wideText(name);
 }
 
 bool makeLinkAt(HANDLE directory, const std::string& target, const std::string& name) {
@@ -160,14 +156,11 @@ bool DirectoryHandle::setTime(long seconds) const {
 // What brings a whole file system to the disk is a call on its volume, which the system
 // allows to administrators only; for others this is a failure.
 bool DirectoryHandle::sync() const {
-  std::vector<char> path(32768);
-  const DWORD length = ::GetFinalPathNameByHandleA(
-      systemHandle(descriptor), path.data(), static_cast<DWORD>(path.size()), VOLUME_NAME_GUID);
-  if (length == 0 || length >= path.size()) return succeeded(false);
+  const std::wstring path = finalPathOf(systemHandle(descriptor), VOLUME_NAME_GUID);
+  if (path.empty()) return succeeded(false);
   // "\\?\Volume{...}" is the volume; with what follows it is a directory on it.
-  const std::string text(path.data(), length);
-  const std::string volume = text.substr(0, text.find('\\', 4));
-  const OwnedHandle opened(::CreateFileA(volume.c_str(), GENERIC_WRITE, shareButDelete, nullptr,
+  const std::wstring volume = path.substr(0, path.find(L'\\', 4));
+  const OwnedHandle opened(::CreateFileW(volume.c_str(), GENERIC_WRITE, shareButDelete, nullptr,
                                          OPEN_EXISTING, 0, nullptr));
   return succeeded(opened.isOpen() && ::FlushFileBuffers(opened.get()) != 0);
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "loomkit/platform/win32/error_codes.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 namespace {
@@ -24,15 +25,6 @@ bool isSingleName(const std::string& name) {
 }
 
 }  // namespace
-
-std::wstring wideText(const std::string& text) {
-  if (text.empty()) return {};
-  const int size = static_cast<int>(text.size());
-  std::wstring wide(text.size(), L'\0');
-  const int length = ::MultiByteToWideChar(CP_ACP, 0, text.data(), size, wide.data(), size);
-  wide.resize(static_cast<std::size_t>(length));
-  return wide;
-}
 
 OwnedHandle openName(HANDLE directory, const std::string& name, const NameRequest& request,
                      bool* made) {

@@ -20,9 +20,6 @@ struct NameRequest {
   ULONG options = 0;
 };
 
-/// A text of the process's code page in the system's UTF-16.
-std::wstring wideText(const std::string& text);
-
 /// Opens, or makes, the file `name` of a directory; an empty name is the directory
 /// itself. A name with a separator or a colon is refused. `*made`, unless null, tells
 /// whether there was no such file before.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "loomkit/platform/files.h"
 #include "loomkit/platform/win32/error_codes.h"
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 
@@ -15,7 +15,7 @@ struct FileSearch::State {
   }
 
   HANDLE handle = INVALID_HANDLE_VALUE;
-  WIN32_FIND_DATAA data{};
+  WIN32_FIND_DATAW data{};
   std::string found;
 };
 
@@ -25,20 +25,20 @@ FileSearch::~FileSearch() = default;
 bool FileSearch::first(const std::string& pattern) {
   auto search = std::make_unique<State>();
   state.reset();
-  search->handle = ::FindFirstFileA(pattern.c_str(), &search->data);
+  search->handle = ::FindFirstFileW(SystemPath(pattern).c_str(), &search->data);
   if (search->handle == INVALID_HANDLE_VALUE) {
     // A file in the place of a directory is a directory that is missing.
     return failed(::GetLastError() == ERROR_DIRECTORY ? ERROR_PATH_NOT_FOUND : ::GetLastError());
   }
-  search->found = search->data.cFileName;
+  search->found = narrowText(search->data.cFileName);
   state = std::move(search);
   return true;
 }
 
 bool FileSearch::next() {
   if (!state) return failed(ERROR_NO_MORE_FILES);
-  if (::FindNextFileA(state->handle, &state->data) == 0) return succeeded(false);
-  state->found = state->data.cFileName;
+  if (::FindNextFileW(state->handle, &state->data) == 0) return succeeded(false);
+  state->found = narrowText(state->data.cFileName);
   return true;
 }
 

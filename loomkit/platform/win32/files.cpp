@@ -8,33 +8,33 @@
 
 #include "loomkit/platform/win32/error_codes.h"
 #include "loomkit/platform/win32/file_times.h"
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 namespace {
 
 bool attributesOf(const std::string& path, DWORD* attributes) {
-  *attributes = ::GetFileAttributesA(path.c_str());
+  *attributes = ::GetFileAttributesW(SystemPath(path).c_str());
   return succeeded(*attributes != INVALID_FILE_ATTRIBUTES);
 }
 
 // Opens what a path leads to, a directory as well, for its attributes alone.
 OwnedHandle openForAttributes(const std::string& path, DWORD access) {
   constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  return OwnedHandle(::CreateFileA(path.c_str(), access, shareAll, nullptr, OPEN_EXISTING,
-                                   FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  return OwnedHandle(::CreateFileW(SystemPath(path).c_str(), access, shareAll, nullptr,
+                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
 // Calls `ask` with a buffer and its size, and again with a larger one for as long as
 // its result says that more is needed. False when the result is 0.
 template <class Ask>
 bool textFrom(Ask ask, std::string* text) {
-  std::vector<char> buffer(260);
+  std::vector<wchar_t> buffer(MAX_PATH);
   for (;;) {
     const DWORD length = ask(static_cast<DWORD>(buffer.size()), buffer.data());
     if (length == 0) return false;
     if (length < buffer.size()) {
-      text->assign(buffer.data(), length);
+      *text = narrowText({buffer.data(), length});
       return true;
     }
     buffer.resize(std::size_t{length} + 1);
@@ -45,8 +45,7 @@ bool isLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 
 }  // namespace
 
-// The system takes both separators.
-std::string streamPath(const std::string& path) { return path; }
+std::filesystem::path streamPath(const std::string& path) { return SystemPath(path).c_str(); }
 
 bool access(const std::string& path, Access mode) {
   DWORD attributes = 0;
@@ -69,8 +68,8 @@ bool isDirectory(const std::string& path) {
 }
 
 bool isLink(const std::string& path) {
-  WIN32_FIND_DATAA data;
-  const HANDLE search = ::FindFirstFileA(path.c_str(), &data);
+  WIN32_FIND_DATAW data;
+  const HANDLE search = ::FindFirstFileW(SystemPath(path).c_str(), &data);
   if (search == INVALID_HANDLE_VALUE) return false;
   ::FindClose(search);
   return (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
@@ -93,26 +92,30 @@ bool modificationTime(const std::string& path, long* seconds) {
   return true;
 }
 
-bool deleteFile(const std::string& path) { return succeeded(::DeleteFileA(path.c_str()) != 0); }
+bool deleteFile(const std::string& path) {
+  return succeeded(::DeleteFileW(SystemPath(path).c_str()) != 0);
+}
 
 // As the C runtime's rename(): a file of the new name is not replaced here.
 bool rename(const std::string& from, const std::string& to) {
-  return succeeded(::MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_COPY_ALLOWED) != 0);
+  return succeeded(
+      ::MoveFileExW(SystemPath(from).c_str(), SystemPath(to).c_str(), MOVEFILE_COPY_ALLOWED) != 0);
 }
 
 bool makeDirectory(const std::string& path) {
-  return succeeded(::CreateDirectoryA(path.c_str(), nullptr) != 0);
+  return succeeded(::CreateDirectoryW(SystemPath(path).c_str(), nullptr) != 0);
 }
 
 bool removeDirectory(const std::string& path) {
-  return succeeded(::RemoveDirectoryA(path.c_str()) != 0);
+  return succeeded(::RemoveDirectoryW(SystemPath(path).c_str()) != 0);
 }
 
 bool unlinkFile(const std::string& path) {
-  if (::DeleteFileA(path.c_str()) != 0) return true;
+  const SystemPath systemPath(path);
+  if (::DeleteFileW(systemPath.c_str()) != 0) return true;
   const DWORD error = ::GetLastError();
   // A link to a directory is removed as a directory is.
-  return (isDirectory(path) && isLink(path) && ::RemoveDirectoryA(path.c_str()) != 0) ||
+  return (isDirectory(path) && isLink(path) && ::RemoveDirectoryW(systemPath.c_str()) != 0) ||
          failed(error);
 }
 
@@ -127,7 +130,7 @@ bool changeDirectory(const std::string& path) { return ::_chdir(path.c_str()) ==
 
 bool workingDirectory(std::string* path, std::size_t limit) {
   std::string found;
-  if (!textFrom(::GetCurrentDirectoryA, &found)) return succeeded(false);
+  if (!textFrom(::GetCurrentDirectoryW, &found)) return succeeded(false);
   if (found.size() >= limit) return failed(ERROR_INSUFFICIENT_BUFFER);
   *path = std::move(found);
   return true;
@@ -135,14 +138,15 @@ bool workingDirectory(std::string* path, std::size_t limit) {
 
 std::string tempPath() {
   std::string path;
-  if (!textFrom(::GetTempPathA, &path)) return "C:\\";
+  if (!textFrom(::GetTempPathW, &path)) return "C:\\";
   if (path.back() != '\\') path += '\\';
   return path;
 }
 
 bool fullPath(const std::string& path, std::string* full) {
-  const auto ask = [&path](DWORD size, char* buffer) {
-    return ::GetFullPathNameA(path.c_str(), size, buffer, nullptr);
+  const std::wstring wide = wideText(path);
+  const auto ask = [&wide](DWORD size, wchar_t* buffer) {
+    return ::GetFullPathNameW(wide.c_str(), size, buffer, nullptr);
   };
   if (!textFrom(ask, full)) return succeeded(false);
   for (char& c : *full)

@@ -4,7 +4,7 @@
 #include "loomkit/platform/hul.h"
 #include "loomkit/platform/win32/error_codes.h"
 #include "loomkit/platform/win32/hul_status.h"
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 
@@ -35,8 +35,10 @@ const char* hulStrError(int status) {
 
 int hulOpenFile(const char* nativePath, int mode, int* handle) {
   if (mode != hulCreateForWriting) return failedWith(ERROR_INVALID_PARAMETER);
-  const HANDLE opened = ::CreateFileA(nativePath, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                      nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const loomkit::platform::SystemPath path(nativePath);
+  const HANDLE opened =
+      ::CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                    CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   *handle = loomkit::platform::handleNumber(opened);
   return opened != INVALID_HANDLE_VALUE ? 0 : failedStatus();
 }

@@ -4,17 +4,27 @@
 #include <cstring>
 
 #include "loomkit/platform/win32/error_codes.h"
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 
 const char* const moduleSuffix = ".dll";
 
+namespace {
+
+// A name without a directory is looked for along the path, and must stay as it is.
+void* load(const char* name) {
+  const bool isPath = std::strpbrk(name, "/\\:") != nullptr;
+  return isPath ? ::LoadLibraryW(SystemPath(name).c_str()) : ::LoadLibraryA(name);
+}
+
+}  // namespace
+
 void* openModule(const char* name) {
   // A damaged library is a failure, and no box on the screen.
   DWORD before = 0;
   ::SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &before);
-  void* module = ::LoadLibraryA(name);
+  void* module = load(name);
   const KeepLastError reason;
   ::SetThreadErrorMode(before, nullptr);
   return module;

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "loomkit/platform/win32/error_codes.h"
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 namespace {
@@ -41,7 +41,7 @@ DWORD stepOf(std::size_t size) {
 bool openRandomAccess(const std::string& nativePath, OpenMode mode, ShareMode share, int* handle) {
   const DWORD access = GENERIC_READ | (mode == OpenMode::readOnly ? 0 : GENERIC_WRITE);
   const DWORD sharing = share == ShareMode::none ? 0 : FILE_SHARE_READ | FILE_SHARE_WRITE;
-  OwnedHandle opened(::CreateFileA(nativePath.c_str(), access, sharing, nullptr,
+  OwnedHandle opened(::CreateFileW(SystemPath(nativePath).c_str(), access, sharing, nullptr,
                                    dispositionOf(mode), FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!opened.isOpen()) return succeeded(false);
   // "nul" and "con" are names of devices in every directory.

@@ -8,6 +8,7 @@
 #include "loomkit/platform/win32/error_codes.h"
 #include "loomkit/platform/win32/hidden_name.h"
 #include "loomkit/platform/win32/hul_status.h"
+#include "loomkit/platform/win32/system_path.h"
 #include "loomkit/platform/win32/unfinished_files.h"
 
 namespace loomkit::platform {
@@ -16,8 +17,8 @@ namespace {
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 OwnedHandle openForAttributes(const std::string& path) {
-  return OwnedHandle(::CreateFileA(path.c_str(), FILE_READ_ATTRIBUTES, shareAll, nullptr,
-                                   OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  return OwnedHandle(::CreateFileW(SystemPath(path).c_str(), FILE_READ_ATTRIBUTES, shareAll,
+                                   nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
 // Follows links, so that it is the file that is replaced and not the link. A path that
@@ -25,10 +26,8 @@ OwnedHandle openForAttributes(const std::string& path) {
 std::string resolved(const std::string& path) {
   if (!isLink(path)) return path;
   const OwnedHandle file = openForAttributes(path);
-  std::vector<char> buffer(32768);
-  const DWORD length =
-      ::GetFinalPathNameByHandleA(file.get(), buffer.data(), static_cast<DWORD>(buffer.size()), 0);
-  return length == 0 || length >= buffer.size() ? path : std::string(buffer.data(), length);
+  const std::wstring found = finalPathOf(file.get(), 0);
+  return found.empty() ? path : narrowText(found);
 }
 
 std::string directoryOf(const std::string& path) {
@@ -49,22 +48,24 @@ DWORD refusal(const std::string& path) {
 // there are none to be given.
 bool copyRights(const std::string& from, const std::string& to) {
   constexpr SECURITY_INFORMATION wanted = DACL_SECURITY_INFORMATION;
+  const SystemPath model(from);
   DWORD size = 0;
-  ::GetFileSecurityA(from.c_str(), wanted, nullptr, 0, &size);
+  ::GetFileSecurityW(model.c_str(), wanted, nullptr, 0, &size);
   if (::GetLastError() != ERROR_INSUFFICIENT_BUFFER)
     return ::GetLastError() == ERROR_NOT_SUPPORTED || ::GetLastError() == ERROR_INVALID_FUNCTION;
   std::vector<std::byte> rights(size);
-  return ::GetFileSecurityA(from.c_str(), wanted, rights.data(), size, &size) != 0 &&
-         ::SetFileSecurityA(to.c_str(), wanted, rights.data()) != 0;
+  return ::GetFileSecurityW(model.c_str(), wanted, rights.data(), size, &size) != 0 &&
+         ::SetFileSecurityW(SystemPath(to).c_str(), wanted, rights.data()) != 0;
 }
 
 bool copyAttributes(const std::string& from, const std::string& to) {
   constexpr DWORD kept = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM |
                          FILE_ATTRIBUTE_ARCHIVE;
-  const DWORD attributes = ::GetFileAttributesA(from.c_str());
+  const DWORD attributes = ::GetFileAttributesW(SystemPath(from).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return false;
   const DWORD passed = attributes & kept;
-  return ::SetFileAttributesA(to.c_str(), passed != 0 ? passed : FILE_ATTRIBUTE_NORMAL) != 0;
+  return ::SetFileAttributesW(SystemPath(to).c_str(),
+                              passed != 0 ? passed : FILE_ATTRIBUTE_NORMAL) != 0;
 }
 
 bool copyTimes(const std::string& from, HANDLE to) {
@@ -86,7 +87,7 @@ bool becomeLikeItsModel(const Replacement& replacement) {
 bool openToReaders(Replacement* replacement) {
   if (!replacement->options.likeFile.empty()) return true;
   ::CloseHandle(systemHandle(replacement->handle));
-  OwnedHandle file(::CreateFileA(replacement->path.c_str(), GENERIC_WRITE,
+  OwnedHandle file(::CreateFileW(SystemPath(replacement->path).c_str(), GENERIC_WRITE,
                                  FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                  FILE_ATTRIBUTE_NORMAL, nullptr));
   const bool opened = file.isOpen();
@@ -101,8 +102,9 @@ void closeFileOf(Replacement* replacement) {
 
 void removeFileOf(Replacement* replacement) {
   const KeepLastError reason;
-  ::SetFileAttributesA(replacement->path.c_str(), FILE_ATTRIBUTE_NORMAL);
-  ::DeleteFileA(replacement->path.c_str());
+  const SystemPath path(replacement->path);
+  ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+  ::DeleteFileW(path.c_str());
   forgetUnfinished(&replacement->record);
 }
 
@@ -148,9 +150,8 @@ int commitReplacement(Replacement* replacement) {
   closeFileOf(replacement);
   // Written through, the new name is on the disk when the call returns.
   const DWORD flags = MOVEFILE_REPLACE_EXISTING | (sync ? MOVEFILE_WRITE_THROUGH : 0);
-  const char* const from = replacement->path.c_str();
-  if (status == 0 && ::MoveFileExA(from, replacement->target.c_str(), flags) == 0)
-    status = failedStatus();
+  const SystemPath from(replacement->path), to(replacement->target);
+  if (status == 0 && ::MoveFileExW(from.c_str(), to.c_str(), flags) == 0) status = failedStatus();
   if (status != 0) {
     removeFileOf(replacement);
   } else {

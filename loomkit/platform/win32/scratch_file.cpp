@@ -4,7 +4,7 @@
 #include "loomkit/platform/random_access.h"
 #include "loomkit/platform/win32/hidden_name.h"
 #include "loomkit/platform/win32/hul_status.h"
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 
@@ -19,8 +19,8 @@ int ScratchFile::create(const std::string& neighbour) {
       FILE_ATTRIBUTE_TEMPORARY | FILE_ATTRIBUTE_HIDDEN | FILE_FLAG_DELETE_ON_CLOSE;
   const std::string directory = neighbour.substr(0, neighbour.find_last_of("/\\:") + 1);
   for (int attempt = 0; attempt < hiddenNameAttempts; ++attempt) {
-    const std::string path = directory + hiddenName();
-    const HANDLE made = ::CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+    const SystemPath path(directory + hiddenName());
+    const HANDLE made = ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
                                       CREATE_NEW, flags, nullptr);
     if (made != INVALID_HANDLE_VALUE) {
       handle = handleNumber(made);

@@ -7,7 +7,8 @@
 #include <ext/stdio_filebuf.h>
 #include <utility>
 
-#include "loomkit/platform/win32/windows_api.h"
+#include "loomkit/platform/files.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 namespace {
@@ -22,8 +23,8 @@ DWORD sharingOf(int denied) {
 
 // A descriptor of the C runtime for the file, or -1.
 int openDescriptor(const std::string& path, bool binary, int denied) {
-  const HANDLE file = ::CreateFileA(path.c_str(), GENERIC_READ, sharingOf(denied), nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = ::CreateFileW(SystemPath(path).c_str(), GENERIC_READ, sharingOf(denied),
+                                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return -1;
   const int flags = binary ? 0 : _O_TEXT;
   const int descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(file), flags);
@@ -35,7 +36,7 @@ int openDescriptor(const std::string& path, bool binary, int denied) {
 
 std::unique_ptr<std::ifstream> openShared(const std::string& nativePath,
                                           std::ios_base::openmode mode, int denied) {
-  if (denied == denyDeletion) return std::make_unique<std::ifstream>(nativePath, mode);
+  if (denied == denyDeletion) return std::make_unique<std::ifstream>(streamPath(nativePath), mode);
   auto stream = std::make_unique<std::ifstream>();
   const bool binary = (mode & std::ios_base::binary) != 0;
   const int descriptor = openDescriptor(nativePath, binary, denied);

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "loomkit/platform/win32/error_codes.h"
+#include "loomkit/platform/win32/system_path.h"
 
 namespace loomkit::platform {
 namespace {
@@ -40,8 +41,8 @@ OwnedHandle openUnfinished(const std::string& path, UnfinishedFile* file) {
   const Locked held;
   // Shared for deletion, so that deleteUnfinished() can have it while it is written, and
   // not for reading: nobody is to see it before it has the rights of its model.
-  OwnedHandle made(::CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
-                                 CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  OwnedHandle made(::CreateFileW(SystemPath(path).c_str(), GENERIC_WRITE, FILE_SHARE_DELETE,
+                                 nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
   const KeepLastError reason;
   if (made.isOpen()) *file = remember(path);
   return made;
@@ -62,7 +63,7 @@ void deleteUnfinished() noexcept {
   const Locked held;
   for (std::atomic<char*>& slot : slots) {
     char* const path = slot.exchange(nullptr);
-    if (path != nullptr) ::DeleteFileA(path);  // whose owner frees the text
+    if (path != nullptr) ::DeleteFileW(SystemPath(path).c_str());  // whose owner frees the text
   }
 }
 
