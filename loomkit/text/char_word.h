@@ -11,6 +11,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "loomkit/text/binary.h"
@@ -23,8 +24,11 @@ class CharWord {
   static constexpr std::size_t size = 8;
 
   /// The first eight characters of a text. Requires: it has as many.
-  explicit CharWord(std::string_view text) noexcept
-      : bits(RecordReader(text.data(), size).get(Le64{0})) {}
+  explicit CharWord(std::string_view text) noexcept {
+    std::memcpy(&bits, text.data(), size);
+    if constexpr (std::endian::native != std::endian::little)
+      bits = RecordReader(&bits, size).get(Le64{0});
+  }
 
   [[nodiscard]] bool isBlank() const noexcept { return bits == blanks; }
   /// How many blanks it begins with, and ends with.
@@ -66,7 +70,7 @@ class CharWord {
 
   explicit CharWord(std::uint64_t word) noexcept : bits(word) {}
 
-  std::uint64_t bits;
+  std::uint64_t bits = 0;
 };
 
 }  // namespace loomkit

@@ -3,9 +3,10 @@
 // front, perhaps a minus sign, digits to the column's end, the point always at the
 // same place.
 //
+//   const loomkit::FixedColumn prices(11, 2);
 //   loomkit::FixedNumber price;
-//   if (loomkit::readFixedNumber("    -123.25", 2, &price))   // minus, 123, 25
-//     use(loomkit::toDouble(price, 2));
+//   if (prices.read("    -123.25", &price))   // minus, 123, 25
+//     use(prices.toDouble(price));
 #ifndef LOOMKIT_TEXT_FIXED_NUMBER_H
 #define LOOMKIT_TEXT_FIXED_NUMBER_H
 
@@ -26,9 +27,6 @@ struct FixedNumber {
   std::int64_t fraction = 0;  ///< those behind it, as a number of their own
 };
 
-/// Most decimals that readFixedNumber() reads.
-inline constexpr std::size_t mostFixedDecimals = 8;
-
 /// Appends the digits of a text to a number. False if there is anything else.
 inline bool appendDigits(std::string_view text, std::int64_t* number) noexcept {
   for (const char c : text) {
@@ -38,62 +36,89 @@ inline bool appendDigits(std::string_view text, std::int64_t* number) noexcept {
   return true;
 }
 
-/// Reads blanks, perhaps a minus sign, and digits. Requires: the last one is a digit.
-inline bool readDigits(CharWord word, FixedNumber* number) noexcept {
-  const std::size_t blanks = word.blanksInFront();
-  number->negative = word.at(blanks) == '-';
-  word = word.withZeros(blanks + (number->negative ? 1 : 0));
-  number->whole = word.number();
-  return word.areDigits();
-}
-
-/// Reads blanks, perhaps a minus sign, and digits, 16 characters in all at most; then,
-/// unless `decimals` is 0, a point and that many digits. False, with `*number` as it
-/// may be, for nearly all other texts, even for numbers in another form and for blank
-/// ones: then a full reader decides.
-inline bool readFixedNumber(std::string_view text, std::size_t decimals,
-                            FixedNumber* number) noexcept {
-  *number = {};
-  if (decimals > 0) {
-    if (decimals > mostFixedDecimals || text.size() < decimals + 2) return false;
-    const std::size_t point = text.size() - decimals - 1;
-    if (text[point] != '.' || !appendDigits(text.substr(point + 1), &number->fraction))
-      return false;
-    text = text.substr(0, point);
-  }
-  while (text.size() >= 2 * CharWord::size && CharWord(text).isBlank())
-    text.remove_prefix(CharWord::size);
-  if (text.empty() || text.size() > 2 * CharWord::size || !isAsciiDigit(text.back())) return false;
-
-  // The last eight characters are read at a time, those before them, and shorter texts,
-  // one by one.
-  const std::size_t inWord = text.size() >= CharWord::size ? CharWord::size : 0;
-  const char* at = text.data();
-  const char* const end = at + text.size() - inWord;
-  while (at != end && *at == ' ') ++at;
-  if (at == end) return inWord != 0 && readDigits(CharWord({end, inWord}), number);
-  number->negative = *at == '-';
-  if (number->negative) ++at;
-  if (!appendDigits({at, end}, &number->whole)) return false;
-  if (inWord == 0) return true;
-  const CharWord low({end, inWord});
-  number->whole = number->whole * 100'000'000 + low.number();
-  return low.areDigits();
-}
-
-/// The very value that gParseCDouble() gives for the number's text.
-inline double toDouble(const FixedNumber& number, std::size_t decimals) noexcept {
-  const double value = static_cast<double>(number.whole) +
-                       negativePowers[decimals] * static_cast<double>(number.fraction);
-  return number.negative ? -value : value;
-}
-
 /// The low 32 bits of the number, whose fraction does not count. A minus sign negates
 /// an unsigned number, too, so that they serve signed and unsigned columns.
 inline std::uint32_t toBits(const FixedNumber& number) noexcept {
   const auto bits = static_cast<std::uint32_t>(number.whole);
   return number.negative ? 0 - bits : bits;
 }
+
+/// A column of such numbers: what is the same for all its texts is worked out once.
+class FixedColumn {
+ public:
+  static constexpr std::size_t mostDecimals = 8;
+
+  /// A column of which nothing can be read.
+  FixedColumn() = default;
+  /// `decimalCount` is 0 for a column without a point. With more than mostDecimals, and
+  /// without a place in front of the point, nothing can be read either.
+  FixedColumn(std::size_t width, std::size_t decimalCount) noexcept {
+    const std::size_t behind = decimalCount > 0 ? decimalCount + 1 : 0;
+    if (decimalCount > mostDecimals || width <= behind) return;
+    decimals = decimalCount;
+    wholeWidth = width - behind;
+  }
+
+  /// Reads a text of the column's width: blanks, perhaps a minus sign, and digits, 16 of
+  /// them at most; then, unless the column has no decimals, a point and that many digits.
+  /// False, with `*number` as it may be, for nearly all other texts, even for numbers in
+  /// another form and for blank ones: then a full reader decides.
+  bool read(const char* text, FixedNumber* number) const noexcept {
+    *number = {};
+    const char* const point = text + wholeWidth;
+    if (decimals > 0 && (*point != '.' || !appendDigits({point + 1, decimals}, &number->fraction)))
+      return false;
+    if (wholeWidth < CharWord::size) return readShort({text, wholeWidth}, number);
+    // Most numbers have no more than eight digits, however wide their columns are.
+    const std::string_view front(text, wholeWidth - CharWord::size);
+    const CharWord last({point - CharWord::size, CharWord::size});
+    if (!isAsciiDigit(last.at(CharWord::size - 1))) return false;
+    return isBlank(front) ? readWord(last, number) : readLong(front, last, number);
+  }
+
+  /// The very value that gParseCDouble() gives for the text of the number.
+  [[nodiscard]] double toDouble(const FixedNumber& number) const noexcept {
+    const double value = static_cast<double>(number.whole) +
+                         negativePowers[decimals] * static_cast<double>(number.fraction);
+    return number.negative ? -value : value;
+  }
+
+ private:
+  /// Requires: eight characters follow the text.
+  static bool isBlank(std::string_view text) noexcept {
+    while (text.size() > CharWord::size) {
+      if (!CharWord(text).isBlank()) return false;
+      text.remove_prefix(CharWord::size);
+    }
+    return CharWord({text.data(), CharWord::size}).blanksInFront() >= text.size();
+  }
+  /// Reads blanks, perhaps a minus sign, and digits, which may be none.
+  static bool readFront(std::string_view text, FixedNumber* number) noexcept {
+    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
+    number->negative = !text.empty() && text.front() == '-';
+    if (number->negative) text.remove_prefix(1);
+    return text.size() <= CharWord::size && appendDigits(text, &number->whole);
+  }
+  static bool readShort(std::string_view text, FixedNumber* number) noexcept {
+    return !text.empty() && isAsciiDigit(text.back()) && readFront(text, number);
+  }
+  /// Requires: the last character is a digit.
+  static bool readWord(CharWord word, FixedNumber* number) noexcept {
+    const std::size_t blanks = word.blanksInFront();
+    number->negative = word.at(blanks) == '-';
+    word = word.withZeros(blanks + (number->negative ? 1 : 0));
+    number->whole = word.number();
+    return word.areDigits();
+  }
+  static bool readLong(std::string_view front, CharWord last, FixedNumber* number) noexcept {
+    if (!readFront(front, number) || !last.areDigits()) return false;
+    number->whole = number->whole * 100'000'000 + last.number();
+    return true;
+  }
+
+  std::size_t decimals = 0;
+  std::size_t wholeWidth = 0;  // of what is in front of the point
+};
 
 }  // namespace loomkit
 

@@ -18,10 +18,6 @@ namespace {
 
 constexpr char skipFromNowhere[] = "Skip must be made from valid record number";
 
-std::uint64_t recordOffset(const DataFile& data, std::uint32_t number) {
-  return data.headerLength + std::uint64_t{number - 1} * data.recordLength;
-}
-
 // Makes a blank record current, which is none of the file's.
 void standNowhere(DataFile& data, std::uint32_t number) {
   std::fill(data.record.begin(), data.record.end(), ' ');

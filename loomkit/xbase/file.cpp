@@ -237,7 +237,10 @@ int File::readAhead(std::uint64_t number, std::size_t count) {
   if (!platform::readAt(handle, begin, aheadBytes.data(), bytes, &got)) return failed(errorReading);
   // A file that others cut.
   std::memset(aheadBytes.data() + got, 0, bytes - got);
-  ahead = {begin, std::min<std::uint64_t>(begin + bytes, size), aheadBytes.data()};
+  const auto inside = static_cast<std::size_t>(std::min<std::uint64_t>(bytes, size - begin));
+  ahead = {begin, begin + inside, aheadBytes.data()};
+  // Asked once for all the records that are in it.
+  ahead.isPlain = std::memchr(ahead.bytes, 0, inside) == nullptr;
   return ok;
 }
 

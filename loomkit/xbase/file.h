@@ -59,6 +59,12 @@ class File {
   int readAt(std::uint64_t offset, void* data, std::size_t count, std::size_t* got);
   /// Reads all `count` bytes, or fails: an end in the midst is errorReading too.
   int readAll(std::uint64_t offset, void* data, std::size_t count);
+  /// Where those bytes are in memory, if they were read ahead for a sequential reader and
+  /// it is known that none of them is zero; null otherwise. Valid until the next call.
+  [[nodiscard]] const char* plainBytes(std::uint64_t offset, std::size_t count) const noexcept {
+    const bool isThere = ahead.isPlain && ahead.has(offset, count);
+    return isThere ? ahead.bytes + (offset - ahead.begin) : nullptr;
+  }
   /// Behind the end, the gap is filled with zero bytes.
   int writeAt(std::uint64_t offset, const void* data, std::size_t count);
   /// Cuts the file, on the disk at once, or lengthens it by zero bytes.
@@ -86,6 +92,7 @@ class File {
     std::uint64_t begin = 0;  // offsets in the file
     std::uint64_t end = 0;
     const char* bytes = nullptr;
+    bool isPlain = false;  // whether it is known that none of them is zero
 
     [[nodiscard]] bool has(std::uint64_t offset, std::size_t count) const noexcept {
       return offset >= begin && offset < end && count <= end - offset;

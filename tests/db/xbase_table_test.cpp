@@ -158,6 +158,34 @@ TEST_F(XBaseBackend, ReadsEachLetterInTheTypeThatIsNaturalOrWanted) {
   EXPECT_EQ(textsOf(set), Texts{"abc|19950726|42|1.5|1"});
 }
 
+// The records come from the cache at first and are then read ahead, most of them in
+// stretches without a zero byte. All are to be read alike.
+TEST_F(XBaseBackend, ALongScanReadsTextsOfEveryLengthAndZeroBytesAsBlanks) {
+  constexpr std::size_t width = 20;
+  constexpr std::size_t count = 20000;
+  Texts records;
+  Texts expected;
+  for (std::size_t i = 0; i < count; ++i) {
+    std::string text = std::string("x234567890abcdefghi.").substr(0, i % (width + 1));
+    expected.push_back(text + '|' + std::to_string(i));
+    const char filler = i % 7000 == 6999 ? '\0' : ' ';
+    text.resize(width, filler);
+    std::string number = std::to_string(i);
+    number.insert(0, 9 - number.size(), filler);
+    records.push_back(' ' + text + number);
+  }
+  std::string bytes =
+      tableFile({descriptor("TEXT", 'C', width), descriptor("NUM", 'N', 9)}, 30, records);
+  bytes[4] = static_cast<char>(count & 0xFF);
+  bytes[5] = static_cast<char>(count >> 8);
+  dir.write("LONG.DBF", bytes);
+  database = nullptr;
+  database = open();
+  TableOwner table;
+  ASSERT_EQ(tryOpen("long", {}, &table), GDbNoError);
+  EXPECT_EQ(scan(table.get()), expected);
+}
+
 TEST_F(XBaseBackend, HoldsIntegersTo32Bits) {
   dir.write("N.DBF",
             tableFile({descriptor("A", 'N', 12)}, 13,

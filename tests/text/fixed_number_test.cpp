@@ -6,14 +6,19 @@
 #include <bit>
 #include <random>
 #include <string>
+#include <string_view>
 
 #include "loomkit/text/number.h"
 #include "loomkit/text/number32.h"
 
 namespace {
 
+using loomkit::FixedColumn;
 using loomkit::FixedNumber;
-using loomkit::readFixedNumber;
+
+bool readFixedNumber(std::string_view text, std::size_t decimals, FixedNumber* number) {
+  return FixedColumn(text.size(), decimals).read(text.data(), number);
+}
 
 TEST(FixedNumber, ReadsDigitsBehindBlanksAndAMinusSign) {
   struct Row {
@@ -35,6 +40,8 @@ TEST(FixedNumber, ReadsDigitsBehindBlanksAndAMinusSign) {
                       {"               7", 0, false, 7, 0},
                       {"              -7", 0, true, 7, 0},
                       {"                           -12", 0, true, 12, 0},
+                      {" 1234567890123456", 0, false, 1234567890123456, 0},
+                      {"          -1234567890123456", 0, true, 1234567890123456, 0},
                       {"         1.25", 2, false, 1, 25},
                       {"   1.5", 1, false, 1, 5},
                       {"  -1.05", 2, true, 1, 5},
@@ -82,7 +89,8 @@ TEST(FixedNumber, LeavesEveryOtherTextToAFullReader) {
                       {"12345678-12345678", 0},
                       {"1 12345678", 0},
                       {"12345678901234567", 0},
-                      {" 1234567890123456", 0},
+                      {"12345678 12345678", 0},
+                      {"1.5", 300},
                       {"1.123456789", 9}};
   for (const Row& row : rows) {
     FixedNumber number;
@@ -135,6 +143,11 @@ bool isFixedNumber(std::string_view text, std::size_t decimals) {
   return hasDigitsOnly(text);
 }
 
+TEST(FixedNumber, NothingIsReadOfAColumnWithoutAForm) {
+  FixedNumber number;
+  EXPECT_FALSE(FixedColumn().read("1", &number));
+}
+
 TEST(FixedNumber, AMillionColumnsAreReadAsTheFullReadersReadThem) {
   ColumnTexts texts;
   int reads = 0;
@@ -148,7 +161,7 @@ TEST(FixedNumber, AMillionColumnsAreReadAsTheFullReadersReadThem) {
     ++reads;
     // To the last bit, and to the sign of a zero.
     const double expected = gParseCDouble(text.c_str(), static_cast<const char**>(nullptr));
-    ASSERT_EQ(std::bit_cast<std::uint64_t>(loomkit::toDouble(number, decimals)),
+    ASSERT_EQ(std::bit_cast<std::uint64_t>(FixedColumn(text.size(), decimals).toDouble(number)),
               std::bit_cast<std::uint64_t>(expected))
         << text;
     if (number.whole > 0xFFFFFFFF) continue;

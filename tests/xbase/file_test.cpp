@@ -196,6 +196,44 @@ TEST_F(XBaseFile, AReaderFromFrontToBackSeesWhatIsWrittenCloseBeforeIt) {
   EXPECT_EQ(scratch.read("f"), model);
 }
 
+// Reads a file from front to back, and hands out what is at `offset` as soon as the
+// reader is there.
+const char* plainBytesBehindAReader(File* file, std::uint64_t offset, std::size_t count) {
+  std::string bytes(1000, '?');
+  std::size_t got = 0;
+  for (std::uint64_t at = 0; at <= offset; at += bytes.size())
+    EXPECT_EQ(file->readAt(at, bytes.data(), bytes.size(), &got), ok);
+  return file->plainBytes(offset, count);
+}
+
+TEST_F(XBaseFile, HandsOutWhatItHasReadAheadUnlessAByteOfItIsZero) {
+  std::string text(600000, '.');
+  text.replace(200000, 5, "plain");
+  text[500000] = '\0';
+  File file(engine);
+  ASSERT_EQ(file.open(scratch.write("f", text)), ok);
+  EXPECT_EQ(file.plainBytes(200000, 5), nullptr) << "nothing is read yet";
+  EXPECT_EQ(plainBytesBehindAReader(&file, 0, 5), nullptr) << "nobody has gone on for long";
+  const char* plain = plainBytesBehindAReader(&file, 200000, 5);
+  ASSERT_NE(plain, nullptr);
+  EXPECT_EQ(std::string(plain, 5), "plain");
+  EXPECT_EQ(file.plainBytes(0, 5), nullptr) << "another place";
+  EXPECT_EQ(plainBytesBehindAReader(&file, 500010, 5), nullptr) << "close behind a zero byte";
+}
+
+TEST_F(XBaseFile, HandsOutNothingThatIsWrittenOrCutMeanwhile) {
+  const std::string text(600000, '.');
+  const std::string path = scratch.write("f", text);
+  File file(engine);
+  ASSERT_EQ(file.open(path), ok);
+  ASSERT_NE(plainBytesBehindAReader(&file, 200000, 5), nullptr);
+  ASSERT_EQ(file.writeAt(200002, "x", 1), ok);
+  EXPECT_EQ(file.plainBytes(200000, 5), nullptr);
+  ASSERT_NE(plainBytesBehindAReader(&file, 400000, 5), nullptr);
+  std::filesystem::resize_file(path, 500000);
+  EXPECT_EQ(plainBytesBehindAReader(&file, 500010, 5), nullptr) << "zero bytes in their place";
+}
+
 struct CacheShape {
   std::size_t blockSize;
   std::size_t blocks;

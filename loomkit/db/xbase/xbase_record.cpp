@@ -61,8 +61,22 @@ std::int32_t logicalValue(std::string_view text) {
   return c == 'T' || c == 'Y' ? 1 : 0;
 }
 
+// Copies a text of one to two times `size` characters: its two ends, which may overlap.
+template <std::size_t size>
+void copyEnds(std::string_view text, char* out) {
+  std::memcpy(out, text.data(), size);
+  std::memcpy(out + text.size() - size, text.data() + text.size() - size, size);
+}
+
+// Most texts are short, and a call of memcpy() costs more than their copy.
 char* putText(std::string_view text, char* out) {
-  if (!text.empty()) std::memcpy(out, text.data(), text.size());
+  if (text.size() >= 8 && text.size() <= 16) {
+    copyEnds<8>(text, out);
+  } else if (text.size() >= 4 && text.size() < 8) {
+    copyEnds<4>(text, out);
+  } else if (!text.empty()) {
+    std::memcpy(out, text.data(), text.size());
+  }
   out[text.size()] = '\0';
   return out + text.size() + 1;
 }
@@ -70,15 +84,11 @@ char* putText(std::string_view text, char* out) {
 }  // namespace
 
 XBaseRecordMaker::XBaseRecordMaker(const xbase::DataFile& data,
-                                   const std::vector<GDbFieldType>& wanted)
-    : types(wanted) {
+                                   const std::vector<GDbFieldType>& types)
+    : fieldCount(static_cast<int>(types.size())) {
   for (std::size_t i = 0; i < types.size(); ++i) {
-    const xbase::Field& field = data.fields[i];
-    // A logical field is an integer, whichever kind is asked for.
-    if (field.type == 'L') types[i] = GDbFieldInt;
-    if (types[i] == GDbFieldNone) types[i] = naturalType(field);
-    const Column column{i, field.offset, field.width, field.decimals, kindOf(field, types[i])};
-    (types[i] == GDbFieldString ? textColumns : numberColumns).push_back(column);
+    const Column column = columnOf(data.fields[i], i, types[i]);
+    (column.type == GDbFieldString ? textColumns : numberColumns).push_back(column);
   }
   texts.resize(textColumns.size());
   // Numbers stand first, in eight bytes each, so that all are aligned.
@@ -93,6 +103,20 @@ XBaseRecordMaker::XBaseRecordMaker(const xbase::DataFile& data,
   textsPlace = typesPlace + types.size() * sizeof(GDbFieldType);
 }
 
+XBaseRecordMaker::Column XBaseRecordMaker::columnOf(const xbase::Field& field, std::size_t number,
+                                                    GDbFieldType wanted) {
+  Column column;
+  column.field = number;
+  column.offset = field.offset;
+  column.width = field.width;
+  column.type = wanted == GDbFieldNone ? naturalType(field) : wanted;
+  // A logical field is an integer, whichever kind is asked for.
+  if (field.type == 'L') column.type = GDbFieldInt;
+  column.kind = kindOf(field, column.type);
+  if (column.kind != Kind::logical) column.form = FixedColumn(field.width, field.decimals);
+  return column;
+}
+
 XBaseRecordMaker::Kind XBaseRecordMaker::kindOf(const xbase::Field& field, GDbFieldType type) {
   if (type == GDbFieldString) return field.type == 'M' ? Kind::memo : Kind::text;
   if (field.type == 'L') return Kind::logical;
@@ -102,7 +126,8 @@ XBaseRecordMaker::Kind XBaseRecordMaker::kindOf(const xbase::Field& field, GDbFi
 
 // The bytes of the current record. A zero byte within a text would end it, and is a
 // blank here.
-const char* XBaseRecordMaker::bytesOf(const xbase::DataFile& data) {
+inline const char* XBaseRecordMaker::bytesOf(const xbase::DataFile& data) {
+  if (const char* plain = xbase::plainRecord(data)) return plain;
   const std::string& record = data.record;
   if (record.find('\0') == std::string::npos) return record.data();
   cleaned = record;
@@ -131,34 +156,34 @@ bool XBaseRecordMaker::convertText(xbase::DataFile& data, const Column& column,
   return true;
 }
 
-bool XBaseRecordMaker::prepareTexts(xbase::DataFile& data, const char* bytes, HulTextCodec* decoder,
-                                    std::size_t* room) {
+inline bool XBaseRecordMaker::prepareTexts(xbase::DataFile& data, const char* bytes,
+                                           HulTextCodec* decoder, std::size_t* room) {
   converted.clear();
   *room = 0;
-  for (std::size_t i = 0; i < textColumns.size(); ++i) {
-    const Column& column = textColumns[i];
+  std::string_view* text = texts.data();
+  for (const Column& column : textColumns) {
     if (column.kind == Kind::text && decoder == nullptr) {
-      texts[i] = withoutBlanksBehind({bytes + column.offset, column.width});
-    } else if (!convertText(data, column, decoder, &texts[i])) {
+      *text = withoutBlanksBehind({bytes + column.offset, column.width});
+    } else if (!convertText(data, column, decoder, text)) {
       return false;
     }
-    *room += texts[i].size() + 1;
+    *room += text->size() + 1;
+    ++text;
   }
   return true;
 }
 
 // Puts a number in the eight bytes at `out`. What numbers usually look like is read
 // here, all else as the readers of the C library do.
-void XBaseRecordMaker::putNumber(const Column& column, std::string_view text, void* out) {
+inline void XBaseRecordMaker::putNumber(const Column& column, const char* text, void* out) {
   FixedNumber number;
-  const bool isInteger = column.kind != Kind::floating;
-  if (column.kind == Kind::logical || !readFixedNumber(text, column.decimals, &number) ||
-      (isInteger && number.whole > largestInteger)) {
-    putOther(column, text, out);
-  } else if (isInteger) {
-    new (out) std::uint32_t(toBits(number));
+  const bool isFloating = column.kind == Kind::floating;
+  if (!column.form.read(text, &number) || (!isFloating && number.whole > largestInteger)) {
+    putOther(column, {text, column.width}, out);
+  } else if (isFloating) {
+    new (out) double(column.form.toDouble(number));
   } else {
-    new (out) double(toDouble(number, column.decimals));
+    new (out) std::uint32_t(toBits(number));
   }
 }
 
@@ -190,18 +215,18 @@ GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, HulTextCodec* decoder) 
   auto** values = reinterpret_cast<void**>(block + valuesPlace);
   auto* recordTypes = reinterpret_cast<GDbFieldType*>(block + typesPlace);
   for (const Column& column : numberColumns) {
-    recordTypes[column.field] = types[column.field];
+    recordTypes[column.field] = column.type;
     values[column.field] = block + column.place;
-    const std::string_view field(bytes + column.offset, column.width);
-    putNumber(column, field, block + column.place);
+    putNumber(column, bytes + column.offset, block + column.place);
   }
-  char* text = block + textsPlace;
-  for (std::size_t i = 0; i < textColumns.size(); ++i) {
-    recordTypes[textColumns[i].field] = GDbFieldString;
-    values[textColumns[i].field] = text;
-    text = putText(texts[i], text);
+  char* out = block + textsPlace;
+  const std::string_view* text = texts.data();
+  for (const Column& column : textColumns) {
+    recordTypes[column.field] = GDbFieldString;
+    values[column.field] = out;
+    out = putText(*text++, out);
   }
-  return new (block) GDbRecord(true, static_cast<int>(types.size()), recordTypes, values);
+  return new (block) GDbRecord(true, fieldCount, recordTypes, values);
 }
 
 GDbFieldType naturalType(const xbase::Field& field) {
