@@ -72,7 +72,6 @@ class FixedColumn {
     // Most numbers have no more than eight digits, however wide their columns are.
     const std::string_view front(text, wholeWidth - CharWord::size);
     const CharWord last({point - CharWord::size, CharWord::size});
-    if (!isAsciiDigit(last.at(CharWord::size - 1))) return false;
     return isBlank(front) ? readWord(last, number) : readLong(front, last, number);
   }
 
@@ -102,8 +101,8 @@ class FixedColumn {
   static bool readShort(std::string_view text, FixedNumber* number) noexcept {
     return !text.empty() && isAsciiDigit(text.back()) && readFront(text, number);
   }
-  /// Requires: the last character is a digit.
   static bool readWord(CharWord word, FixedNumber* number) noexcept {
+    if (!isAsciiDigit(word.at(CharWord::size - 1))) return false;
     const std::size_t blanks = word.blanksInFront();
     number->negative = word.at(blanks) == '-';
     word = word.withZeros(blanks + (number->negative ? 1 : 0));

@@ -109,6 +109,10 @@ int fieldNumber(const DataFile& data, std::string_view name);
 /// Makes a record current; noSuchRecord, with a blank record, for a number
 /// outside the file.
 int go(DataFile& data, std::uint32_t number);
+/// The same. `*plain` is where the file has read the record's bytes ahead, if it is known
+/// that none of them is zero; null otherwise. So a long scan need not search each record
+/// for zero bytes. Valid until the next call for the table.
+int go(DataFile& data, std::uint32_t number, const char** plain);
 /// Moves by `count` in the order of the selected tag. endOfFile and
 /// beginningOfFile leave a blank record.
 int skip(DataFile& data, long count);
@@ -120,19 +124,6 @@ int seek(DataFile& data, std::string_view key);
 /// notFound if there is none; the current record is then still the same. No other
 /// record is read.
 int seekNext(DataFile& data);
-
-/// Where a record begins in the file. Requires: `number` is at least 1.
-inline std::uint64_t recordOffset(const DataFile& data, std::uint32_t number) {
-  return data.headerLength + std::uint64_t{number - 1} * data.recordLength;
-}
-
-/// The bytes of the current record where its file has read them ahead, if it is known
-/// that none of them is zero; null otherwise. So a long scan need not search each record
-/// for zero bytes. Valid until the next call for the table.
-inline const char* plainRecord(const DataFile& data) {
-  if (data.recordChanged || data.recordNumber < 1) return nullptr;
-  return data.file.plainBytes(recordOffset(data, data.recordNumber), data.recordLength);
-}
 
 inline bool isDeleted(const DataFile& data) { return data.record.front() == dbf::flagDeleted; }
 /// Comes before each change of the current record: keeps what the record was, so that

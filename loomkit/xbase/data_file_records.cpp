@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The current record: going to it, changing it, appending.
 #include <algorithm>
+#include <cstring>
 
 #include "loomkit/text/binary.h"
 #include "loomkit/xbase/codes.h"
@@ -17,6 +18,10 @@ namespace loomkit::xbase {
 namespace {
 
 constexpr char skipFromNowhere[] = "Skip must be made from valid record number";
+
+std::uint64_t recordOffset(const DataFile& data, std::uint32_t number) {
+  return data.headerLength + std::uint64_t{number - 1} * data.recordLength;
+}
 
 // Makes a blank record current, which is none of the file's.
 void standNowhere(DataFile& data, std::uint32_t number) {
@@ -103,9 +108,17 @@ int writeCurrent(DataFile& data) {
   return ok;
 }
 
-int readRecord(DataFile& data, std::uint32_t number) {
-  const int result =
-      data.file.readAll(recordOffset(data, number), data.record.data(), data.recordLength);
+// Brings a record into memory. `*plain` is as go() gives it.
+int fetchRecord(DataFile& data, std::uint32_t number, const char** plain) {
+  const std::uint64_t offset = recordOffset(data, number);
+  *plain = data.file.plainBytes(offset, data.recordLength);
+  if (*plain == nullptr) return data.file.readAll(offset, data.record.data(), data.recordLength);
+  std::memcpy(data.record.data(), *plain, data.recordLength);
+  return ok;
+}
+
+inline int readRecord(DataFile& data, std::uint32_t number, const char** plain) {
+  const int result = fetchRecord(data, number, plain);
   if (result < 0) {
     standNowhere(data, 0);
     return result;
@@ -114,6 +127,11 @@ int readRecord(DataFile& data, std::uint32_t number) {
   data.recordNumber = number;
   data.recordChanged = false;
   return ok;
+}
+
+int readRecord(DataFile& data, std::uint32_t number) {
+  const char* plain = nullptr;
+  return readRecord(data, number, &plain);
 }
 
 int skipByNumber(DataFile& data, long count) {
@@ -195,11 +213,17 @@ int skipByTag(DataFile& data, long count) {
 }  // namespace
 
 int go(DataFile& data, std::uint32_t number) {
+  const char* plain = nullptr;
+  return go(data, number, &plain);
+}
+
+int go(DataFile& data, std::uint32_t number, const char** plain) {
+  *plain = nullptr;
   const int result = writeCurrent(data);
   if (result != ok) return result;
   data.atEnd = false;
   data.atBeginning = false;
-  if (number >= 1 && number <= data.recordCount) return readRecord(data, number);
+  if (number >= 1 && number <= data.recordCount) return readRecord(data, number, plain);
   standNowhere(data, number < 1 ? 0 : data.recordCount + 1);
   return noSuchRecord;
 }

@@ -97,7 +97,7 @@ class LOOMKIT_API GDbXBaseTable : public GDbTable {
 
  private:
   GDbStatus insertRecord(const GDbRecord& record);
-  GDbStatus appendRecord(GDbRecordSet* result);
+  GDbStatus appendRecord(const char* plain, GDbRecordSet* result);
 
   GDbXBaseData* data;  // shared; null after closeTable()
   std::unique_ptr<loomkit::XBaseRecordMaker> maker;

@@ -24,7 +24,7 @@ namespace {
 constexpr bool isBlank(char c) { return c == ' ' || c == '\0'; }
 
 // Most fields are wider than what is in them, so that blanks are counted eight at a time.
-std::string_view withoutBlanksBehind(std::string_view text) {
+inline std::string_view withoutBlanksBehind(std::string_view text) {
   while (text.size() >= CharWord::size) {
     const std::size_t blanks = CharWord(text.substr(text.size() - CharWord::size)).blanksBehind();
     text.remove_suffix(blanks);
@@ -126,9 +126,7 @@ XBaseRecordMaker::Kind XBaseRecordMaker::kindOf(const xbase::Field& field, GDbFi
 
 // The bytes of the current record. A zero byte within a text would end it, and is a
 // blank here.
-inline const char* XBaseRecordMaker::bytesOf(const xbase::DataFile& data) {
-  if (const char* plain = xbase::plainRecord(data)) return plain;
-  const std::string& record = data.record;
+const char* XBaseRecordMaker::withoutZeros(const std::string& record) {
   if (record.find('\0') == std::string::npos) return record.data();
   cleaned = record;
   std::replace(cleaned.begin(), cleaned.end(), '\0', ' ');
@@ -207,8 +205,8 @@ void XBaseRecordMaker::putOther(const Column& column, std::string_view text, voi
   }
 }
 
-GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, HulTextCodec* decoder) {
-  const char* bytes = bytesOf(data);
+GDbRecord* XBaseRecordMaker::make(xbase::DataFile& data, const char* plain, HulTextCodec* decoder) {
+  const char* bytes = plain != nullptr ? plain : withoutZeros(data.record);
   std::size_t textBytes = 0;
   if (!prepareTexts(data, bytes, decoder, &textBytes)) return nullptr;
   char* block = static_cast<char*>(::operator new(textsPlace + textBytes));

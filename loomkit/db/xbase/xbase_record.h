@@ -27,11 +27,12 @@ class XBaseRecordMaker {
   /// `types` has an entry for each field; GDbFieldNone is the natural one.
   XBaseRecordMaker(const xbase::DataFile& data, const std::vector<GDbFieldType>& types);
 
-  /// One block with every field of the file. Texts go through `decoder` unless it
+  /// One block with every field of the file. `plain` is where the record's bytes are, if
+  /// it is known that none of them is zero, and may be null. Texts go through `decoder` unless it
   /// is null. The caller owns the record. Null: a text is none of its code set,
   /// which has been logged. Requires: `data` has the fields of the table that this
   /// object was made for.
-  GDbRecord* make(xbase::DataFile& data, HulTextCodec* decoder);
+  GDbRecord* make(xbase::DataFile& data, const char* plain, HulTextCodec* decoder);
 
  private:
   enum class Kind { text, memo, logical, floating, integer, unsignedInteger };
@@ -52,7 +53,7 @@ class XBaseRecordMaker {
   // would be a tenth of a scan's time.
   static Column columnOf(const xbase::Field& field, std::size_t number, GDbFieldType wanted);
   static Kind kindOf(const xbase::Field& field, GDbFieldType type);
-  const char* bytesOf(const xbase::DataFile& data);
+  const char* withoutZeros(const std::string& record);
   bool prepareTexts(xbase::DataFile& data, const char* bytes, HulTextCodec* decoder,
                     std::size_t* room);
   bool convertText(xbase::DataFile& data, const Column& column, HulTextCodec* decoder,

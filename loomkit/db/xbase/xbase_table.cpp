@@ -187,8 +187,8 @@ GDbStatus GDbXBaseTable::getStructure(GDbStructure** result) {
   return GDbNoError;
 }
 
-GDbStatus GDbXBaseTable::appendRecord(GDbRecordSet* result) {
-  GDbRecord* record = maker->make(data->getFile(), data->getDirectory()->getDecoder());
+GDbStatus GDbXBaseTable::appendRecord(const char* plain, GDbRecordSet* result) {
+  GDbRecord* record = maker->make(data->getFile(), plain, data->getDirectory()->getDecoder());
   // A text that cannot be converted costs its record, and nothing else.
   if (record != nullptr) result->addRecord(record);
   return GDbNoError;
@@ -202,7 +202,7 @@ GDbStatus GDbXBaseTable::lookupKeys(const GDbKey* keys, int count, GDbRecordSet*
   bool found = false;
   GDbStatus status = search.begin(keys, count, &found);
   while (status == GDbNoError && found) {
-    if (!xbase::isDeleted(data->getFile())) appendRecord(result);
+    if (!xbase::isDeleted(data->getFile())) appendRecord(nullptr, result);
     status = search.next(&found);
   }
   return status;
@@ -225,11 +225,12 @@ GDbStatus GDbXBaseTable::getNextRecord(GDbRecordSet* result) {
   file.engine->errorCode = xbase::ok;
   file.selected = nullptr;
   std::uint32_t number = recordNumber + 1;
-  int code = xbase::go(file, number);
-  while (code == xbase::ok && xbase::isDeleted(file)) code = xbase::go(file, ++number);
+  const char* plain = nullptr;
+  int code = xbase::go(file, number, &plain);
+  while (code == xbase::ok && xbase::isDeleted(file)) code = xbase::go(file, ++number, &plain);
   if (code == xbase::ok) {
     recordNumber = number;
-    return appendRecord(result);
+    return appendRecord(plain, result);
   }
   recordNumber = unknownRecord;
   if (code == xbase::locked) return GDbLockFailed;
