@@ -98,9 +98,11 @@ class FixedColumn {
     if (number->negative) text.remove_prefix(1);
     return text.size() <= CharWord::size && appendDigits(text, &number->whole);
   }
+  /// Reads a whole part that is shorter than a word, one character after the other.
   static bool readShort(std::string_view text, FixedNumber* number) noexcept {
     return !text.empty() && isAsciiDigit(text.back()) && readFront(text, number);
   }
+  /// Reads blanks, perhaps a minus sign, and digits, one at least, all at once.
   static bool readWord(CharWord word, FixedNumber* number) noexcept {
     if (!isAsciiDigit(word.at(CharWord::size - 1))) return false;
     const std::size_t blanks = word.blanksInFront();
@@ -109,6 +111,7 @@ class FixedColumn {
     number->whole = word.number();
     return word.areDigits();
   }
+  /// Reads a number of which some digits, or the sign, are in front of the last word.
   static bool readLong(std::string_view front, CharWord last, FixedNumber* number) noexcept {
     if (!readFront(front, number) || !last.areDigits()) return false;
     number->whole = number->whole * 100'000'000 + last.number();

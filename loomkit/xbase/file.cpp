@@ -232,7 +232,8 @@ int File::readAhead(std::uint64_t number, std::size_t count) {
   const std::uint64_t begin = number * engine->cacheBlockSize;
   const std::size_t bytes = count * engine->cacheBlockSize;
   dropAhead();
-  if (aheadBytes.size() < bytes) aheadBytes.resize(bytes);
+  // As long as it will ever have to be, so that what plainBytes() gave stays where it is.
+  aheadBytes.resize(engine->readAheadBlocks * engine->cacheBlockSize);
   std::size_t got = 0;
   if (!platform::readAt(handle, begin, aheadBytes.data(), bytes, &got)) return failed(errorReading);
   // A file that others cut.

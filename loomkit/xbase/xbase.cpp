@@ -137,9 +137,9 @@ struct GXBaseTable::State {
     engine.progress = nullptr;
     return good;
   }
-  bool refuse(const char* text) {
+  bool refuse(std::string text) {
     errorCode = xbase::errorParameter;
-    message = text;
+    message = std::move(text);
     return false;
   }
 
@@ -313,7 +313,7 @@ bool GXBaseTable::addTags(const std::vector<Tag>& tags) {
   std::vector<xbase::TagDescription> descriptions;
   for (const Tag& tag : all) {
     if (!names.insert(xbase::inCapitals(tag.name.substr(0, xbase::dbf::longestName))).second)
-      return state->refuse("there are two tags of one name");
+      return state->refuse("there are two tags named " + tag.name);
     if (xbase::parseExpression(state->engine, tag.expression, data) == nullptr)
       return state->finish(state->engine.errorCode);
     descriptions.push_back({tag.name, tag.expression, tag.filter, tag.unique, tag.descending});

@@ -242,7 +242,7 @@ TEST_F(XBaseTool, AddsTagsToThoseThatThereAre) {
   EXPECT_EQ(table.getErrorCode(), errorValue);
   EXPECT_FALSE(
       table.addTags({{"TWICE", "N*2", "", false, false}, {"twice", "N", "", false, false}}));
-  EXPECT_EQ(table.getErrMsg(), "there are two tags of one name");
+  EXPECT_EQ(table.getErrMsg(), "there are two tags named twice");
   EXPECT_EQ(scratch.read("parts.cdx"), index);
   ASSERT_TRUE(table.addTags({{"TWICE", "N*2", "N>1", false, true}})) << table.getErrMsg();
   ASSERT_EQ(table.getTags().size(), before + 1);
