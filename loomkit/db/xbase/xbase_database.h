@@ -97,6 +97,7 @@ class LOOMKIT_API GDbXBaseTable : public GDbTable {
 
  private:
   GDbStatus insertRecord(const GDbRecord& record);
+  // Takes the current record; xbase::go() tells what `plain` is, and it may be null.
   GDbStatus appendRecord(const char* plain, GDbRecordSet* result);
 
   GDbXBaseData* data;  // shared; null after closeTable()

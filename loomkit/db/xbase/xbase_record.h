@@ -28,10 +28,10 @@ class XBaseRecordMaker {
   XBaseRecordMaker(const xbase::DataFile& data, const std::vector<GDbFieldType>& types);
 
   /// One block with every field of the file. `plain` is where the record's bytes are, if
-  /// it is known that none of them is zero, and may be null. Texts go through `decoder` unless it
-  /// is null. The caller owns the record. Null: a text is none of its code set,
-  /// which has been logged. Requires: `data` has the fields of the table that this
-  /// object was made for.
+  /// it is known that none of them is zero, and null otherwise. Texts go through
+  /// `decoder` unless it is null. The caller owns the record. Null: a text is none of its
+  /// code set, which has been logged. Requires: `data` has the fields of the table that
+  /// this object was made for.
   GDbRecord* make(xbase::DataFile& data, const char* plain, HulTextCodec* decoder);
 
  private:
