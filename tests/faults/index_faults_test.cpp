@@ -3,8 +3,6 @@
 // each of them: what was flushed is in the table, and the index is right, or is
 // known not to be.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -20,6 +18,7 @@
 #include "loomkit/xbase/field.h"
 #include "loomkit/xbase/index_file.h"
 #include "tests/io_faults.h"
+#include "tests/killed_work.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
@@ -259,19 +258,18 @@ INSTANTIATE_TEST_SUITE_P(Errors, IndexIoFault, ::testing::Values(EIO, ENOSPC));
 
 // Inserts, changes, deletes with a pack, and indexes anew, each flushed, on the table
 // as it lies there; says after each flush what is now in the table.
-void changeTable(IndexFaults& files, int firstId, int to) {
+void changeTable(IndexFaults& files, int firstId, const Say& say) {
   const auto data = files.open();
   if (data == nullptr) return;
   IndexFile* index = files.openOrMake(*data);
   if (index == nullptr) return;
   for (int id = firstId; id < firstId + 4; ++id) {
     if (IndexFaults::insert(*data, id) != ok || flush(*data) != ok) return;
-    // Not by write(), which is counted.
-    ::dprintf(to, "+%d ", id);
+    say("+" + std::to_string(id) + " ");
   }
   if (go(*data, 1) != ok) return;
   const int gone = static_cast<int>(fieldNumber(*data, std::size_t{0}));
-  ::dprintf(to, "-%d ", gone);
+  say("-" + std::to_string(gone) + " ");
   markDeleted(*data);
   if (go(*data, 2) != ok) return;
   assignText(*data, 1, "changed " + std::to_string(firstId));
@@ -291,24 +289,12 @@ TEST(Killed, AnIndexIsRightOrIsKnownNotToBe) {
   int kills = 0;
   for (int pass = 0; pass < passes; ++pass) {
     files.keep();
-    for (int call = 1; call < 10000; ++call) {
+    for (int call = 1; call < 10000; call += killStep) {
       files.restore();
       std::set<int> known = before;
-      int channel[2] = {-1, -1};
-      ASSERT_EQ(::pipe(channel), 0);
-      const pid_t child = ::fork();
-      if (child == 0) {
-        const IoFaults faults(IoFaults::Kill, call, 0);
-        changeTable(files, 1000 * (1 + pass), channel[1]);
-        ::_exit(0);
-      }
-      int status = 0;
-      ASSERT_EQ(::waitpid(child, &status, 0), child);
-      ::close(channel[1]);
-      std::string said(65536, '\0');
-      const ssize_t got = ::read(channel[0], said.data(), static_cast<unsigned>(said.size()));
-      ::close(channel[0]);
-      said.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+      const KilledWork work = doKilled(
+          files.scratch, call, [&](const Say& say) { changeTable(files, 1000 * (1 + pass), say); });
+      const std::string& said = work.said;
       std::set<int> maybeGone;
       for (std::size_t at = 0; at < said.size(); at = said.find(' ', at) + 1) {
         const int id = std::atoi(said.c_str() + at + 1);
@@ -320,7 +306,7 @@ TEST(Killed, AnIndexIsRightOrIsKnownNotToBe) {
             << "record " << id << " is lost, killed at call " << call;
       }
       if (::testing::Test::HasFailure()) return;
-      if (WIFEXITED(status)) {
+      if (!work.killed) {
         before = all;
         break;
       }
@@ -328,7 +314,7 @@ TEST(Killed, AnIndexIsRightOrIsKnownNotToBe) {
     }
   }
   std::printf("%d kills, %d indexes made anew\n", kills, files.rebuilt);
-  EXPECT_GE(kills, 40 * passes);
+  EXPECT_GE(kills * killStep, 40 * passes);
   EXPECT_GT(files.rebuilt, 0);
 }
 

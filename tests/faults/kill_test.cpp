@@ -1,12 +1,8 @@
 // SPDX-License-Identifier: MIT
 // A process that is killed at each of its writes: a file that is replaced is the
 // old one or the new one, and what was committed is there.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <csignal>
 #include <filesystem>
-#include <functional>
 #include <sstream>
 #include <utility>
 
@@ -17,32 +13,11 @@
 #include "loomkit/config/key_value_config_file.h"
 #include "loomkit/streams/atomic_file.h"
 #include "tests/db/db_fixture.h"
-#include "tests/io_faults.h"
+#include "tests/killed_work.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
 namespace {
-
-// Does the work in a child that is killed at its first, second, third call, and
-// so on, until it gets to its end. `check` looks after each death. The number
-// of deaths.
-int killInTurn(const std::function<void()>& work, const std::function<void()>& check,
-               IoFaults::Kind kind = IoFaults::Kill) {
-  for (int call = 1; call < 10000; ++call) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const IoFaults faults(kind, call, 0);
-      work();
-      ::_exit(0);
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    if (WIFEXITED(status)) return call - 1;
-    check();
-  }
-  ADD_FAILURE() << "no end";
-  return 0;
-}
 
 // With blanks at their ends, so that there is more to write.
 std::string manyLines(const char* value) {
@@ -58,7 +33,8 @@ TEST(Killed, AnAtomicFileIsTheOldOneOrTheNewOne) {
   const std::string before = manyLines("old");
   const std::string after = manyLines("new");
   const std::string path = scratch.write("file", before);
-  const int deaths = killInTurn(
+  const int calls = killInTurn(
+      scratch,
       [&] {
         GAtomicFile file(path);
         for (const char c : after) file.out().put(c);
@@ -69,7 +45,7 @@ TEST(Killed, AnAtomicFileIsTheOldOneOrTheNewOne) {
         EXPECT_TRUE(now == before || now == after);
         scratch.write("file", before);
       });
-  EXPECT_GT(deaths, 5);
+  EXPECT_GT(calls, 5);
 }
 
 TEST(Killed, ASavedConfigurationIsTheOldOneOrTheNewOne) {
@@ -77,6 +53,7 @@ TEST(Killed, ASavedConfigurationIsTheOldOneOrTheNewOne) {
   const std::string before = manyLines("old");
   const std::string path = scratch.write("file", before);
   killInTurn(
+      scratch,
       [&] {
         GKeyValueConfigFile file;
         file.load(path);
@@ -101,7 +78,8 @@ TEST(Killed, AnExtractedFileIsWholeOrMissing) {
     writer.writeEntry("b", text.data(), static_cast<unsigned>(text.size()));
     ASSERT_TRUE(writer.close());
   }
-  const int deaths = killInTurn(
+  const int calls = killInTurn(
+      scratch,
       [&] {
         GZipReader reader;
         reader.open(scratch / "a.zip");
@@ -115,7 +93,7 @@ TEST(Killed, AnExtractedFileIsWholeOrMissing) {
           EXPECT_TRUE(now.empty() || now == text) << name;
         }
       });
-  EXPECT_GT(deaths, 20);
+  EXPECT_GT(calls, 20);
 }
 
 // As hosts do that handle signals: the hidden files go, then the process.
@@ -140,7 +118,8 @@ TEST(Signalled, ExtractionLeavesNoHiddenFileBehind) {
   scratch.write("a.zip", archive.str());
   for (const bool nameless : {true, false}) {
     IoFaults::refuseNamelessFiles(!nameless);
-    const int deaths = killInTurn(
+    const int calls = killInTurn(
+        scratch,
         [&] {
           std::signal(SIGTERM, discardAllAndEnd);
           GZip64Reader reader;
@@ -157,22 +136,20 @@ TEST(Signalled, ExtractionLeavesNoHiddenFileBehind) {
           }
         },
         IoFaults::Signal);
-    EXPECT_GT(deaths, 10);
+    EXPECT_GT(calls, 10);
     EXPECT_EQ(scratch.read("out/a"), "x");
     EXPECT_TRUE(std::filesystem::is_symlink(scratch / "out/l"));
   }
   IoFaults::refuseNamelessFiles(false);
 }
 
-// The child says what it has committed before it goes on.
+// Of each death is known how many rows had been committed.
 TEST(Killed, NothingThatSqliteHasCommittedIsLost) {
   const ScratchDirectory scratch;
   const CaptureOutput output;
   const std::string locator = "sqlite3:" + scratch / "k.db";
   const GDbStructure structure = structureOf({{"id", GDbFieldInt}});
-  int committed[2] = {-1, -1};
-  ASSERT_EQ(::pipe(committed), 0);
-  const auto insertRows = [&] {
+  const auto insertRows = [&](const Say& say) {
     const DatabaseOwner database = openDb(locator);
     GDbTable* table = nullptr;
     if (database->openTable("t", nullptr, &table) != GDbNoError) {
@@ -185,15 +162,15 @@ TEST(Killed, NothingThatSqliteHasCommittedIsLost) {
       record->addIntField(i);
       records.addRecord(record);
       if (table->insertRecords(records) != GDbNoError) return;
-      // Not by write(), which is counted.
-      ::dprintf(committed[1], "x");
+      say("x");
     }
   };
   int known = 0;
-  const int deaths = killInTurn(insertRows, [&] {
-    char bytes[16];
-    ::dprintf(committed[1], ".");  // so that the read below never waits
-    known += static_cast<int>(::read(committed[0], bytes, sizeof bytes)) - 1;
+  int call = 1;
+  for (;; call += killStep) {
+    const KilledWork work = doKilled(scratch, call, insertRows);
+    if (!work.killed) break;
+    known += static_cast<int>(work.said.size());
     const DatabaseOwner database = openDb(locator);
     GDbTable* found = nullptr;
     int rows = 0;
@@ -205,10 +182,8 @@ TEST(Killed, NothingThatSqliteHasCommittedIsLost) {
     }
     EXPECT_GE(rows, known);
     known = rows;
-  });
-  EXPECT_GT(deaths, 20);
-  ::close(committed[0]);
-  ::close(committed[1]);
+  }
+  EXPECT_GT(call, 20);
 }
 
 }  // namespace

@@ -2,9 +2,6 @@
 // An xBase table whose system calls fail, or whose process is killed, at each
 // call in turn: what was flushed is there, with its memos, and every index finds
 // every record, if need be after it was built anew.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -17,6 +14,7 @@
 #include "loomkit/xbase/scratch_file.h"
 #include "tests/db/db_fixture.h"
 #include "tests/io_faults.h"
+#include "tests/killed_work.h"
 #include "tests/scratch_directory.h"
 
 namespace loomkit::testing {
@@ -235,35 +233,22 @@ TEST_F(XBaseFaults, CallsThatMoveOneByteOrAreInterruptedChangeNothing) {
   }
 }
 
-// The child says which step is done before it goes on.
 TEST_F(XBaseFaults, AKilledProcessLosesNothingThatWasFlushed) {
-  int steps[2] = {-1, -1};
-  ASSERT_EQ(::pipe(steps), 0);
-  int deaths = 0;
-  for (int call = 1; call < 10000; ++call, ++deaths) {
+  int kills = 0;
+  for (;; ++kills) {
     restore();
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const IoFaults faults(IoFaults::Kill, call, 0);
-      // Not by write(), which is counted.
-      work([&] { ::dprintf(steps[1], "x"); });
-      ::_exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    char bytes[16];
-    ::dprintf(steps[1], ".");  // so that the read below never waits
-    const auto done = static_cast<int>(::read(steps[0], bytes, sizeof bytes)) - 1;
-    expectRows(done);
-    if (WIFEXITED(status)) {
-      EXPECT_EQ(done, 4);
+    const KilledWork killed =
+        doKilled(scratch, 1 + kills * killStep, [&](const Say& say) { work([&] { say("x"); }); });
+    const auto stepsDone = static_cast<int>(killed.said.size());
+    expectRows(stepsDone);
+    if (!killed.killed) {
+      EXPECT_EQ(stepsDone, 4);
       break;
     }
+    if (HasFailure()) return;
   }
-  EXPECT_GT(deaths, 50);
-  std::printf("%d kills\n", deaths);
-  ::close(steps[0]);
-  ::close(steps[1]);
+  EXPECT_GT(kills * killStep, 50);
+  std::printf("%d kills\n", kills);
 }
 
 }  // namespace

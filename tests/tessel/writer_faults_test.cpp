@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Stores on a bad disk and without memory: a store is the old one or the new one,
 // whichever call fails and wherever the process is killed.
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <filesystem>
 
-#include "tests/io_faults.h"
+#include "tests/killed_work.h"
 #include "tests/tessel/store_fixture.h"
 
 namespace {
@@ -102,23 +99,14 @@ TEST_F(StoreOnABadDisk, ReadsRightOrFails) {
 }
 
 TEST_F(StoreOnABadDisk, IsTheOldOneOrTheNewOneWhereverTheProcessIsKilled) {
-  int deaths = 0;
-  for (int call = 1; call < 10000; ++call) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-      const IoFaults faults(IoFaults::Kill, call, 0);
-      write(path, rows);
-      ::_exit(0);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    if (WIFEXITED(status)) break;
-    ++deaths;
-    const std::string now = scratch.read("t.tessel");
-    ASSERT_TRUE(now == before || now == after) << "call " << call;
-    scratch.write("t.tessel", before);
-  }
-  EXPECT_GT(deaths, 10);
+  const int calls = killInTurn(
+      scratch, [&] { write(path, rows); },
+      [&] {
+        const std::string now = scratch.read("t.tessel");
+        EXPECT_TRUE(now == before || now == after);
+        scratch.write("t.tessel", before);
+      });
+  EXPECT_GT(calls, 10);
   EXPECT_TRUE(scratch.read("t.tessel") == after);
 }
 

@@ -4,7 +4,6 @@
 # These call POSIX themselves, or run programs of a Linux machine.
 set(LOOMKIT_TESTS_LEFT_OUT
   atomic_file_posix_test.cpp       # rights, owners, links, signals
-  kill_test.cpp                    # processes that are copied and killed
   process_posix_test.cpp           # signals, groups, descriptors, a shell's programs
   ar_witness_test.cpp              # ar
   real_archives_test.cpp           # a Debian package, unzip

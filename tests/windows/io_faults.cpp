@@ -26,6 +26,8 @@ int count = 0;
 bool isToFail() {
   if (!active || kind == IoFaults::Short || kind == IoFaults::Storm) return false;
   ++count;
+  if (kind == IoFaults::Kill && count >= chosen)
+    ::TerminateProcess(::GetCurrentProcess(), killedCode);
   return kind == IoFaults::Fail && count >= chosen &&
          (step == 0 ? count == chosen : (count - chosen) % step == 0);
 }
