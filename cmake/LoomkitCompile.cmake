@@ -13,6 +13,10 @@ endif()
 find_program(LOOMKIT_CCACHE ccache)
 if(LOOMKIT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${LOOMKIT_CCACHE})
+  if(LOOMKIT_PRECOMPILE_TESTS)
+    # Without these it keeps nothing that uses precompiled headers. No source has __TIME__.
+    list(PREPEND CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros)
+  endif()
 endif()
 
 add_library(loomkit_warnings INTERFACE)

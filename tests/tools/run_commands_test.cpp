@@ -52,6 +52,26 @@ TEST(RunCommand, HasTheExitCodesOfTimeout) {
   EXPECT_EQ(runLoom({"run", "-t", "1d", "--", "true"}).code, 0);
 }
 
+// Here loom is the program that loom runs, which it finds on every system.
+TEST(RunCommand, RunsItself) {
+  EXPECT_EQ(shell(R"(loom run -- loom eval '"a b\\" " c" +')"), (Ended{0, "a b\\\" c\n", ""}));
+  EXPECT_EQ(shell("loom run -- loom eval '1 +'"),
+            (Ended{5, "", "loom: rpn error: stack underflow:\n1  >!< +\n"}));
+  EXPECT_EQ(shell("loom run -- loom sum - && loom run -- loom eval 1", "abc"),
+            (Ended{0, "900150983cd24fb0d6963f7d28e17f72  -\n1\n", ""}));
+  EXPECT_EQ(shell("cd " + newFolder() +
+                  " && mkdir 'a b' && printf abc > 'a b/c' && loom run -C 'a b' -- loom sum c"),
+            (Ended{0, "900150983cd24fb0d6963f7d28e17f72  c\n", ""}));
+}
+
+TEST(RunCommand, EndsItselfWhenTheTimeIsUp) {
+  const std::string begin = "cd " + newFolder() + " && truncate -s 20G big && loom run -t 0.3 ";
+  EXPECT_EQ(shell(begin + "-- loom gzip big"), (Ended{124, "", "loom: ended after 0.3 s: loom\n"}));
+  const Ended killed = shell(begin + "--json -s KILL -- loom gzip big");
+  EXPECT_EQ(killed.code, 137);
+  EXPECT_EQ(killed.out.substr(0, 28), "{\"code\":137,\"timedOut\":true,");
+}
+
 TEST(RunCommand, EndsAChildWhoseTimeIsUp) {
   EXPECT_EQ(runLoom({"run", "-t", "1", "--", "sh", "-c", "echo begun; exec sleep 60"}),
             (Ended{124, "begun\n", "loom: ended after 1 s: sh\n"}));

@@ -12,10 +12,12 @@ namespace {
 std::atomic<bool> interrupted{false};
 
 // The system calls this on a thread of its own, for Ctrl-C, Ctrl-Break, a console that
-// is closed, and the end of a session. What comes next, the end of the process, is left
-// to it.
-BOOL WINAPI handle(DWORD /*event*/) {
+// is closed, and the end of a session. For the keys the process ends with the exit code
+// by which a shell knows them; the rest is left to the system.
+BOOL WINAPI handle(DWORD event) {
   cleanUp();
+  if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT)
+    ::TerminateProcess(::GetCurrentProcess(), static_cast<UINT>(STATUS_CONTROL_C_EXIT));
   return FALSE;
 }
 
