@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 // loom: the library from the command line.
-#include <cerrno>
 #include <cstring>
 #include <exception>
 #include <new>
@@ -21,7 +20,7 @@ ExitCode report(ExitCode code, const std::string& text) {
 
 // A reader that has gone away wanted no more: nothing is said about it.
 ExitCode reportWrite(int error) {
-  if (error == EPIPE) return ExitCode::cannotWrite;
+  if (loom::isClosedPipe(error)) return ExitCode::cannotWrite;
   return report(ExitCode::cannotWrite, std::string("cannot write: ") + std::strerror(error));
 }
 

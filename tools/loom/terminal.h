@@ -30,6 +30,10 @@ void prepareStandardStreams();
 /// not a job in the background, which is to leave the screen alone.
 [[nodiscard]] bool isInForeground(StandardStream stream);
 
+/// Whether `error`, with which writing to standard output has failed, says that its reader
+/// has gone away.
+[[nodiscard]] bool isClosedPipe(int error);
+
 /// Writes past every buffer, as a signal handler may. What cannot be written is lost.
 void writeAtOnce(StandardStream stream, std::string_view text);
 

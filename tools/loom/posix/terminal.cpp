@@ -37,6 +37,8 @@ std::size_t terminalWidth(StandardStream stream) {
   return size.ws_col;
 }
 
+bool isClosedPipe(int error) { return error == EPIPE; }
+
 bool canClearLines() {
   const char* const name = std::getenv("TERM");
   return name != nullptr && *name != '\0' && std::string_view(name) != "dumb";

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <iterator>
 
@@ -104,6 +105,12 @@ std::size_t terminalWidth(StandardStream stream) {
   CONSOLE_SCREEN_BUFFER_INFO info{};
   if (::GetConsoleScreenBufferInfo(handleOf(stream), &info) == 0) return 0;
   return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
+}
+
+// The C library has no number of its own for what the system says of a pipe in this state.
+bool isClosedPipe(int error) {
+  return error == EPIPE ||
+         (error == EINVAL && ::GetFileType(handleOf(StandardStream::output)) == FILE_TYPE_PIPE);
 }
 
 bool canClearLines() {
