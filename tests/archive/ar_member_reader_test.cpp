@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
+#include "loomkit/platform/hul.h"
 #include "tests/archive/ar_builder.h"
 #include "tests/capture_output.h"
 #include "tests/fuzz/fuzz_file.h"
@@ -177,7 +180,8 @@ TEST_F(ArMemberReader, RefusesWhatIsNoArchive) {
                    "file is not an ar file (wrong magic string)"}));
   output.lines.clear();
   EXPECT_FALSE(reader.open(scratch / "none"));
-  EXPECT_EQ(output.texts(), Texts{scratch / "none: can't open file (No such file or directory)"});
+  EXPECT_EQ(output.texts(),
+            Texts{scratch / "none: can't open file (" + hulStrError(-ENOENT) + ")"});
   EXPECT_TRUE(reader.getMembers().empty());
 }
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +17,7 @@
 #include "loomkit/archive/zip/zip64_writer.h"
 #include "loomkit/archive/zip/zip_extraction_plan.h"
 #include "loomkit/archive/zip/zip_extractor.h"
+#include "loomkit/platform/hul.h"
 #include "tests/archive/zip/zip_builder.h"
 #include "tests/capture_output.h"
 #include "tests/scratch_directory.h"
@@ -327,9 +329,8 @@ TEST_F(Zip64, ATruncatedArchiveIsRefusedAtEveryLength) {
 
 TEST_F(Zip64, SaysWhyItCannotOpen) {
   EXPECT_FALSE(reader.open(scratch / "none"));
-  EXPECT_EQ(
-      output.texts(),
-      std::vector<std::string>{scratch / "none" + ": can't open file (No such file or directory)"});
+  EXPECT_EQ(output.texts(), std::vector<std::string>{scratch / "none" + ": can't open file (" +
+                                                     hulStrError(-ENOENT) + ")"});
 }
 
 TEST(ZipLinks, StayBelowTheTop) {

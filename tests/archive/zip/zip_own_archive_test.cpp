@@ -2,6 +2,7 @@
 // GZipBase, GZipReader2 and GZipWriter2.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstring>
 
 #include "loomkit/archive/zip/zip_own_archive_reader.h"
@@ -65,7 +66,8 @@ TEST(GZipBase, AddsTheReasonForACode) {
   base.error("text", 0x80004005U);
   base.clrError();
   base.error("text", static_cast<unsigned int>(-ENOENT));
-  EXPECT_EQ(output.texts(), (Texts{"p: text", "p: text (No such file or directory)"}));
+  EXPECT_EQ(output.texts(),
+            (Texts{"p: text", std::string("p: text (") + hulStrError(-ENOENT) + ")"}));
 }
 
 // The keys of the empty password and of one, by the formulas of the note.
