@@ -66,7 +66,14 @@ logged cmake --build "$work/built"
 
 hosts=0
 cd "$work"
-run() { WINEPATH="Z:$prefix/bin" "$wine" "$@" 2>/dev/null | tr -d '\r' >"$work/out"; }
+libraries=$prefix/bin
+run_once() { WINEPATH="Z:$libraries" "$wine" "$@" 2>/dev/null | tr -d '\r' >"$work/out"; }
+# Now and then a program that Wine starts gives no output.
+run() {
+  if run_once "$@" && [ -s "$work/out" ]; then return; fi
+  echo "$(basename "$1") gave no output and is run once more"
+  run_once "$@"
+}
 for program in "$work"/built/*/*.exe; do
   name=$(basename "$program" .exe)
   run "$program" || { echo "$name failed"; exit 1; }
@@ -78,8 +85,9 @@ for program in "$work"/built/*/*.exe; do
 done
 [ "$hosts" -gt 0 ] || { echo "no example was built"; exit 1; }
 mkdir "$work/empty"
-WINEPATH="Z:$work/empty" "$wine" "$work/built/alone.exe" 2>/dev/null | tr -d '\r' |
-  diff "$work/functions.out" - || { echo "the static host: wrong output"; exit 1; }
+libraries=$work/empty
+run "$work/built/alone.exe" || { echo "the static host failed"; exit 1; }
+diff "$work/functions.out" "$work/out" || { echo "the static host: wrong output"; exit 1; }
 run "$prefix/bin/loom.exe" eval '1 2 +'
 [ "$(cat "$work/out")" = 3 ] || { echo "the packed loom.exe does not run"; exit 1; }
 echo "$(basename "$archive"): $(wc -l <<<"$names") files; $hosts examples, a static host and loom.exe run"
