@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Children on Windows. The program is its own child: see main() at the end.
+// What is true of children on Windows alone; the rest is in tests/system. The program is
+// its own child: see main() at the end.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -20,7 +21,6 @@
 #include "loomkit/system/command_line.h"
 #include "loomkit/system/process.h"
 #include "loomkit/system/run.h"
-#include "tests/capture_output.h"
 
 namespace loomkit::testing {
 namespace {
@@ -110,31 +110,6 @@ TEST(WindowsChildren, AChildHasTheArgumentsThatWereGiven) {
   }
 }
 
-TEST(WindowsChildren, GiveTheirExitCode) {
-  EXPECT_EQ(runOwn({"exit", "0"}).exitCode, 0);
-  EXPECT_EQ(runOwn({"exit", "77"}).exitCode, 77);
-  const RunResult result = run({"no-such-program-anywhere"});
-  EXPECT_EQ(result.exitCode, -1);
-  EXPECT_NE(result.startFailure, "");
-}
-
-TEST(WindowsChildren, AreFedAndReadWithoutOneWaitingForTheOther) {
-  RunOptions options;
-  options.input.assign(std::size_t{1} << 20, 'x');
-  const RunResult result = runOwn({"copy"}, options);
-  EXPECT_EQ(result.out, options.input);
-  EXPECT_EQ(result.err, options.input);
-  EXPECT_EQ(result.exitCode, 0);
-}
-
-TEST(WindowsChildren, HaveAnEndWhenTheirTimeIsUp) {
-  RunOptions options;
-  options.timeLimit = 1;
-  const RunResult result = runOwn({"wait"}, options);
-  EXPECT_TRUE(result.timedOut);
-  EXPECT_EQ(result.exitCode, 1);
-}
-
 TEST(WindowsChildren, HaveTheirOwnDirectoryAndVariables) {
   RunOptions options;
   options.directory = "C:\\windows";
@@ -174,14 +149,6 @@ TEST(WindowsChildren, MayHaveAllStreamsOfTheirParent) {
   EXPECT_EQ(result.exitCode, 0);
 }
 
-TEST(WindowsChildren, SayWhyTheyCannotBeStarted) {
-  CaptureOutput output;
-  GProcess child("no-such-program-anywhere", true, true, true);
-  EXPECT_FALSE(child.run(0, nullptr));
-  ASSERT_EQ(output.texts().size(), 1U);
-  EXPECT_EQ(output.texts()[0].substr(0, 21), "Can't create process ");
-}
-
 int copyToBoth() {
   char block[10000];
   for (;;) {
@@ -210,7 +177,6 @@ int actAsChild(int argc, char** argv) {
     for (int i = 2; i < argc; ++i) std::fwrite(argv[i], 1, std::strlen(argv[i]) + 1, stdout);
     return 0;
   }
-  if (action == "exit") return std::atoi(argv[2]);
   if (action == "copy") return copyToBoth();
   if (action == "parent") return startWithAllStreams(argv[2]);
   if (action == "variable") return std::fputs(std::getenv(argv[2]), stdout) < 0;
