@@ -72,13 +72,13 @@ std::vector<std::string> namesIn(const std::string& directory) {
   return names;
 }
 
-// A file that takes long to compress, and the compression of it, as soon as there is
+// A file that takes seconds to compress, and the compression of it, as soon as there is
 // something unfinished.
 void endsGzip(const std::string& commandBefore) {
   const ScratchDirectory scratch;
   const std::string directory = scratch / "";
   std::ofstream(directory + "big").put(' ');
-  std::filesystem::resize_file(directory + "big", std::uintmax_t{4} << 30U);
+  std::filesystem::resize_file(directory + "big", std::uintmax_t{2'000'000'000});
   const LoomInConsole loom(commandBefore + "gzip big", directory);
   while (loom.isRunning() && namesIn(directory).size() == 1) ::Sleep(10);
   ASSERT_TRUE(loom.isRunning());
