@@ -51,12 +51,17 @@ Error Store::lookupRows(const TableInfo& table, int first, int count, TslResultS
   return makeResult(table, set);
 }
 
-// Finds the texts of all rows; `*textSize` is what they take with their NULs.
+// Finds the texts of all rows that do not stand in the rows themselves; `*textSize` is
+// the room for all texts with their NULs.
 Error Store::measure(const TableInfo& table, std::uint64_t* textSize) {
   texts.clear();
   for (const std::uint32_t row : rows)
     for (const Column& column : table.columns) {
       if (column.type != TslTypeText) continue;
+      if (column.coding == Coding::plain) {
+        *textSize += column.width;
+        continue;
+      }
       TextSpan& text = texts.emplace_back();
       const Error error = findText(&file, column, row, &text);
       if (error != Error::none) return error;
@@ -87,6 +92,23 @@ Error Store::makeResult(const TableInfo& table, TslResultSet* set) {
   return Error::none;
 }
 
+// Copies a text that stands in its row, with all of its room: nothing then waits for
+// the length, since what the row's cache line holds has often yet to come.
+Error Store::copyFixed(const Column& column, std::uint32_t row, char** text) {
+  if (!file.copy(entryOffset(column, row), column.width, *text)) return file.error();
+  if (std::memchr(*text, 0, column.width) == nullptr) return Error::damagedData;
+  *text += column.width;
+  return Error::none;
+}
+
+Error Store::copyFound(const TextSpan& span, char** text) {
+  const auto size = static_cast<std::size_t>(span.size);
+  if (!file.copy(span.offset, size, *text)) return file.error();
+  (*text)[size] = '\0';
+  *text += size + 1;
+  return Error::none;
+}
+
 Error Store::fill(const TableInfo& table, unsigned char* block) {
   auto* row = reinterpret_cast<TslRow*>(block);
   auto* value = reinterpret_cast<TslValue*>(block + valuesAt(rows.size()));
@@ -95,20 +117,18 @@ Error Store::fill(const TableInfo& table, unsigned char* block) {
   for (const std::uint32_t number : rows) {
     *row++ = {0, static_cast<std::int32_t>(table.columns.size()), value};
     for (const Column& column : table.columns) {
+      Error error = Error::none;
       value->type = column.type;
       value->unused1 = 0;
       value->value.floatingValue = 0;
-      if (column.type == TslTypeText) {
-        const auto size = static_cast<std::size_t>(span->size);
-        value->value.textValue = text;
-        if (!file.copy(span->offset, size, text)) return file.error();
-        text[size] = '\0';
-        text += size + 1;
-        ++span;
+      if (column.type != TslTypeText) {
+        error = readNumber(&file, column, number, &value->value);
       } else {
-        const Error error = readNumber(&file, column, number, &value->value);
-        if (error != Error::none) return error;
+        value->value.textValue = text;
+        error = column.coding == Coding::plain ? copyFixed(column, number, &text)
+                                               : copyFound(*span++, &text);
       }
+      if (error != Error::none) return error;
       ++value;
     }
   }

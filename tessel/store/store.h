@@ -38,12 +38,14 @@ class Store {
   Error makeResult(const TableInfo& table, TslResultSet* set);
   Error measure(const TableInfo& table, std::uint64_t* textSize);
   Error fill(const TableInfo& table, unsigned char* block);
+  Error copyFixed(const Column& column, std::uint32_t row, char** text);
+  Error copyFound(const TextSpan& span, char** text);
 
   BlockFile file;
   Directory directory;
   // Of the latest lookup, kept so that the next one need not allocate them.
   std::vector<std::uint32_t> rows;
-  std::vector<TextSpan> texts;
+  std::vector<TextSpan> texts;  // those that do not stand in the rows
 };
 
 /// Gives back what a lookup has filled in.
