@@ -259,6 +259,8 @@ bool placeColumns(TableInfo* table) {
     width += column.width;
     if (width > std::numeric_limits<std::uint32_t>::max()) return false;
     if (column.coding == Coding::heap) table->endsTexts = true;
+    if (column.coding != Coding::plain) table->hasOtherTexts = true;
+    if (column.storage == TslStorageFixedText) table->fixedTextRoom += column.width;
   }
   table->rowWidth = static_cast<std::uint32_t>(width);
   for (Column& column : table->columns) column.stride = table->rowWidth;

@@ -61,6 +61,8 @@ struct TableInfo {
   std::uint32_t rowWidth = 0;
   bool endsTexts = false;  ///< behind the last row is one more, which tells where its texts end
   std::uint64_t rows = 0;
+  std::uint64_t fixedTextRoom = 0;  ///< of the texts that stand in a row, with their NULs
+  bool hasOtherTexts = false;       ///< in a heap or a dictionary
   std::vector<Column> columns;
   std::vector<Index> indexes;
 

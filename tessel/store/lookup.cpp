@@ -104,16 +104,17 @@ class Terms {
   std::vector<Term> many;
 };
 
-const Term* findTerm(Terms* terms, const Column* column) {
-  const Term* const found = std::find_if(
-      terms->begin(), terms->end(), [column](const Term& term) { return term.column == column; });
-  return found != terms->end() ? found : nullptr;
+// There are few of them, mostly one: a plain loop is done before a search has begun.
+inline const Term* findTerm(Terms* terms, const Column* column) {
+  for (const Term& term : *terms)
+    if (term.column == column) return &term;
+  return nullptr;
 }
 
-bool serves(const Index& index, const TableInfo& table, Terms* terms) {
-  return std::all_of(index.columns.begin(), index.columns.end(), [&](std::int32_t number) {
-    return findTerm(terms, &table.columns[static_cast<std::size_t>(number)]) != nullptr;
-  });
+inline bool serves(const Index& index, const TableInfo& table, Terms* terms) {
+  for (const std::int32_t number : index.columns)
+    if (findTerm(terms, &table.columns[static_cast<std::size_t>(number)]) == nullptr) return false;
+  return true;
 }
 
 const Index* chooseIndex(const TableInfo& table, Terms* terms) {

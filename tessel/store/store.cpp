@@ -55,13 +55,11 @@ Error Store::lookupRows(const TableInfo& table, int first, int count, TslResultS
 // the room for all texts with their NULs.
 Error Store::measure(const TableInfo& table, std::uint64_t* textSize) {
   texts.clear();
+  *textSize = rows.size() * table.fixedTextRoom;
+  if (!table.hasOtherTexts) return Error::none;
   for (const std::uint32_t row : rows)
     for (const Column& column : table.columns) {
-      if (column.type != TslTypeText) continue;
-      if (column.coding == Coding::plain) {
-        *textSize += column.width;
-        continue;
-      }
+      if (column.coding == Coding::plain) continue;
       TextSpan& text = texts.emplace_back();
       const Error error = findText(&file, column, row, &text);
       if (error != Error::none) return error;
