@@ -176,10 +176,13 @@ void TableBuilder::writeEntries(OutputFile* out, IndexBuilder* builder, bool* ha
 
 void TableBuilder::writeRows(OutputFile* out, const TableInfo& table) {
   // Without the values that a scratch file fails to give, the rows are nothing.
-  for (std::uint32_t row = 0; row < rows && workspace->status() == 0; ++row)
+  for (std::uint32_t row = 0; row < rows && workspace->status() == 0; ++row) {
     for (ColumnBuilder& column : columns) column.writeEntry(out);
+    out->appendZeros(table.padding);
+  }
   if (!table.endsTexts) return;
   for (ColumnBuilder& column : columns) column.writeLastEntry(out);
+  out->appendZeros(table.padding);
 }
 
 bool TableBuilder::write(OutputFile* out, TableInfo* table, std::vector<std::size_t>* suspects) {

@@ -59,7 +59,8 @@ struct TableInfo {
   const char* name = nullptr;  ///< in the directory's bytes
   std::uint32_t rowCount = 0;
   std::uint32_t rowWidth = 0;
-  bool endsTexts = false;  ///< behind the last row is one more, which tells where its texts end
+  std::uint32_t padding = 0;  ///< zeros at the end of a row, which are part of its width
+  bool endsTexts = false;     ///< behind the last row is one more, which tells where its texts end
   std::uint64_t rows = 0;
   std::uint64_t fixedTextRoom = 0;  ///< of the texts that stand in a row, with their NULs
   bool hasOtherTexts = false;       ///< in a heap or a dictionary
@@ -76,7 +77,8 @@ struct Directory {
   std::vector<std::uint32_t> groupSums;
 };
 
-/// Lays the entries of the columns behind each other, in rows from `table->rows` on.
+/// Lays the entries of the columns behind each other, in rows from `table->rows` on,
+/// with padding behind them if it is worth it.
 /// False when a row would be wider than 32 bits can tell.
 bool placeColumns(TableInfo* table);
 

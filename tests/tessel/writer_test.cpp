@@ -10,6 +10,7 @@
 
 #include "loomkit/db/catalog.h"
 #include "tessel/inspector.h"
+#include "tessel/store/store.h"
 #include "tests/tessel/store_fixture.h"
 
 namespace {
@@ -167,6 +168,31 @@ TEST(TesselWriter, RowsMayLieAcrossBlocks) {
     GDbRecordSet set;
     ASSERT_EQ(table->lookupKey(GDbKey(1, i * 700000), &set), GDbNoError);
     ASSERT_EQ(textsOf(set), Texts{expected[static_cast<std::size_t>(i)]});
+  }
+}
+
+TEST(TesselWriter, RowsThatNearlyFillACacheLineArePadded) {
+  const ScratchDirectory scratch;
+  const std::string path = scratch / "t.tessel";
+  for (const auto& [width, padded] :
+       {std::pair(16U, 16U), std::pair(28U, 28U), std::pair(29U, 32U), std::pair(31U, 32U),
+        std::pair(32U, 32U), std::pair(33U, 33U), std::pair(56U, 56U), std::pair(57U, 64U),
+        std::pair(63U, 64U), std::pair(64U, 64U), std::pair(65U, 65U), std::pair(127U, 127U)}) {
+    // A text in a heap takes four bytes of a row, and a fixed one has a NUL.
+    std::vector<Cells> rows;
+    Texts expected;
+    for (std::size_t i = 0; i < 600; ++i) {
+      const std::string fixed(width - 5, static_cast<char>('a' + i % 26));
+      const std::string loose = std::string(i % 80, 'n') + std::to_string(i);
+      const std::string number = std::to_string(i);
+      rows.push_back({fixed.substr(number.size()) + number, loose});
+      expected.push_back(fixed.substr(number.size()) + number + "|" + loose);
+    }
+    writeStore(path, structureOf({{"fixed", GDbFieldString}, {"loose", GDbFieldString}}), {}, rows);
+    tessel::Store store;
+    ASSERT_EQ(store.open(path), tessel::Error::none);
+    EXPECT_EQ(store.tables()[0].rowWidth, padded) << width;
+    EXPECT_EQ(contentOf(path), expected) << width;
   }
 }
 
