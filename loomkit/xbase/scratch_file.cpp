@@ -15,6 +15,7 @@ namespace loomkit::xbase {
 namespace {
 
 constexpr char role[] = "Temporary Working File";
+constexpr char work[] = "Sorting";  // the only one that needs such a file
 constexpr std::size_t bufferSize = 256U << 10;
 constexpr unsigned lastNumber = 99999;
 
@@ -39,7 +40,7 @@ ScratchFile::~ScratchFile() {
 }
 
 int ScratchFile::failed(int code) {
-  return fail(*engine, code, engine->report.files, fileNameLine(path).c_str(), role);
+  return fail(*engine, code, engine->report.files, fileNameLine(path).c_str(), role, work);
 }
 
 int ScratchFile::open() {

@@ -109,6 +109,7 @@ TEST_F(KeySorterTest, PutsTheScratchFileWhereTempSays) {
     result = again.add(reinterpret_cast<const unsigned char*>("keys"), record);
   ASSERT_FALSE(reports.empty());
   EXPECT_THAT(reports.back(), ::testing::HasSubstr("Temporary Working File"));
+  EXPECT_THAT(reports.back(), ::testing::HasSubstr("Sorting"));
   takeError();
 }
 
