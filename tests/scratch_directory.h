@@ -4,6 +4,7 @@
 #ifndef LOOMKIT_TESTS_SCRATCH_DIRECTORY_H
 #define LOOMKIT_TESTS_SCRATCH_DIRECTORY_H
 
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -32,6 +33,12 @@ class ScratchDirectory {
   /// Writes a file and gives its path.
   std::string write(const std::string& name, const std::string& content = {}) const {
     std::ofstream(*this / name, std::ios::binary) << content;
+    return *this / name;
+  }
+  /// A file of so many zero bytes, of which the disk keeps only the last block:
+  /// `resize_file` of MinGW asks for room for all of them.
+  [[nodiscard]] std::string writeSparse(const std::string& name, std::int64_t size) const {
+    std::ofstream(*this / name, std::ios::binary).seekp(size - 1).put('\0');
     return *this / name;
   }
   [[nodiscard]] std::string read(const std::string& name) const {

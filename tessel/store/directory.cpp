@@ -48,6 +48,14 @@ bool isKnown(const Column& column) {
   });
 }
 
+// Rows of 32 and of 64 bytes lie in one line of the processor's cache each. Where little
+// is missing to that, a row is padded.
+std::uint32_t paddedWidth(std::uint32_t width) {
+  for (const std::uint32_t wanted : {32U, 64U})
+    if (width <= wanted && wanted - width <= width / 8) return wanted;
+  return width;
+}
+
 // Where the parts of the directory begin. Each count is of 32 bits and each
 // record small, so that no sum exceeds 64.
 struct Parts {
@@ -249,18 +257,6 @@ class DirectoryReader {
   std::uint32_t nextColumn = 0;
   std::vector<Section> sections;
 };
-
-}  // namespace
-
-namespace {
-
-// Rows of 32 and of 64 bytes lie in one line of the processor's cache each. Where little
-// is missing to that, a row is padded.
-std::uint32_t paddedWidth(std::uint32_t width) {
-  for (const std::uint32_t wanted : {32U, 64U})
-    if (width <= wanted && wanted - width <= width / 8) return wanted;
-  return width;
-}
 
 }  // namespace
 

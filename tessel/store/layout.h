@@ -72,8 +72,8 @@ inline constexpr Le32 name{0};
 inline constexpr Le32 rowCount{name.end()};
 inline constexpr Le32 fieldCount{rowCount.end()};
 inline constexpr Le32 indexCount{fieldCount.end()};
-inline constexpr Le64 rows{
-    indexCount.end()};  ///< section: the entries of each row, in the order of the fields
+/// Section: the entries of each row, in the order of the fields.
+inline constexpr Le64 rows{indexCount.end()};
 inline constexpr std::size_t size = 24;
 static_assert(rows.end() == size);
 }  // namespace table
@@ -86,8 +86,8 @@ inline constexpr U8 coding{storage.end()};
 inline constexpr U8 reserved{coding.end()};
 inline constexpr Le32 width{reserved.end()};         ///< bytes of its entry in a row
 inline constexpr Le32 dictionaryCount{width.end()};  ///< texts in the dictionary
-inline constexpr Le64 dictionary{
-    dictionaryCount.end()};                    ///< section: where the texts begin and end
+/// Section: where the texts begin and end.
+inline constexpr Le64 dictionary{dictionaryCount.end()};
 inline constexpr Le64 heap{dictionary.end()};  ///< section: the texts' bytes
 inline constexpr Le64 heapSize{heap.end()};
 inline constexpr std::size_t size = 40;

@@ -104,7 +104,7 @@ class Terms {
   std::vector<Term> many;
 };
 
-// There are few of them, mostly one: a plain loop is done before a search has begun.
+// Lookups have few terms, mostly one, so that nothing beats a plain loop.
 inline const Term* findTerm(Terms* terms, const Column* column) {
   for (const Term& term : *terms)
     if (term.column == column) return &term;

@@ -94,10 +94,8 @@ TEST(OddFiles, MayBeEmptyOrHuge) {
   const ScratchDirectory scratch;
   GFile empty(scratch.write("empty"));
   EXPECT_EQ(contentOf(empty), "");
-  const std::string path = scratch.write("huge");
-  constexpr std::int64_t size = std::int64_t{5} << 30;  // with nothing in it
-  std::filesystem::resize_file(path, size);
-  GFile huge(path);
+  constexpr std::int64_t size = std::int64_t{5} << 30;
+  GFile huge(scratch.writeSparse("huge", size));
   const std::unique_ptr<std::istream> in(huge.getInStream(true));
   ASSERT_NE(in, nullptr);
   in->seekg(size - 1);

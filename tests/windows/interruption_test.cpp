@@ -3,7 +3,6 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -77,8 +76,7 @@ std::vector<std::string> namesIn(const std::string& directory) {
 void endsGzip(const std::string& commandBefore) {
   const ScratchDirectory scratch;
   const std::string directory = scratch / "";
-  std::ofstream(directory + "big").put(' ');
-  std::filesystem::resize_file(directory + "big", std::uintmax_t{2'000'000'000});
+  (void)scratch.writeSparse("big", 2'000'000'000);
   const LoomInConsole loom(commandBefore + "gzip big", directory);
   while (loom.isRunning() && namesIn(directory).size() == 1) ::Sleep(10);
   ASSERT_TRUE(loom.isRunning());
