@@ -18,9 +18,9 @@
 
 namespace {
 
-// The columns of an index by their numbers; false when a name is none of a field.
-bool findColumns(const GDbStructure& structure, const std::string& names,
-                 std::vector<std::int32_t>* numbers) {
+// The columns of an index by their numbers. What is wrong with their names, or "".
+std::string findColumns(const GDbStructure& structure, const std::string& names,
+                        std::vector<std::int32_t>* numbers) {
   std::vector<std::string> parts;
   // A field's own name may hold a comma.
   if (structure.getFieldId(names) >= 0)
@@ -29,11 +29,12 @@ bool findColumns(const GDbStructure& structure, const std::string& names,
     gSplit(names, ",", &parts);
   for (const std::string& part : parts) {
     const int number = structure.getFieldId(part);
-    if (number < 0 || std::find(numbers->begin(), numbers->end(), number) != numbers->end())
-      return false;
+    if (number < 0) return "no field '" + part + "'";
+    if (std::find(numbers->begin(), numbers->end(), number) != numbers->end())
+      return part + " is there twice";
     numbers->push_back(number);
   }
-  return !numbers->empty();
+  return {};
 }
 
 // The indexes of the structure, and those that its fields ask for.
@@ -162,8 +163,9 @@ GDbStatus tessel::StoreWriter::addFields(const GDbStructure& structure, tessel::
 GDbStatus tessel::StoreWriter::addIndexes(const GDbStructure& structure) {
   for (const GDbIndex& index : wantedIndexes(structure)) {
     std::vector<std::int32_t> numbers;
-    if (!findColumns(structure, index.getColumns(), &numbers))
-      return fail(GDbInvalidFieldName, "index on " + index.getColumns() + ": no such fields");
+    const std::string wrong = findColumns(structure, index.getColumns(), &numbers);
+    if (!wrong.empty())
+      return fail(GDbInvalidFieldName, "index on " + index.getColumns() + ": " + wrong);
     const std::string& name = index.getName().empty() ? index.getColumns() : index.getName();
     builder->addIndex(keep(name), index.isUnique(), numbers);
   }

@@ -31,20 +31,21 @@ class StoreCopy : public ::testing::Test {
 TEST_F(StoreCopy, RefusesIndexesThatCannotBe) {
   const struct {
     const char* index;
+    int code;
     const char* words;
   } cases[] = {
-      {"nosuch", "index on nosuch: no such fields"},
-      {"c1,nosuch", "index on c1,nosuch: no such fields"},
-      {"C1", "index on C1: no such fields"},
-      {"c1,c1", "index on c1,c1: no such fields"},
-      {"c1,", "index on c1,: no such fields"},
-      {"''", "index on : no such fields"},
-      {":unique", "index on : no such fields"},
-      {"c1:uniqe", "index on c1:uniqe: no such fields"},
+      {"nosuch", 2, "--index nosuch: no column 'nosuch'"},
+      {"c1,nosuch", 2, "--index c1,nosuch: no column 'nosuch'"},
+      {"C1", 2, "--index C1: no column 'C1'; did you mean 'c1'?"},
+      {"c1,", 2, "--index c1,: no column ''"},
+      {"c1:uniqe", 2, "--index c1:uniqe: no column 'c1:uniqe'"},
+      {"c1,c1", 6, "s.tessel: index on c1,c1: c1 is there twice"},
+      {"''", 2, "--index : no column ''"},
+      {":unique", 2, "--index : no column ''"},
   };
   for (const auto& row : cases) {
     EXPECT_EQ(copy("--index " + std::string(row.index) + " csv:. wood tessel:s.tessel"),
-              (Ended{6, "", "loom: s.tessel: " + std::string(row.words) + "\n"}))
+              (Ended{row.code, "", "loom: " + std::string(row.words) + "\n"}))
         << row.index;
     EXPECT_FALSE(hasStore()) << row.index;
   }

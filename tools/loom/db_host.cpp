@@ -14,6 +14,7 @@
 #include "loomkit/db/postgresql/postgresql_database.h"
 #include "loomkit/db/sql/sql_database_impl.h"
 #include "loomkit/db/sql/sql_query.h"
+#include "loomkit/text/letter_case.h"
 #include "loomkit/text/output.h"
 #include "loomkit/text/string_util.h"
 #include "path_of.h"
@@ -104,9 +105,7 @@ std::string escaped(const std::string& path) {
 }
 
 bool sameName(const std::string& a, const std::string& b, bool anyCase) {
-  const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c | 32) : c; };
-  return a == b || (anyCase && std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                                          [&](char x, char y) { return lower(x) == lower(y); }));
+  return a == b || (anyCase && loomkit::lowerCased(a) == loomkit::lowerCased(b));
 }
 
 bool askForPassword(const std::string& user, std::string* password) {

@@ -8,7 +8,7 @@
 
 namespace loom {
 
-/// The nearest of the names, or an empty text when none is near.
+/// The nearest of the names, capital letters or not, or an empty text when none is near.
 [[nodiscard]] std::string nearestOf(const std::string& word, const std::vector<std::string>& names);
 
 /// The nearest of the names as the end of a sentence, "; did you mean 'eval'?",

@@ -6,6 +6,7 @@
 
 #include "command.h"
 #include "db_host.h"
+#include "did_you_mean.h"
 #include "loomkit/db/catalog.h"
 #include "loomkit/db/locator.h"
 #include "loomkit/streams/file.h"
@@ -75,13 +76,28 @@ std::vector<GDbIndex> indexesOf(const CopyJob& job) {
   return indexes;
 }
 
+// Refuses a column of an index that is none, with a guess at what was meant.
+void requireColumns(const GDbIndex& index, const GDbStructure& structure) {
+  // A column's own name may hold a comma.
+  if (structure.getFieldId(index.getColumns()) >= 0) return;
+  std::vector<std::string> names;
+  for (const GDbField& field : structure.getFields()) names.push_back(field.getName());
+  for (const std::string& column : columnsOf(index))
+    if (structure.getFieldId(column) < 0)
+      throw Failure(ExitCode::usage, "--index " + index.getColumns() + ": no column '" + column +
+                                         "'" + didYouMean(column, names));
+}
+
 }  // namespace
 
 unsigned long copyToStore(const CopyJob& job) {
   const std::unique_ptr<RowSource> source = job.open();
   const std::string path = storePath(job.locator);
   GDbStructure structure = structureOf(*source);
-  for (const GDbIndex& index : indexesOf(job)) structure.addIndex(index);
+  for (const GDbIndex& index : indexesOf(job)) {
+    requireColumns(index, structure);
+    structure.addIndex(index);
+  }
   GTesselWriter writer(path);
   keepTables(job.locator, path, &writer);
   requireWritten(writer, writer.beginTable(job.name, structure));
