@@ -275,6 +275,36 @@ TEST_F(ExactValues, AnIntegerOfAnXBaseTableBeyondAllDigitsIsNamed) {
             (Ended{4, "5\n", "loom: big: row 2, column N: an integer of more than 15 digits\n"}));
 }
 
+// The backend's reader misses 1.68 by its last bit, and 0.500000000 by more.
+TEST_F(ExactValues, DecimalsOfXBaseTablesArriveAsTheyAreWritten) {
+  const std::string xbase = "xbase:" + folder;
+  std::string rows = "N,X\n";
+  for (int i = 1; i < 1000; ++i) {
+    std::string digits = std::to_string(1000 + i).substr(1);
+    while (digits.back() == '0') digits.pop_back();
+    const std::string number = std::to_string(i * 7919) + "." + digits;
+    rows.append(number).append(",-").append(number.substr(number.find('.') - 1)).append("\n");
+  }
+  writeFile(folder + "/rows.csv", rows);
+  ASSERT_EQ(runLoom({"db", "import", folder + "/rows.csv", xbase}).code, 0);
+  EXPECT_EQ(runLoom({"db", "export", "--line-end", "lf", xbase, "rows", "-"}).out, rows);
+  EXPECT_EQ(runLoom({"db", "get", xbase, "rows", "N=1353149.1710000001"}).code, 1);
+  EXPECT_EQ(runLoom({"db", "get", xbase, "rows", "X=-9.171"}).out, "1354149.171\t-9.171\n");
+  EXPECT_EQ(runLoom({"db", "count", "--where", "$X -9.171 ==", xbase, "rows"}).out, "1\n");
+
+  ASSERT_EQ(shell("cd " + folder +
+                  " && dbfcreate odd.dbf -n A 20 9 -n B 12 2"
+                  " && dbfadd odd.dbf -0.5 1.68 && dbfadd odd.dbf 0.1 77777777.77")
+                .code,
+            0);
+  // Another program's number with more decimals than the table states.
+  std::string bytes = readFile(folder + "/odd.dbf");
+  bytes.replace(bytes.rfind("77777777.77"), 11, "77.77777777");
+  writeFile(folder + "/odd.dbf", bytes);
+  EXPECT_EQ(runLoom({"db", "scan", xbase, "odd"}),
+            (Ended{0, "-0.5\t1.68\n0.1\t77.77777777\n", ""}));
+}
+
 TEST_F(ExactValues, ACsvArchiveThatIsMissingIsAnError) {
   writeFile(folder + "/a.csv", "1\n");
   EXPECT_EQ(runLoom({"db", "tables", csv + "?zipfile=no.zip"}),

@@ -2,6 +2,7 @@
 #include "row_source.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <utility>
 
@@ -107,25 +108,53 @@ class QueryRows : public RowSource {
   std::vector<std::size_t> expected;  // the reader of each column
 };
 
+// The decimals of a column whose numbers stand in the table as texts, such as F(9,2) of
+// an xBase table, and 0 of others.
+int decimalsOf(const Column& column) {
+  const std::string& declared = column.declared;
+  const std::size_t comma = declared.find(',');
+  int decimals = 0;
+  if (comma != std::string::npos)
+    std::from_chars(&declared[comma + 1], declared.data() + declared.size(), decimals);
+  return decimals;
+}
+
+// The double that is nearest to a number as it is written. The backend's reader may miss
+// that by some of the last bits, so that 1.68 would not be equal to 1.68. A text with more
+// decimals than its column has is further away, and its number stays as it was read.
+double asWritten(double value, int decimals) {
+  constexpr double missed = 1e-14;
+  char text[640];  // 309 digits, the point, 255 decimals
+  const auto [end, error] =
+      std::to_chars(text, std::end(text), value, std::chars_format::fixed, decimals);
+  double nearest = value;
+  if (error == std::errc()) std::from_chars(text, end, nearest);
+  return std::abs(nearest - value) <= missed * std::abs(value) ? nearest : value;
+}
+
 // Makes rows of records. Integers of CSV tables come as texts and those of xBase tables as
 // doubles, since the backends keep 32 bits of an integer.
 class RecordRows : public RowSource {
  protected:
   RecordRows(const std::string& itsName, std::vector<Column> itsColumns,
              std::vector<int> itsPositions)
-      : RowSource(itsName, std::move(itsColumns)), positions(std::move(itsPositions)) {}
+      : RowSource(itsName, std::move(itsColumns)), positions(std::move(itsPositions)) {
+    std::transform(fields.begin(), fields.end(), std::back_inserter(decimals), decimalsOf);
+  }
 
   void take(const GDbRecord& record, Row* row) const {
     const GDbTypedRow typed(record, nameless);
     row->resize(fields.size());
     for (std::size_t i = 0; i < fields.size(); ++i)
-      (*row)[i] = convert(cellOf(typed, positions[i]), fields[i]);
+      (*row)[i] = convert(cellOf(typed, positions[i]), i);
   }
 
  private:
-  [[nodiscard]] Cell convert(Cell cell, const Column& column) const {
+  [[nodiscard]] Cell convert(Cell cell, std::size_t field) const {
+    const Column& column = fields[field];
     const auto* real = std::get_if<double>(&cell);
     if (real != nullptr && column.type == GDbFieldInt) return wholeNumber(*real, column);
+    if (real != nullptr && decimals[field] > 0) return asWritten(*real, decimals[field]);
     const auto* text = std::get_if<std::string>(&cell);
     if (text == nullptr || column.type == GDbFieldString) return cell;
     Cell value;
@@ -145,6 +174,7 @@ class RecordRows : public RowSource {
   }
 
   std::vector<int> positions;
+  std::vector<int> decimals;  // of each column
   const GDbStructure nameless;
 };
 
