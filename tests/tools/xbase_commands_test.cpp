@@ -99,6 +99,14 @@ TEST(XBaseCommand, AddsTags) {
   EXPECT_THAT(wrong.err, HasSubstr("parts.dbf: XBase error -490: Unrecognized Value\n"));
 }
 
+TEST(XBaseCommand, TakesTheFileOfATableForItsDirectory) {
+  const std::string dir = partsFolder();
+  EXPECT_EQ(runLoom({"xbase", "check", dir + "/parts.dbf"}), (Ended{0, "parts: whole\n", ""}));
+  EXPECT_EQ(runLoom({"xbase", "info", dir + "/parts.dbf"}), runLoom({"xbase", "info", dir}));
+  EXPECT_EQ(runLoom({"xbase", "check", dir + "/parts.dbf", "other"}),
+            (Ended{3, "", "loom: there is no table other in " + dir + "/parts.dbf\n"}));
+}
+
 // As a program leaves it that was killed.
 TEST(XBaseCommand, MendsAnIndexThatWasLeftInTheMidstOfAChange) {
   const std::string dir = partsFolder();

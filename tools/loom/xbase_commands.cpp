@@ -30,9 +30,11 @@ std::string inCapitals(std::string text) {
   return text;
 }
 
-// The tables of a directory, by name: the files that end in ".dbf".
+// The tables of a directory, by name: the files that end in ".dbf". A file is a table by
+// itself, since that is what a shell completes.
 std::vector<fs::path> tablesOf(const std::string& directory) {
   std::error_code error;
+  if (fs::is_regular_file(pathOf(directory), error)) return {pathOf(directory)};
   std::vector<fs::path> found;
   for (fs::directory_iterator entry(pathOf(directory), error), end; !error && entry != end;
        entry.increment(error)) {
@@ -283,8 +285,9 @@ ExitCode memo(const Invocation& call) {
   return ExitCode::done;
 }
 
-constexpr Operand directoryOperand = {
-    .name = "DIR", .help = "The directory of the tables.", .completes = Completes::directories};
+constexpr Operand directoryOperand = {.name = "DIR",
+                                      .help = "The directory of the tables, or the file of one.",
+                                      .completes = Completes::files};
 constexpr Operand oneTable = {.name = "TABLE", .help = "The table's name, in any letter case."};
 constexpr Operand anyTable = {
     .name = "TABLE", .help = "The table's name, in any letter case; all without one.", .least = 0};
