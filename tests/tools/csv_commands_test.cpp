@@ -214,7 +214,8 @@ TEST_F(CsvCommands, FillsEveryDatabaseOrSaysWhatItCannotHold) {
   for (const std::string& store : {"csv:" + folder, "xbase:" + folder, "tessel:" + folder + "/t"}) {
     writeFile(path, "id,name,price\n1,\"bolt; \"\"x\"\"\",2.5\n-20,,1000.125\n");
     EXPECT_EQ(runLoom({"db", "import", path, store, "t"}).err,
-              "loom: t: row 2, column name: cannot hold NULL\n")
+              "loom: t: row 2, column name: cannot hold NULL\n"
+              "--blank-nulls writes an empty text or 0 instead.\n")
         << store;
     EXPECT_NE(runLoom({"db", "count", store, "t"}).code, 0) << "nothing is left behind";
     writeFile(path, "id,name,price\n1,\"bolt; \"\"x\"\"\",2.5\n-20,\"\",1000.125\n");
@@ -229,6 +230,20 @@ TEST_F(CsvCommands, FillsEveryDatabaseOrSaysWhatItCannotHold) {
     EXPECT_EQ(runLoom({"db", "import", path, store, "u"}),
               (Ended{6, "", "loom: u: row 1, column id: cannot hold an integer, 5000000000\n"}));
   }
+}
+
+TEST_F(CsvCommands, BlanksNullsOnlyWhereThereAreNone) {
+  const std::string path = folder + "/in.csv";
+  writeFile(path, "id,name,price\n1,bolt,2.5\n,,\n");
+  for (const std::string& store : {"csv:" + folder, "xbase:" + folder, "tessel:" + folder + "/t"}) {
+    EXPECT_EQ(runLoom({"db", "import", "--blank-nulls", path, store, "t"}).code, 0);
+    EXPECT_EQ(runLoom({"db", "scan", store, "t"}).out, "1\tbolt\t2.5\n0\t\t0\n") << store;
+  }
+  EXPECT_EQ(runLoom({"db", "import", "--blank-nulls", path, file, "t"}).code, 0);
+  EXPECT_EQ(runLoom({"db", "scan", file, "t"}).out, "1\tbolt\t2.5\n\\N\t\\N\t\\N\n");
+  EXPECT_EQ(runLoom({"db", "copy", "--blank-nulls", "--as", "u", file, "t", "xbase:" + folder}),
+            (Ended{0, "2 records\n", ""}));
+  EXPECT_EQ(runLoom({"db", "scan", "xbase:" + folder, "u"}).out, "1\tbolt\t2.5\n0\t\t0\n");
 }
 
 TEST_F(CsvCommands, RefusesWhatAFormatCannotHold) {

@@ -33,7 +33,8 @@ TEST(XBaseCopy, RefusesWhatAFieldCannotHoldAndLeavesNothingBehind) {
     const char* second;
     const char* reason;
   } rows[] = {
-      {"INTEGER", "0", "NULL", "cannot hold NULL"},
+      {"INTEGER", "0", "NULL",
+       "cannot hold NULL\n--blank-nulls writes an empty text or 0 instead."},
       {"INTEGER", "0", "3000000000", "cannot hold an integer, 3000000000"},
       {"INTEGER", "0", "'x'", "cannot hold a text, x"},
       {"DOUBLE", "0", "1e30", "cannot hold a number, 1e+30"},

@@ -19,8 +19,9 @@ namespace loom {
 
 /// What a LOCATOR operand is, for the help of commands.
 inline constexpr std::string_view locatorHelp =
-    "The database: csv:DIRECTORY, sqlite3:FILE, tessel:FILE or postgresql://USER@HOST/NAME, with "
-    "options behind ?. Passwords are better kept in ~/.pgpass than typed here.";
+    "The database: csv:DIRECTORY, xbase:DIRECTORY, sqlite3:FILE, tessel:FILE or "
+    "postgresql://USER@HOST/NAME, with options behind ?. Passwords are better kept in ~/.pgpass "
+    "than typed here.";
 
 /// Throws Failure where a database or table cannot be opened. The database's own
 /// words stand behind ours in it, or the system's, where a file cannot be read.

@@ -154,6 +154,38 @@ class RecordTarget : public Target {
   GDbRecordSet batch;
 };
 
+// Rows of another source, with an empty value where they have none.
+class BlankedRows : public RowSource {
+ public:
+  explicit BlankedRows(std::unique_ptr<RowSource> itsSource)
+      : RowSource(itsSource->name(), itsSource->columns()), source(std::move(itsSource)) {}
+
+ protected:
+  bool read(Row* row) override {
+    if (!source->next(row)) return false;
+    for (std::size_t i = 0; i < row->size(); ++i)
+      if (isNull((*row)[i])) (*row)[i] = blankOf(fields[i].type);
+    return true;
+  }
+
+ private:
+  static Cell blankOf(GDbFieldType type) {
+    switch (type) {
+      case GDbFieldInt:
+      case GDbFieldUInt:
+        return std::int64_t{0};
+      case GDbFieldFloat:
+        return 0.0;
+      case GDbFieldBlob:
+        return Blob{};
+      default:
+        return std::string();
+    }
+  }
+
+  std::unique_ptr<RowSource> source;
+};
+
 bool contains(const std::vector<std::string>& names, const std::string& name) {
   return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -267,10 +299,12 @@ GDbStructure structureOf(const RowSource& source) {
 
 Failure cannotHold(const RowSource& source, std::size_t index, const Cell& cell,
                    const std::string& target) {
-  return {ExitCode::cannotWrite, target + ": row " + std::to_string(source.number()) + ", column " +
-                                     source.columns()[index].name + ": cannot hold " +
-                                     std::string(kindOf(cell)) +
-                                     (isNull(cell) ? "" : ", " + excerpt(cellText(cell)))};
+  const std::string reason = target + ": row " + std::to_string(source.number()) + ", column " +
+                             source.columns()[index].name + ": cannot hold " +
+                             std::string(kindOf(cell));
+  if (isNull(cell))
+    return {ExitCode::cannotWrite, reason, "--blank-nulls writes an empty text or 0 instead."};
+  return {ExitCode::cannotWrite, reason + ", " + excerpt(cellText(cell))};
 }
 
 loomkit::RecordOwner recordOf(const RowSource& source, const Row& row, const std::string& target) {
@@ -313,10 +347,14 @@ unsigned long copyRows(const CopyJob& job) {
 
 unsigned long copyTable(const CopyJob& job) {
   const std::string type = loomkit::locatorType(job.locator);
-  if (type == "tessel") return copyToStore(job);
-  if (type == "csv") return copyToText(job);
-  if (type == "xbase") return copyToXBase(job);
-  return copyRows(job);
+  const auto copy = type == "tessel"  ? copyToStore
+                    : type == "csv"   ? copyToText
+                    : type == "xbase" ? copyToXBase
+                                      : copyRows;
+  if (!job.blankNulls || copy == copyRows) return copy(job);
+  CopyJob blanked = job;
+  blanked.open = [&job] { return std::make_unique<BlankedRows>(job.open()); };
+  return copy(blanked);
 }
 
 }  // namespace loom

@@ -39,6 +39,11 @@ inline void showRows(ProgressBar& progress, const RowSource& source) {
   if (source.number() % step == 0) progress.show(source.number());
 }
 
+/// The option of a command that copies tables.
+inline constexpr Option blankNullsOption = {
+    .names = "--blank-nulls",
+    .help = "Write an empty text or 0 for a NULL, in a database that has none."};
+
 /// A table that is to be copied into another database.
 struct CopyJob {
   /// Opens the source's rows, from the first one. Called again where a target has to
@@ -54,6 +59,8 @@ struct CopyJob {
   TableShape shape = {};
   /// Whether the source is an SQLite file, whose words for the columns SQLite keeps.
   bool fromSqlite = false;
+  /// Whether a NULL becomes an empty text or 0 in a database that has none.
+  bool blankNulls = false;
   /// Further ones, for a table store: "COLUMN,..." or "COLUMN,...:unique".
   std::vector<std::string> storeIndexes = {};
 };
