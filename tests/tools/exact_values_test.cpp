@@ -2,6 +2,7 @@
 // loom db and loom sql keep every value as it is, or fail by row and column.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "run_program.h"
@@ -303,6 +304,74 @@ TEST_F(ExactValues, DecimalsOfXBaseTablesArriveAsTheyAreWritten) {
   writeFile(folder + "/odd.dbf", bytes);
   EXPECT_EQ(runLoom({"db", "scan", xbase, "odd"}),
             (Ended{0, "-0.5\t1.68\n0.1\t77.77777777\n", ""}));
+}
+
+TEST_F(ExactValues, TextsOfXBaseTablesAreOfTheirCodePage) {
+  const std::string xbase = "xbase:" + folder;
+  const auto scan = [&](const std::string& options) {
+    return runLoom({"db", "scan", xbase + options, "names"});
+  };
+  ASSERT_EQ(shell("cd " + folder +
+                  " && dbfcreate names.dbf -s NAME 8 -n N 3 0 && dbfadd names.dbf Zo? 1"
+                  " && dbfadd names.dbf plain 2")
+                .code,
+            0);
+  std::string bytes = readFile(folder + "/names.dbf");
+  bytes.replace(bytes.find("Zo?"), 3, "Zo\xeb");
+  const auto withDriver = [&](char number) {
+    bytes[29] = number;
+    writeFile(folder + "/names.dbf", bytes);
+  };
+  const struct {
+    char driver;
+    const char* options;
+    const char* name;
+  } rows[] = {
+      {'\x57', "", "Zoë"},
+      {'\x03', "", "Zoë"},
+      {'\x02', "", "ZoÙ"},
+      {'\xc9', "", "Zoл"},
+      {'\x00', "", "Zo\xeb"},
+      {'\x7f', "", "Zo\xeb"},  // of none that is known
+      {'\x57', "?encoding=CP850", "ZoÙ"},
+      {'\x57', "?encoding=UTF-8", "Zo\xeb"},  // which it is not
+  };
+  for (const auto& row : rows) {
+    withDriver(row.driver);
+    EXPECT_EQ(scan(row.options), (Ended{0, std::string(row.name) + "\t1\nplain\t2\n", ""}))
+        << row.options << " with " << int{row.driver};
+  }
+  withDriver('\x57');
+  EXPECT_EQ(scan("?encoding=none"), (Ended{2, "", "loom: there is no encoding 'none'\n"}));
+  EXPECT_EQ(scan("?coding=CP850").code, 2);
+  ASSERT_EQ(runLoom({"xbase", "reindex", "--tag", "NAME=NAME", folder}).code, 0);
+  for (const std::string name : {"Zoë", "plain"})
+    EXPECT_TRUE(runLoom({"db", "get", xbase, "names", "NAME=" + name}).out.starts_with(name));
+
+  // What another program says beside the table counts more than the header.
+  writeFile(folder + "/names.cpg", "1251");
+  EXPECT_EQ(scan("").out, "Zoл\t1\nplain\t2\n");
+  writeFile(folder + "/names.cpg", "UTF-8\n");
+  EXPECT_EQ(scan("").out, "Zo\xeb\t1\nplain\t2\n");
+  writeFile(folder + "/names.cpg", "something else");
+  EXPECT_EQ(scan("").out, "Zoë\t1\nplain\t2\n");
+}
+
+TEST_F(ExactValues, NationalTextsInAnXBaseTableAreToldToOtherPrograms) {
+  writeFile(folder + "/in.csv", "name\nZoë\n");
+  const std::string xbase = "xbase:" + folder;
+  ASSERT_EQ(runLoom({"db", "import", folder + "/in.csv", xbase, "t"}).code, 0);
+  EXPECT_EQ(readFile(folder + "/t.cpg"), "UTF-8\n");
+  EXPECT_EQ(runLoom({"db", "scan", xbase, "t"}).out, "Zoë\n");
+  EXPECT_NE(shell("cd " + folder + " && ogrinfo -ro -al t.dbf 2>/dev/null").out.find("= Zoë\n"),
+            std::string::npos);
+  writeFile(folder + "/in.csv", "name\nZoe\n");
+  ASSERT_EQ(runLoom({"db", "import", folder + "/in.csv", xbase, "u"}).code, 0);
+  EXPECT_FALSE(std::filesystem::exists(folder + "/u.cpg"));
+  EXPECT_EQ(
+      runLoom({"db", "copy", "--as", "v", xbase, "u", xbase + "?encoding=CP850"}),
+      (Ended{2, "",
+             "loom: " + xbase + "?encoding=CP850: texts are written as UTF-8, without options\n"}));
 }
 
 TEST_F(ExactValues, ACsvArchiveThatIsMissingIsAnError) {

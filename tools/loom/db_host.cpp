@@ -20,6 +20,7 @@
 #include "path_of.h"
 #include "readable_file.h"
 #include "terminal.h"
+#include "xbase_encoding.h"
 
 namespace loom {
 
@@ -273,11 +274,8 @@ void DbHost::checkOptions(const std::vector<std::string>& options) {
   static constexpr struct {
     std::string_view type;
     std::string_view option;  // with "=", what it begins with
-  } known[] = {{"sqlite3", "readonly"},
-               {"sqlite3", "readwrite"},
-               {"sqlite3", "create"},
-               {"csv", "zipfile="},
-               {"csv", "order="}};
+  } known[] = {{"sqlite3", "readonly"}, {"sqlite3", "readwrite"}, {"sqlite3", "create"},
+               {"csv", "zipfile="},     {"csv", "order="},        {"xbase", "encoding="}};
   // A server's options are its own library's to judge.
   if (typeId == "postgresql" || typeId == "postgres") return;
   for (const std::string& option : options) {
@@ -287,7 +285,10 @@ void DbHost::checkOptions(const std::vector<std::string>& options) {
     });
     if (!fits && !option.empty())
       throw Failure(ExitCode::usage, shownName + ": there is no option '" + option + "'");
+    if (fits && typeId == "xbase") encoding = option.substr(option.find('=') + 1);
   }
+  if (!encoding.empty() && !isEncoding(encoding))
+    throw Failure(ExitCode::usage, "there is no encoding '" + encoding + "'");
 }
 
 void DbHost::checkFile(const std::filesystem::path& file) const {
@@ -528,7 +529,15 @@ std::unique_ptr<RowSource> DbHost::tableRows(const std::string& name,
   }
   std::unique_ptr<GDbTable> whole = openTable(name, structure);
   std::vector<int> positions = positionsIn(*whole, columns);
-  return rowsOfTable(std::move(whole), std::move(columns), std::move(positions));
+  return decodedRows(rowsOfTable(std::move(whole), std::move(columns), std::move(positions)),
+                     encodingOf(name));
+}
+
+// The encoding of an xBase table's texts where they have to be decoded.
+std::string DbHost::encodingOf(const std::string& table) const {
+  const bool isSaid = typeId != "xbase" || !encoding.empty();
+  const std::string found = isSaid ? encoding : xbaseEncoding(fileOf(table));
+  return sameName(found, "UTF-8", true) ? std::string() : found;
 }
 
 // The structure with which the table can be looked up in, or nothing.
@@ -557,11 +566,17 @@ std::optional<GDbStructure> DbHost::lookupStructure(const std::string& name,
   return structure;
 }
 
+void DbHost::tellEncoding(const std::string& table) const { tellXBaseIsUtf8(fileOf(table)); }
+
 // What a lookup by an index or a key finds, perhaps more than that; null where there is
-// no way to look these columns up.
+// no way to look these columns up. Keys of xBase tables are compared as they lie in the
+// file, where a text in UTF-8 with national characters would not be found.
 std::unique_ptr<RowSource> DbHost::lookedUp(const std::string& name,
                                             const std::vector<Column>& columns,
                                             const MatchedValues& values) const {
+  const std::string encoded = encodingOf(name);
+  const auto isNational = [](const auto& value) { return isNationalText(value.second); };
+  if (!encoded.empty() && std::any_of(values.begin(), values.end(), isNational)) return nullptr;
   const std::optional<GDbStructure> structure = lookupStructure(name, columns, values);
   GDbTable* made = nullptr;
   if (!structure || opened->openTable(name, &*structure, &made) != GDbNoError) return nullptr;
@@ -573,7 +588,8 @@ std::unique_ptr<RowSource> DbHost::lookedUp(const std::string& name,
   auto records = std::make_unique<GDbRecordSet>();
   if (table->lookupKeys(keys.data(), static_cast<int>(keys.size()), records.get()) != GDbNoError)
     return nullptr;
-  return rowsOfRecords(name, std::move(records), columns, std::move(positions));
+  return decodedRows(rowsOfRecords(name, std::move(records), columns, std::move(positions)),
+                     encoded);
 }
 
 }  // namespace loom

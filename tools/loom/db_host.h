@@ -78,6 +78,9 @@ class DbHost {
   [[nodiscard]] std::string quotedColumn(const std::string& name) const;
   [[nodiscard]] std::string quotedTable(const std::string& name) const;
 
+  /// Tells other programs that the texts of an xBase table are UTF-8.
+  void tellEncoding(const std::string& table) const;
+
   /// Throws a Failure of a status with the database's own words.
   void check(GDbStatus status, const std::string& what) const;
 
@@ -107,6 +110,7 @@ class DbHost {
   [[nodiscard]] std::unique_ptr<RowSource> lookedUp(const std::string& name,
                                                     const std::vector<Column>& columns,
                                                     const MatchedValues& values) const;
+  [[nodiscard]] std::string encodingOf(const std::string& table) const;
   void openReadOnly(const std::string& locator);
   void run(const std::string& statement) const;
   [[nodiscard]] std::vector<Column> sqliteColumns(const std::string& name) const;
@@ -128,6 +132,7 @@ class DbHost {
   std::string shownName;
   std::string typeId;
   std::string path;        // of the directory or file
+  std::string encoding;    // that the locator says, of an xBase database
   bool readsFiles = true;  // whether tables are files of the directory
   bool hasArchive = false;
   MadeFile madeFile;  // outlives the database that has it open

@@ -6,9 +6,11 @@
 #include <cmath>
 
 #include "db_host.h"
+#include "loomkit/db/locator.h"
 #include "loomkit/db/record_set.h"
 #include "loomkit/text/string_util.h"
 #include "progress_bar.h"
+#include "xbase_encoding.h"
 
 namespace loom {
 
@@ -132,23 +134,31 @@ GDbStructure structureFor(const CopyJob& job, const RowSource& source,
   return structure;
 }
 
-void fill(const CopyJob& job, GDbTable& table) {
+// Whether any text has national characters.
+bool fill(const CopyJob& job, GDbTable& table) {
   constexpr unsigned portion = 1000;
   const std::unique_ptr<RowSource> source = job.open();
   ProgressBar progress(source->name(), job.total);
   GDbRecordSet batch;
+  bool national = false;
   for (Row row; source->next(&row); showRows(progress, *source)) {
+    national = national || std::any_of(row.begin(), row.end(), isNationalText);
     batch.addRecord(recordOf(*source, row, job.name).release());
     if (batch.getNumRecords() < portion) continue;
     require(table.insertRecords(batch), job.name);
     batch.clear();
   }
   require(table.insertRecords(batch), job.name);
+  return national;
 }
 
 }  // namespace
 
 unsigned long copyToXBase(const CopyJob& job) {
+  loomkit::Locator parts;
+  loomkit::splitLocator(job.locator, &parts);
+  if (!parts.options.empty())
+    throw Failure(ExitCode::usage, job.locator + ": texts are written as UTF-8, without options");
   const std::unique_ptr<RowSource> source = job.open();
   static_cast<void>(structureOf(*source));  // a column without a type is refused
   const std::vector<Room> rooms = measure(*source, job.name);
@@ -162,7 +172,7 @@ unsigned long copyToXBase(const CopyJob& job) {
     throw Failure(ExitCode::cannotWrite, job.name + ": " + gDbStrError(status));
   try {
     require(status, job.name);
-    fill(job, *table);
+    if (fill(job, *table)) to.tellEncoding(job.name);
   } catch (const Failure&) {
     table.reset();
     to.database()->deleteTable(job.name);
