@@ -94,9 +94,18 @@ TEST(XBaseCommand, AddsTags) {
               HasSubstr("  tag N on RECNO()\n  tag NAME on NAME\n  tag TOP on LEFT(NAME,1)\n"));
   EXPECT_EQ(runLoom({"xbase", "reindex", "--tag", "NAME", dir}),
             (Ended{2, "", "loom: --tag: not NAME=EXPR: NAME\n"}));
-  const Ended wrong = runLoom({"xbase", "reindex", "--tag", "X=NOSUCH", dir});
-  EXPECT_EQ(wrong.code, 4);
-  EXPECT_THAT(wrong.err, HasSubstr("parts.dbf: XBase error -490: Unrecognized Value\n"));
+  EXPECT_EQ(
+      runLoom({"xbase", "reindex", "--tag", "X=UPPER(NOSUCH)", dir}),
+      (Ended{5, "", "loom: XBase error -490: Unrecognized Value at byte 7 of UPPER(NOSUCH)\n"}));
+  EXPECT_EQ(runLoom({"xbase", "check", dir}), (Ended{0, "parts: whole\n", ""}));
+}
+
+TEST(XBaseCommand, ADirectoryWithoutTablesIsAnError) {
+  const std::string dir = newFolder();
+  for (const char* const command : {"info", "check", "pack", "reindex"})
+    EXPECT_EQ(runLoom({"xbase", command, dir}),
+              (Ended{3, "", "loom: there is no table in " + dir + "\n"}))
+        << command;
 }
 
 TEST(XBaseCommand, TakesTheFileOfATableForItsDirectory) {

@@ -50,6 +50,7 @@ std::vector<fs::path> tablesOf(const std::string& directory) {
 std::vector<fs::path> wantedTables(const Invocation& call) {
   const std::string directory = call.operand("DIR");
   std::vector<fs::path> tables = tablesOf(directory);
+  if (tables.empty()) throw Failure(ExitCode::cannotOpen, "there is no table in " + directory);
   if (call.operands("TABLE").empty()) return tables;
   const std::string wanted = inCapitals(call.operand("TABLE"));
   std::erase_if(tables, [&](const fs::path& path) {
@@ -220,10 +221,22 @@ std::vector<GXBaseTable::Tag> newTags(const Invocation& call) {
   return tags;
 }
 
+// Compiles an expression, or tells what is wrong with it and where.
+void compile(GXBaseTable& table, const std::string& source, GXBaseExpression* expression) {
+  if (expression->parse(&table, source)) return;
+  throw Failure(ExitCode::evaluation, expression->getErrMsg() + " at byte " +
+                                          std::to_string(expression->getErrorPosition() + 1) +
+                                          " of " + source);
+}
+
 ExitCode reindex(const Invocation& call) {
   const std::vector<GXBaseTable::Tag> added = newTags(call);
   return change(call, "indexed", [&](GXBaseTable& table) {
     if (added.empty()) return table.reindex();
+    for (const GXBaseTable::Tag& tag : added) {
+      GXBaseExpression expression;
+      compile(table, tag.expression, &expression);
+    }
     return table.openIndexes() && table.addTags(added);
   });
 }
@@ -232,12 +245,7 @@ ExitCode expr(const Invocation& call) {
   GXBaseTable table;
   requireOpen(table, wantedTables(call).front(), true);
   GXBaseExpression expression;
-  const std::string source = call.operand("EXPR");
-  if (!expression.parse(&table, source)) {
-    complain(expression.getErrMsg() + " at byte " +
-             std::to_string(expression.getErrorPosition() + 1) + " of " + source);
-    return ExitCode::evaluation;
-  }
+  compile(table, call.operand("EXPR"), &expression);
   std::optional<JsonWriter> json;
   if (call.json()) json.emplace().beginArray();
   for (unsigned record = 1; table.go(record); ++record) {
@@ -310,6 +318,8 @@ constexpr Option memoOptions[] = {
 constexpr ExitCodeMeaning tableExits[] = {
     {ExitCode::cannotOpen, "there is no such directory or table"},
     {ExitCode::damaged, "a table, its memos or its index are damaged"}};
+constexpr ExitCodeMeaning reindexExits[] = {
+    tableExits[0], tableExits[1], {ExitCode::evaluation, "a tag's expression is wrong"}};
 constexpr ExitCodeMeaning exprExits[] = {
     {ExitCode::cannotOpen, "there is no such directory or table"},
     {ExitCode::damaged, "the table is damaged"},
@@ -364,7 +374,7 @@ constexpr Command commands[] = {
      .operands = tableOperands,
      .example = LOOM_EXAMPLE_TABLE "$ loom xbase reindex --tag 'NAME=UPPER(NAME)' . parts\n"
                                    "parts: indexed\n",
-     .exits = tableExits,
+     .exits = reindexExits,
      .run = reindex},
     {.name = "expr",
      .summary = "evaluate an expression against records",
