@@ -37,6 +37,9 @@ TEST(XBaseCopy, RefusesWhatAFieldCannotHoldAndLeavesNothingBehind) {
        "cannot hold NULL\n--blank-nulls writes an empty text or 0 instead."},
       {"INTEGER", "0", "3000000000", "cannot hold an integer, 3000000000"},
       {"INTEGER", "0", "'x'", "cannot hold a text, x"},
+      {"DOUBLE", "0", "1/7.0",
+       "cannot hold a number, 0.14285714285714285\n"
+       "--decimals N rounds numbers that have more than 15 decimals."},
       {"DOUBLE", "0", "1e30", "cannot hold a number, 1e+30"},
       {"DOUBLE", "0", "9e999", "cannot hold a number, inf"},
       {"TEXT", "''", "'ab '", "cannot hold a text, ab "},
@@ -53,6 +56,29 @@ TEST(XBaseCopy, RefusesWhatAFieldCannotHoldAndLeavesNothingBehind) {
                             std::string("loom: t: row 2, column a: ") + row.reason + "\n"}))
         << row.second;
   }
+}
+
+TEST(XBaseCopy, RoundsNumbersWhereThatIsAskedFor) {
+  const std::string copy = "loom db copy sqlite3:s.db t xbase:. --decimals ";
+  const std::string folder = newFolder();
+  EXPECT_EQ(
+      shell("cd " + folder +
+            " && sqlite3 s.db 'CREATE TABLE t (id INTEGER, v DOUBLE);"
+            " INSERT INTO t VALUES (1, 1/7.0), (2, -2.675), (3, 99.999)' && " +
+            copy + "2 && loom xbase info t.dbf && loom db scan xbase:. t && rm t.* && " + copy +
+            "15 && loom db scan xbase:. t && rm t.* && " + copy + "0 && loom db scan xbase:. t"),
+      (Ended{0,
+             "3 records\n"
+             "t: 3 records of 8 bytes, version 3\n  field ID N(1)\n  field V F(6,2)\n"
+             "  tag ID on STR(ID,1,0)\n"
+             "1\t0.14\n2\t-2.67\n3\t100\n"
+             "3 records\n1\t0.142857142857143\n2\t-2.675\n3\t99.999\n"
+             "3 records\n1\t0\n2\t-3\n3\t100\n",
+             ""}));
+  for (const std::string wrong : {"16", "-1", "x", "''"})
+    EXPECT_EQ(shell("cd " + folder + " && " + copy + wrong).code, 2) << wrong;
+  EXPECT_EQ(shell("cd " + folder + " && loom db copy sqlite3:s.db t tessel:t --decimals 2"),
+            (Ended{2, "", "loom: --decimals is for xbase: databases\n"}));
 }
 
 TEST(XBaseCopy, TakesTextsOf254BytesAndRefusesLongerOnes) {

@@ -2,6 +2,7 @@
 #include "cell.h"
 
 #include <charconv>
+#include <iterator>
 
 namespace loom {
 
@@ -43,6 +44,15 @@ std::string cellText(const Cell& cell) {
   if (const auto* text = std::get_if<std::string>(&cell)) return *text;
   if (const auto* blob = std::get_if<Blob>(&cell)) return hexText(blob->bytes);
   return {};
+}
+
+double rounded(double value, int decimals) {
+  char text[640];  // 309 digits, the point, 255 decimals
+  const auto [end, error] =
+      std::to_chars(text, std::end(text), value, std::chars_format::fixed, decimals);
+  double nearest = value;
+  if (error == std::errc()) std::from_chars(text, end, nearest);
+  return nearest;
 }
 
 Cell cellOf(const GDbTypedRow& row, int field) {

@@ -45,6 +45,10 @@ struct Column {
 /// hexadecimal, NULL as an empty text.
 [[nodiscard]] std::string cellText(const Cell& cell);
 
+/// The double nearest to the value's text with so many decimals, of which there are at
+/// most 255.
+[[nodiscard]] double rounded(double value, int decimals);
+
 /// The field of a record.
 [[nodiscard]] Cell cellOf(const GDbTypedRow& row, int field);
 

@@ -121,7 +121,7 @@ ExitCode importCsv(const Invocation& call) {
     complain(path + ": not UTF-8, so taken for " + file.guessedEncoding() +
              " (--encoding says otherwise)");
   if (call.has("--explain")) explain(file, path);
-  job.blankNulls = call.has("--blank-nulls");
+  takeLossyOptions(call, &job);
   job.open = [&] { return file.rows(); };
   job.total = file.rowCount();
   reportCopied(call, job.name, copyTable(job));

@@ -204,7 +204,7 @@ ExitCode copy(const Invocation& call) {
   job.name = call.value("--as", table);
   job.batch = batchSize(call);
   job.fromSqlite = from.isSqlite();
-  job.blankNulls = call.has("--blank-nulls");
+  takeLossyOptions(call, &job);
   job.storeIndexes = call.values("--index");
   const bool toStore = loomkit::locatorType(job.locator) == "tessel";
   if (call.has("--index") && !toStore)
@@ -259,6 +259,7 @@ constexpr Option copyOptions[] = {
      .value = "N",
      .help = "Commits after every N records, instead of once at the end."},
     blankNullsOption,
+    decimalsOption,
     {.names = "--index",
      .value = "COLUMN,...[:unique]",
      .help = "An index for a tessel: database, on one or more columns.",
@@ -288,6 +289,7 @@ constexpr Option importOptions[] = {
      .value = "NAME",
      .help = "The encoding; by default what a byte order mark tells, or UTF-8, or ISO-8859-1."},
     blankNullsOption,
+    decimalsOption,
     explainOption};
 constexpr Option exportOptions[] = {
     columnsOption,

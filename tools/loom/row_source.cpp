@@ -124,11 +124,7 @@ int decimalsOf(const Column& column) {
 // decimals than its column has is further away, and its number stays as it was read.
 double asWritten(double value, int decimals) {
   constexpr double missed = 1e-14;
-  char text[640];  // 309 digits, the point, 255 decimals
-  const auto [end, error] =
-      std::to_chars(text, std::end(text), value, std::chars_format::fixed, decimals);
-  double nearest = value;
-  if (error == std::errc()) std::from_chars(text, end, nearest);
+  const double nearest = rounded(value, decimals);
   return std::abs(nearest - value) <= missed * std::abs(value) ? nearest : value;
 }
 

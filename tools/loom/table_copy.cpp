@@ -345,8 +345,21 @@ unsigned long copyRows(const CopyJob& job) {
 
 }  // namespace
 
+void takeLossyOptions(const Invocation& call, CopyJob* job) {
+  job->blankNulls = call.has("--blank-nulls");
+  if (!call.has("--decimals")) return;
+  constexpr std::int64_t most = 15;
+  std::int64_t decimals = 0;
+  if (!readInteger(call.value("--decimals"), &decimals) || decimals < 0 || decimals > most)
+    throw Failure(ExitCode::usage,
+                  "--decimals: not a number from 0 to 15: " + call.value("--decimals"));
+  job->decimals = static_cast<int>(decimals);
+}
+
 unsigned long copyTable(const CopyJob& job) {
   const std::string type = loomkit::locatorType(job.locator);
+  if (job.decimals >= 0 && type != "xbase")
+    throw Failure(ExitCode::usage, "--decimals is for xbase: databases");
   const auto copy = type == "tessel"  ? copyToStore
                     : type == "csv"   ? copyToText
                     : type == "xbase" ? copyToXBase

@@ -39,11 +39,6 @@ inline void showRows(ProgressBar& progress, const RowSource& source) {
   if (source.number() % step == 0) progress.show(source.number());
 }
 
-/// The option of a command that copies tables.
-inline constexpr Option blankNullsOption = {
-    .names = "--blank-nulls",
-    .help = "Write an empty text or 0 for a NULL, in a database that has none."};
-
 /// A table that is to be copied into another database.
 struct CopyJob {
   /// Opens the source's rows, from the first one. Called again where a target has to
@@ -61,12 +56,25 @@ struct CopyJob {
   bool fromSqlite = false;
   /// Whether a NULL becomes an empty text or 0 in a database that has none.
   bool blankNulls = false;
+  /// To how many decimals the numbers of an xBase table are rounded; below 0: not at all.
+  int decimals = -1;
   /// Further ones, for a table store: "COLUMN,..." or "COLUMN,...:unique".
   std::vector<std::string> storeIndexes = {};
 };
 
+/// The options by which a value may change on its way, and what a command line has of them.
+inline constexpr Option blankNullsOption = {
+    .names = "--blank-nulls",
+    .help = "Write an empty text or 0 for a NULL, in a database that has none."};
+inline constexpr Option decimalsOption = {
+    .names = "--decimals",
+    .value = "N",
+    .help = "Round the numbers of an xbase: table to N decimals, of which it has up to 15."};
+void takeLossyOptions(const Invocation& call, CopyJob* job);
+
 /// Opens the target, creates the table in it, and copies all rows, in one transaction
-/// where the database has them. Every value arrives as it is. Throws a Failure, which
+/// where the database has them. Every value arrives as it is, unless the job says
+/// otherwise. Throws a Failure, which
 /// names row and column where the target cannot hold a value; then what was not
 /// committed is gone, the new table as well. What the copy does not have of the source's
 /// shape is told on standard error. Returns the number of rows.

@@ -65,8 +65,36 @@ Failure refusal(const RowSource& source, std::size_t index, const Cell& cell,
   if (text != nullptr && text->size() > widestText)
     failure.hint = "A text of an xBase table has up to " + std::to_string(widestText) +
                    " bytes; this one has " + std::to_string(text->size()) + ".";
+  const auto* real = std::get_if<double>(&cell);
+  if (real != nullptr && std::abs(*real) < 1e15)
+    failure.hint = "--decimals N rounds numbers that have more than " +
+                   std::to_string(mostDecimals) + " decimals.";
   return failure;
 }
+
+// The rows to be copied, with their numbers rounded if that is wanted.
+class RoundedRows : public RowSource {
+ public:
+  explicit RoundedRows(const CopyJob& job) : RoundedRows(job.open(), job.decimals) {}
+
+ protected:
+  bool read(Row* row) override {
+    if (!source->next(row)) return false;
+    if (decimals < 0) return true;
+    for (Cell& cell : *row)
+      if (auto* const real = std::get_if<double>(&cell)) *real = rounded(*real, decimals);
+    return true;
+  }
+
+ private:
+  RoundedRows(std::unique_ptr<RowSource> itsSource, int itsDecimals)
+      : RowSource(itsSource->name(), itsSource->columns()),
+        source(std::move(itsSource)),
+        decimals(itsDecimals) {}
+
+  std::unique_ptr<RowSource> source;
+  int decimals;
+};
 
 std::vector<Room> measure(RowSource& source, const std::string& name) {
   std::vector<Room> rooms(source.columns().size());
@@ -137,13 +165,13 @@ GDbStructure structureFor(const CopyJob& job, const RowSource& source,
 // Whether any text has national characters.
 bool fill(const CopyJob& job, GDbTable& table) {
   constexpr unsigned portion = 1000;
-  const std::unique_ptr<RowSource> source = job.open();
-  ProgressBar progress(source->name(), job.total);
+  RoundedRows source(job);
+  ProgressBar progress(source.name(), job.total);
   GDbRecordSet batch;
   bool national = false;
-  for (Row row; source->next(&row); showRows(progress, *source)) {
+  for (Row row; source.next(&row); showRows(progress, source)) {
     national = national || std::any_of(row.begin(), row.end(), isNationalText);
-    batch.addRecord(recordOf(*source, row, job.name).release());
+    batch.addRecord(recordOf(source, row, job.name).release());
     if (batch.getNumRecords() < portion) continue;
     require(table.insertRecords(batch), job.name);
     batch.clear();
@@ -159,11 +187,11 @@ unsigned long copyToXBase(const CopyJob& job) {
   loomkit::splitLocator(job.locator, &parts);
   if (!parts.options.empty())
     throw Failure(ExitCode::usage, job.locator + ": texts are written as UTF-8, without options");
-  const std::unique_ptr<RowSource> source = job.open();
-  static_cast<void>(structureOf(*source));  // a column without a type is refused
-  const std::vector<Room> rooms = measure(*source, job.name);
+  RoundedRows source(job);
+  static_cast<void>(structureOf(source));  // a column without a type is refused
+  const std::vector<Room> rooms = measure(source, job.name);
   std::vector<std::string> leftOut = job.shape.rest;
-  const GDbStructure structure = structureFor(job, *source, rooms, &leftOut);
+  const GDbStructure structure = structureFor(job, source, rooms, &leftOut);
   const DbHost to(job.locator);
   GDbTable* made = nullptr;
   const GDbStatus status = to.database()->createTable(job.name, &structure, &made);
@@ -179,7 +207,7 @@ unsigned long copyToXBase(const CopyJob& job) {
     throw;
   }
   reportLeftOut(job.name, leftOut);
-  return source->number();
+  return source.number();
 }
 
 }  // namespace loom
