@@ -91,7 +91,7 @@ std::string xbaseEncoding(const std::filesystem::path& file) {
 
 void tellXBaseIsUtf8(const std::filesystem::path& file) {
   const std::filesystem::path beside = std::filesystem::path(file).replace_extension(".cpg");
-  if ((std::ofstream(beside) << "UTF-8\n").flush()) return;
+  if ((std::ofstream(beside, std::ios::binary) << "UTF-8\n").flush()) return;
   std::error_code error;
   std::filesystem::remove(beside, error);
   throw Failure(ExitCode::cannotWrite, "cannot write " + beside.string());
