@@ -41,6 +41,7 @@ if(LOOMKIT_SANITIZE)
   # The instrumentation makes gcc 12 lose track of what <regex> initialises.
   target_compile_options(loomkit_warnings INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
+  # Their reports need the lines of the sources; all that -g has would fill gigabytes.
   add_compile_options(-fsanitize=${LOOMKIT_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${LOOMKIT_SANITIZE})
 endif()

@@ -39,7 +39,7 @@ TEST(XBaseCopy, RefusesWhatAFieldCannotHoldAndLeavesNothingBehind) {
       {"INTEGER", "0", "'x'", "cannot hold a text, x"},
       {"DOUBLE", "0", "1/7.0",
        "cannot hold a number, 0.14285714285714285\n"
-       "--decimals N rounds numbers that have more than 15 decimals."},
+       "--decimals N rounds numbers to N decimals."},
       {"DOUBLE", "0", "1e30", "cannot hold a number, 1e+30"},
       {"DOUBLE", "0", "9e999", "cannot hold a number, inf"},
       {"TEXT", "''", "'ab '", "cannot hold a text, ab "},

@@ -190,11 +190,15 @@ ExitCode change(const Invocation& call, const char* done, Work work) {
     GXBaseTable table;
     ProgressBar bar(nameOf(path), 0);
     table.setProgress([&](std::uint64_t did, std::uint64_t all) { bar.show(did, all); });
-    const bool worked = table.open(path.string(), false) && work(table) && table.close();
-    if (!worked) {
-      complain(path.string() + ": " + table.getErrMsg());
-      code = ExitCode::damaged;
-    } else if (json) {
+    try {
+      if (!table.open(path.string(), false) || !work(table) || !table.close())
+        throw Failure(ExitCode::damaged, table.getErrMsg());
+    } catch (const Failure& failure) {
+      complain(path.string() + ": " + failure.what());
+      code = failure.code;
+      continue;
+    }
+    if (json) {
       json->beginObject().key("table").value(nameOf(path)).key("done").value(done).endObject();
     } else {
       printLine(visible(nameOf(path)) + ": " + done);

@@ -67,8 +67,7 @@ Failure refusal(const RowSource& source, std::size_t index, const Cell& cell,
                    " bytes; this one has " + std::to_string(text->size()) + ".";
   const auto* real = std::get_if<double>(&cell);
   if (real != nullptr && std::abs(*real) < 1e15)
-    failure.hint = "--decimals N rounds numbers that have more than " +
-                   std::to_string(mostDecimals) + " decimals.";
+    failure.hint = "--decimals N rounds numbers to N decimals.";
   return failure;
 }
 

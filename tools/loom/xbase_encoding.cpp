@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iomanip>
 
 #include "loomkit/xbase/xbase.h"
 #include "text_converter.h"
@@ -33,15 +34,19 @@ std::string encodingOfDriver(unsigned number) {
                                             : "CP" + std::to_string(found->codePage);
 }
 
-// Such a file holds a name, such as UTF-8, or the number of a code page.
+// Such a file holds a name, such as UTF-8, or the number of a code page. It may also be
+// anything else: what is long is no name, and behind a slash iconv() would be told to drop
+// what it cannot convert.
 std::string encodingBeside(const std::filesystem::path& file) {
+  constexpr int longest = 64;
   std::string name;
   for (const char* const suffix : {".cpg", ".CPG"}) {
     const std::filesystem::path beside = std::filesystem::path(file).replace_extension(suffix);
     std::error_code error;  // a pipe would have to be waited for
     if (!std::filesystem::is_regular_file(beside, error)) continue;
-    if (std::ifstream(beside) >> name) break;
+    if (std::ifstream(beside) >> std::setw(longest) >> name) break;
   }
+  if (name.find('/') != std::string::npos) return {};
   if (name.find_first_not_of("0123456789") == std::string::npos) name.insert(0, "CP");
   return isEncoding(name) ? name : std::string();
 }
