@@ -67,7 +67,7 @@ std::string nameOf(const fs::path& path) { return path.stem().string(); }
 
 void requireOpen(GXBaseTable& table, const fs::path& path, bool readOnly) {
   if (!table.open(path.string(), readOnly))
-    throw Failure(ExitCode::damaged, path.string() + ": " + table.getErrMsg());
+    throw Failure(ExitCode::damaged, path.generic_string() + ": " + table.getErrMsg());
 }
 
 std::string describe(const GXBaseTable::Field& field) {
@@ -124,7 +124,7 @@ ExitCode info(const Invocation& call) {
   for (const fs::path& path : wantedTables(call)) {
     GXBaseTable table;
     if (!table.open(path.string(), true)) {
-      complain(path.string() + ": " + table.getErrMsg());
+      complain(path.generic_string() + ": " + table.getErrMsg());
       code = ExitCode::damaged;
       continue;
     }
@@ -194,7 +194,7 @@ ExitCode change(const Invocation& call, const char* done, Work work) {
       if (!table.open(path.string(), false) || !work(table) || !table.close())
         throw Failure(ExitCode::damaged, table.getErrMsg());
     } catch (const Failure& failure) {
-      complain(path.string() + ": " + failure.what());
+      complain(path.generic_string() + ": " + failure.what());
       code = failure.code;
       continue;
     }

@@ -99,7 +99,7 @@ void tellXBaseIsUtf8(const std::filesystem::path& file) {
   if ((std::ofstream(beside, std::ios::binary) << "UTF-8\n").flush()) return;
   std::error_code error;
   std::filesystem::remove(beside, error);
-  throw Failure(ExitCode::cannotWrite, "cannot write " + beside.string());
+  throw Failure(ExitCode::cannotWrite, "cannot write " + beside.generic_string());
 }
 
 std::unique_ptr<RowSource> decodedRows(std::unique_ptr<RowSource> source,
